@@ -1,0 +1,65 @@
+# The two ways of making a target, so that flags and habits stand in one place.
+
+option(PARLOVANCE_SANITIZE "Sanitizers to build with, for example address,undefined" "")
+
+function(parlovance_flags target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+  target_compile_definitions(${target} PRIVATE
+    QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING)
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
+  if(PARLOVANCE_SANITIZE)
+    target_compile_options(${target} PUBLIC -fsanitize=${PARLOVANCE_SANITIZE} -fno-omit-frame-pointer)
+    target_link_options(${target} PUBLIC -fsanitize=${PARLOVANCE_SANITIZE})
+  endif()
+endfunction()
+
+# parlovance_library(NAME HEADERS ... SOURCES ... LINKS ...)
+# One static library; every header is verified to compile alone.
+function(parlovance_library name)
+  cmake_parse_arguments(ARG "" "" "HEADERS;SOURCES;LINKS" ${ARGN})
+  set(kind PUBLIC)
+  if(NOT ARG_SOURCES)
+    add_library(${name} INTERFACE)
+    target_include_directories(${name} INTERFACE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${name} INTERFACE ${ARG_LINKS})
+    set(kind INTERFACE)
+  else()
+    add_library(${name} STATIC ${ARG_SOURCES})
+    parlovance_flags(${name})
+    target_link_libraries(${name} PUBLIC ${ARG_LINKS})
+  endif()
+  target_sources(${name} ${kind} FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${ARG_HEADERS})
+  set_target_properties(${name} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
+endfunction()
+
+# parlovance_test(NAME SOURCES ... LINKS ... [SESSION] [THREADS] [TIMEOUT seconds])
+# SESSION: runs inside a private desktop session with real sound. THREADS: also run under TSan.
+function(parlovance_test name)
+  cmake_parse_arguments(ARG "SESSION;THREADS" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  parlovance_flags(${name})
+  target_link_libraries(${name} PRIVATE ${ARG_LINKS} Qt6::Test)
+  set(labels "")
+  set(environment
+    QT_QPA_PLATFORM=offscreen TZ=Asia/Shanghai LC_ALL=C.UTF-8
+    "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1"
+    "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
+    "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0"
+    "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp:halt_on_error=1")
+  if(ARG_SESSION)
+    add_test(NAME ${name}
+      COMMAND ${PROJECT_SOURCE_DIR}/tools/private-session $<TARGET_FILE:${name}>)
+    list(APPEND labels session)
+  else()
+    add_test(NAME ${name} COMMAND ${name})
+  endif()
+  if(ARG_THREADS)
+    list(APPEND labels threads)
+  endif()
+  set_tests_properties(${name} PROPERTIES
+    TIMEOUT ${ARG_TIMEOUT} LABELS "${labels}" ENVIRONMENT "${environment}")
+endfunction()
