@@ -38,6 +38,9 @@ public:
     void lose();
 
     // For the reader.
+    /// Announces the reader; without one only the first minute is kept for it.
+    void follow();
+
     /// The next packet, waiting until there is one or the track is no longer growing, for
     /// \p timeout at most. None when there is none; state() tells why.
     std::optional<AacPacket> next(std::chrono::milliseconds timeout);
@@ -46,12 +49,16 @@ public:
 
 private:
     /// Ten minutes of packets at 48 kHz, about 10 MB at the highest bit rate.
-    static constexpr std::size_t bound = 28125;
+    static constexpr std::size_t followedBound = 28125;
+
+    /// A reader comes right after the start, or never.
+    static constexpr std::size_t unfollowedBound = followedBound / 10;
 
     const AacFormat m_format;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;
     std::deque<AacPacket> m_packets;
+    bool m_isFollowed = false;
     State m_state = State::growing;
     qint64 m_frameCount = 0;
 };

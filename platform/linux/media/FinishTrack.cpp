@@ -1,0 +1,91 @@
+#include "platform/linux/media/FinishTrack.h"
+
+#include "platform/linux/media/FragmentReader.h"
+#include "platform/linux/media/Libav.h"
+#include "platform/linux/media/M4aMuxer.h"
+#include "platform/linux/media/PartFiles.h"
+
+#include <QFile>
+#include <QScopeGuard>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+struct Content {
+    int sampleRate = 0;
+    int channelCount = 0;
+    qint64 packetCount = 0;
+    qint64 frameCount = 0;
+
+    bool operator==(const Content &) const = default;
+};
+
+std::expected<Content, Error> copyPackets(FragmentReader &from, M4aMuxer &to)
+{
+    Content content{.sampleRate = from.format().sampleRate,
+                    .channelCount = from.format().channelCount};
+    for (;;) {
+        const auto more = from.next();
+        if (!more)
+            return std::unexpected(more.error());
+        if (!*more)
+            break;
+        for (const auto packet : from.packets()) {
+            if (const auto added = to.addPacket(packet); !added)
+                return std::unexpected(added.error());
+            ++content.packetCount;
+        }
+    }
+    content.frameCount = from.frameCount();
+    if (const auto finished = to.finish(content.frameCount); !finished)
+        return std::unexpected(finished.error());
+    return content;
+}
+
+/// What a player finds in the file at \p path.
+std::expected<Content, Error> readIndex(const QString &path)
+{
+    quietLibav();
+    AVFormatContext *context = nullptr;
+    const AVInputFormat *mov = av_find_input_format("mov");
+    const QByteArray name = QFile::encodeName(path);
+    if (const int result = avformat_open_input(&context, name.constData(), mov, nullptr);
+        result < 0)
+        return std::unexpected(Error(libavErrorText(result)));
+    const LibavInput input(context);
+    if (context->nb_streams != 1)
+        return std::unexpected(Error(u"没有音轨"_s));
+    const AVStream &track = *context->streams[0];
+    return Content{.sampleRate = track.codecpar->sample_rate,
+                   .channelCount = track.codecpar->ch_layout.nb_channels,
+                   .packetCount = track.nb_frames,
+                   .frameCount = track.duration};
+}
+} // namespace
+
+std::expected<void, Error> finishTrackFile(const QString &path)
+{
+    auto fragments = FragmentReader::open(path);
+    if (!fragments) {
+        // Finished before, perhaps by a run that was interrupted afterwards.
+        return readIndex(path) ? std::expected<void, Error>() : std::unexpected(fragments.error());
+    }
+    const QString part = partPath(path);
+    auto muxer = M4aMuxer::create(part, fragments->format());
+    if (!muxer)
+        return std::unexpected(muxer.error());
+    auto removal = qScopeGuard([&] { QFile::remove(part); });
+    const auto written = copyPackets(*fragments, *muxer);
+    if (!written)
+        return std::unexpected(written.error());
+    const auto found = readIndex(part);
+    if (!found)
+        return std::unexpected(found.error());
+    if (*found != *written)
+        return std::unexpected(Error(u"写入录音文件失败：索引与数据不符"_s));
+    if (const auto published = publishPart(path); !published)
+        return published;
+    removal.dismiss();
+    return {};
+}

@@ -1,0 +1,47 @@
+#include "platform/linux/media/FragmentBoxes.h"
+
+#include "platform/linux/media/MovieBoxes.h"
+
+namespace
+{
+// Which fields there are (ISO/IEC 14496-12, 8.8.7 and 8.8.8).
+constexpr quint32 defaultBaseIsMoof = 0x020000;
+constexpr quint32 defaultDurationPresent = 0x000008;
+constexpr quint32 dataOffsetPresent = 0x000001;
+constexpr quint32 sampleDurationPresent = 0x000100;
+constexpr quint32 sampleSizePresent = 0x000200;
+} // namespace
+
+void writeFragment(BoxWriter &out, const SoundFragment &fragment)
+{
+    const bool shortened = fragment.lastDuration != aacFrameLength;
+    std::size_t dataOffsetAt = 0;
+    const std::size_t start = out.size();
+    out.box("moof", [&] {
+        out.fullBox("mfhd", 0, 0, [&] { out.u32(fragment.sequenceNumber); });
+        out.box("traf", [&] {
+            out.fullBox("tfhd", 0, defaultBaseIsMoof | defaultDurationPresent, [&] {
+                out.u32(soundTrackID);
+                out.u32(aacFrameLength);
+            });
+            out.fullBox("tfdt", 1, 0, [&] { out.u64(static_cast<quint64>(fragment.startFrame)); });
+            const quint32 fields =
+                dataOffsetPresent | sampleSizePresent | (shortened ? sampleDurationPresent : 0U);
+            out.fullBox("trun", 0, fields, [&] {
+                out.u32(fragment.packetSizes.size());
+                dataOffsetAt = out.size();
+                out.u32(0);
+                for (std::size_t i = 0; i < fragment.packetSizes.size(); ++i) {
+                    const bool last = i + 1 == fragment.packetSizes.size();
+                    if (shortened)
+                        out.u32(
+                            static_cast<quint64>(last ? fragment.lastDuration : aacFrameLength));
+                    out.u32(fragment.packetSizes[i]);
+                }
+            });
+        });
+    });
+    constexpr std::size_t boxHeader = 8;
+    out.patchU32(dataOffsetAt, static_cast<quint32>(out.size() - start + boxHeader));
+    out.box("mdat", [&] { out.bytes(fragment.data); });
+}

@@ -1,0 +1,138 @@
+#include "platform/linux/media/FragmentWriter.h"
+
+#include "platform/linux/media/FragmentBoxes.h"
+#include "platform/linux/media/MovieBoxes.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <algorithm>
+
+using namespace std::chrono_literals;
+
+namespace
+{
+constexpr auto syncInterval = 5s;
+
+std::size_t packetsPerFragment(const AacFormat &format)
+{
+    constexpr double fragmentSeconds = 0.9;
+    return std::max<std::size_t>(
+        1, static_cast<std::size_t>(fragmentSeconds * format.sampleRate / aacFrameLength));
+}
+} // namespace
+
+FragmentWriter::FragmentWriter(QString path, OutputFile file, AacFormat format)
+    : m_path(std::move(path))
+    , m_file(std::move(file))
+    , m_format(std::move(format))
+{
+}
+
+std::expected<FragmentWriter, Error> FragmentWriter::create(const QString &path, AacFormat format)
+{
+    auto file = OutputFile::create(path);
+    if (!file)
+        return std::unexpected(file.error());
+    FragmentWriter writer(path, *std::move(file), std::move(format));
+    if (const auto written = writer.writeHeader(); !written)
+        return std::unexpected(written.error());
+    return writer;
+}
+
+std::expected<void, Error> FragmentWriter::writeHeader()
+{
+    BoxWriter header;
+    writeFileType(header);
+    writeFragmentedMovie(header, m_format);
+    return append(header.data());
+}
+
+std::expected<void, Error> FragmentWriter::addPacket(std::span<const std::byte> packet)
+{
+    if (m_error)
+        return std::unexpected(*m_error);
+    // Only now, so that one packet is always left for finish(), which knows how long it is.
+    if (m_sizes.size() >= packetsPerFragment(m_format)) {
+        if (const auto written = writePending(aacFrameLength); !written)
+            return written;
+    }
+    m_sizes.push_back(static_cast<quint32>(packet.size()));
+    m_pending.insert(m_pending.end(), packet.begin(), packet.end());
+    return {};
+}
+
+std::expected<void, Error> FragmentWriter::finish(qint64 frameCount)
+{
+    if (m_error)
+        return std::unexpected(*m_error);
+    if (!m_sizes.empty()) {
+        const qint64 packets = m_packetCount + static_cast<qint64>(m_sizes.size());
+        const qint64 last = frameCount + aacFrameLength - (packets - 1) * aacFrameLength;
+        Q_ASSERT(last > 0 && last <= aacFrameLength);
+        if (const auto written = writePending(last); !written)
+            return written;
+    }
+    return keep(m_file.sync());
+}
+
+std::expected<void, Error> FragmentWriter::writePending(qint64 lastDuration)
+{
+    BoxWriter fragment;
+    writeFragment(fragment, {.sequenceNumber = ++m_fragmentCount,
+                             .startFrame = m_packetCount * aacFrameLength,
+                             .packetSizes = m_sizes,
+                             .data = m_pending,
+                             .lastDuration = lastDuration});
+    m_packetCount += static_cast<qint64>(m_sizes.size());
+    m_sizes.clear();
+    m_pending.clear();
+    if (const auto written = append(fragment.data()); !written)
+        return written;
+    if (const auto restored = restoreWhenRemoved(); !restored)
+        return restored;
+    return syncWhenDue();
+}
+
+std::expected<void, Error> FragmentWriter::append(std::span<const std::byte> bytes)
+{
+    const auto written = keep(m_file.write(m_end, bytes));
+    if (written) {
+        m_end += static_cast<qint64>(bytes.size());
+    } else {
+        // A torn fragment does no harm, but it is in the way of whoever reads on. If this fails
+        // as well, so be it.
+        (void)m_file.truncate(m_end);
+    }
+    return written;
+}
+
+std::expected<void, Error> FragmentWriter::restoreWhenRemoved()
+{
+    if (m_file.hasName())
+        return {};
+    QDir().mkpath(QFileInfo(m_path).path());
+    auto file = OutputFile::create(m_path);
+    if (!file)
+        return keep(std::unexpected(file.error()));
+    const auto copied = file->copyFrom(m_file, m_end);
+    m_file = *std::move(file);
+    return keep(copied);
+}
+
+std::expected<void, Error> FragmentWriter::syncWhenDue()
+{
+    if (Clock::now() - m_lastSync < syncInterval)
+        return {};
+    const auto synced = keep(m_file.syncData());
+    m_lastSync = Clock::now();
+    return synced;
+}
+
+/// Nothing is accepted after the first failure.
+std::expected<void, Error> FragmentWriter::keep(std::expected<void, Error> result)
+{
+    if (!result)
+        m_error = result.error();
+    return result;
+}

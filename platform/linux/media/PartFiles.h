@@ -1,0 +1,19 @@
+#pragma once
+
+#include "base/Error.h"
+
+#include <QString>
+
+#include <expected>
+
+/// Files that are being made beside their final place, under a name that no list takes for a
+/// recording. Written through OutputFile, whose lock tells that somebody is at work.
+
+/// The temporary name for \p target, in its folder.
+QString partPath(const QString &target);
+
+/// Gives the complete and synced file at partPath() its name, replacing what stands there.
+std::expected<void, Error> publishPart(const QString &target);
+
+/// Removes the part files in \p folder that nobody is writing.
+void removeAbandonedParts(const QString &folder);
