@@ -1,0 +1,45 @@
+#pragma once
+
+#include "base/Error.h"
+#include "platform/linux/media/AacPacket.h"
+#include "platform/linux/media/Libav.h"
+
+#include <expected>
+#include <span>
+#include <vector>
+
+class TrackTimeline;
+
+/// Decodes the packets of one track as stereo; one channel goes to both sides unchanged.
+///
+/// The same packets give the same samples, wherever they come from. Used by one thread at a time.
+class TrackDecoder
+{
+public:
+    static std::expected<TrackDecoder, Error> create(const AVCodecParameters &parameters);
+    static std::expected<TrackDecoder, Error> create(const AacFormat &format);
+
+    int sampleRate() const { return m_codec->sample_rate; }
+
+    /// Decodes \p packet, whose times are in frames, and puts its sound on \p timeline. A packet
+    /// that cannot be decoded is an error.
+    std::expected<void, Error> decode(const AVPacket &packet, TrackTimeline &timeline);
+
+    /// The same for a packet that starts at frame \p presentationTime.
+    std::expected<void, Error> decode(std::span<const std::byte> packet, qint64 presentationTime,
+                                      TrackTimeline &timeline);
+
+    /// Puts what the decoder still holds on \p timeline. Nothing can follow.
+    std::expected<void, Error> finish(TrackTimeline &timeline);
+
+private:
+    explicit TrackDecoder(LibavCodec codec);
+
+    std::expected<void, Error> send(const AVPacket *packet, TrackTimeline &timeline);
+    std::expected<void, Error> place(TrackTimeline &timeline);
+
+    LibavCodec m_codec;
+    LibavFrame m_frame{av_frame_alloc()};
+    LibavPacket m_packet{av_packet_alloc()};
+    std::vector<float> m_stereo;
+};
