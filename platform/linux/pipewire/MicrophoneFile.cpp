@@ -1,0 +1,62 @@
+#include "platform/linux/pipewire/MicrophoneFile.h"
+
+#include "platform/linux/pipewire/MediaClock.h"
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace
+{
+/// An older origin belongs to a track that did not start together with this one.
+constexpr MediaTime oldestOrigin = 10s;
+} // namespace
+
+MicrophoneFile::MicrophoneFile(std::unique_ptr<AudioFileWriter> writer, TrackOrigin &origin,
+                               EventHandler handler)
+    : m_writer(std::move(writer))
+    , m_origin(origin)
+    , m_handler(std::move(handler))
+{
+}
+
+void MicrophoneFile::didCapture(const AudioBuffer &buffer)
+{
+    if (m_isMetering)
+        m_meter.add(buffer, mediaNow());
+    if (m_hasEnded)
+        return;
+    if (!m_hasBegun)
+        begin(buffer.presentationTime);
+    if (!m_writer->append(buffer))
+        end(m_writer->failure().value_or(Error(u"麦克风录音文件写入失败"_s)).description());
+}
+
+void MicrophoneFile::begin(MediaTime firstSound)
+{
+    m_hasBegun = true;
+    const MediaTime origin = m_origin.time().value_or(firstSound);
+    const bool isTogether = origin <= firstSound && firstSound - origin < oldestOrigin;
+    m_writer->startSession(isTogether ? origin : firstSound);
+}
+
+void MicrophoneFile::didStop(const Error &reason)
+{
+    end(reason.description());
+}
+
+void MicrophoneFile::microphoneChanged(bool isPresent)
+{
+    if (m_hasEnded)
+        return;
+    m_handler(isPresent ? MicrophoneEvent{MicrophoneEvent::Kind::resumed, {}}
+                        : MicrophoneEvent{MicrophoneEvent::Kind::interrupted,
+                                          u"麦克风已断开，重新接上之前将录为静音"_s});
+}
+
+void MicrophoneFile::end(const QString &text)
+{
+    if (m_hasEnded)
+        return;
+    m_hasEnded = true;
+    m_handler(MicrophoneEvent{MicrophoneEvent::Kind::ended, text});
+}

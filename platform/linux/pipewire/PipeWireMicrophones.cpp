@@ -1,0 +1,59 @@
+#include "platform/linux/pipewire/PipeWireMicrophones.h"
+
+#include "base/Tasks.h"
+#include "platform/linux/pipewire/PipeWireMicrophoneRecorder.h"
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+bool isAllowed(PipeWireServer &server)
+{
+    const auto connection = server.connection();
+    return connection || !connection.error().isRefused;
+}
+
+/// Without a microphone the stream would be linked to what the speakers play.
+std::expected<std::shared_ptr<PipeWireConnection>, Error> findMicrophone(PipeWireServer &server)
+{
+    const auto connection = server.connection();
+    if (!connection)
+        return std::unexpected(connection.error().error);
+    if (!(*connection)->graph().hasMicrophone())
+        return std::unexpected(Error(u"没有找到麦克风"_s));
+    return *connection;
+}
+} // namespace
+
+PipeWireMicrophones::PipeWireMicrophones(PipeWireServer &server, TrackOrigin &origin,
+                                         AudioFileWriterFactory &writers)
+    : m_server(server)
+    , m_origin(origin)
+    , m_writers(writers)
+{
+}
+
+QCoro::Task<bool> PipeWireMicrophones::requestAccess()
+{
+    PipeWireServer &server = m_server;
+    const auto asking = inBackground([&server] { return isAllowed(server); });
+    co_return co_await asking;
+}
+
+QCoro::Task<std::expected<std::unique_ptr<MicrophoneRecorder>, Error>>
+PipeWireMicrophones::create(QString path, AudioEncoding encoding)
+{
+    PipeWireServer &server = m_server;
+    TrackOrigin &origin = m_origin;
+    AudioFileWriterFactory &writers = m_writers;
+    const auto looking = inBackground([&server] { return findMicrophone(server); });
+    const auto connection = co_await looking;
+    if (!connection)
+        co_return std::unexpected(connection.error());
+    auto writer = writers.create(path);
+    if (!writer)
+        co_return std::unexpected(writer.error());
+    std::unique_ptr<MicrophoneRecorder> recorder =
+        std::make_unique<PipeWireMicrophoneRecorder>(server, origin, std::move(*writer), encoding);
+    co_return recorder;
+}
