@@ -1,0 +1,194 @@
+#include "audio/AudioRecorder.h"
+
+#include "audio/TrackMixing.h"
+#include "platform/AudioAssets.h"
+#include "platform/Clock.h"
+#include "platform/Volume.h"
+
+#include <QFileInfo>
+#include <QPointer>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr std::chrono::seconds roomToStart{120};
+
+AudioQuality sourceQuality(AudioQuality quality)
+{
+    return quality == AudioQuality::standard ? AudioQuality::standard : AudioQuality::high;
+}
+
+/// The container alone takes some hundred bytes, and a kilobyte is no tenth of a second.
+bool fileHasContent(const std::optional<QUrl> &url)
+{
+    return url && QFileInfo(url->toLocalFile()).size() > 1024;
+}
+
+QCoro::Task<> finishTrack(AudioAssets &assets, QUrl track)
+{
+    constexpr Logger logger("audio");
+    const auto finished = co_await assets.finishTrack(track.toLocalFile());
+    if (!finished) {
+        logger.error(
+            u"finishing %1 failed: %2"_s.arg(track.fileName(), finished.error().description()));
+    }
+}
+
+/// From the closed tracks to the file that stands for the recording. Knows no recorder, so that it
+/// ends whatever becomes of that.
+QCoro::Task<std::optional<QUrl>> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
+                                                   std::optional<QUrl> mic,
+                                                   std::unique_ptr<MixAhead> ahead)
+{
+    const bool hasSystem = fileHasContent(system);
+    const bool hasMic = fileHasContent(mic);
+    if (hasSystem && hasMic) {
+        const QUrl result = co_await mixTracks(assets, *system, *mic, std::move(ahead));
+        if (result != *system)
+            co_return result;
+    }
+    ahead.reset();
+    if (hasSystem)
+        co_await finishTrack(assets, *system);
+    if (fileHasContent(mic)) // a failed mix may have removed it
+        co_await finishTrack(assets, *mic);
+    if (hasSystem)
+        co_return system;
+    co_return hasMic ? mic : std::nullopt;
+}
+} // namespace
+
+AudioRecorder::AudioRecorder(const AudioPlatform &platform)
+    : m_platform(platform)
+    , m_system(platform.captureService, platform.writers, platform.clock)
+    , m_mic(platform.microphones)
+{
+}
+
+AudioRecorder::~AudioRecorder() = default;
+
+QCoro::Task<std::expected<void, RecordingError>> AudioRecorder::start(bool systemOn, bool micOn,
+                                                                      RecordingSettings settings)
+{
+    using enum AudioRecorderError::Case;
+    if (m_isActive || m_isStarting)
+        co_return std::unexpected(AudioRecorderError(alreadyRecording));
+    if (!systemOn && !micOn)
+        co_return std::unexpected(AudioRecorderError(noSourceEnabled));
+    const RecordingRoom room = recordingRoom(settings, systemOn, micOn);
+    const auto files = makeURLs(settings, room);
+    if (!files)
+        co_return std::unexpected(files.error());
+
+    const QPointer self(this);
+    m_isStarting = true;
+    const auto started =
+        co_await startSources(systemOn, micOn, *files, sourceQuality(settings.quality));
+    if (!self)
+        co_return started;
+    m_isStarting = false;
+    if (!started)
+        co_return started;
+    m_room = room;
+    m_isActive = true;
+    if (systemOn && micOn) {
+        m_mixAhead = m_platform.assets.mixAhead(files->system.toLocalFile(),
+                                                files->mic.toLocalFile(), files->mix.toLocalFile());
+    }
+    co_return started;
+}
+
+QCoro::Task<AudioRecorder::Started>
+AudioRecorder::startSources(bool systemOn, bool micOn, RecordingFiles files, AudioQuality quality)
+{
+    const QPointer self(this);
+    if (systemOn) {
+        const auto started = co_await m_system.start(files.system, quality);
+        if (!started || !self)
+            co_return started;
+        m_systemURL = files.system;
+    }
+    if (micOn) {
+        const auto started = co_await m_mic.start(files.mic, quality);
+        if (!started && self && systemOn)
+            co_await abandonSystem();
+        if (!started)
+            co_return Started(std::unexpected(started.error()));
+        if (self)
+            m_micURL = files.mic;
+    }
+    co_return Started();
+}
+
+QCoro::Task<> AudioRecorder::abandonSystem()
+{
+    AudioAssets &assets = m_platform.assets;
+    m_systemURL.reset();
+    const auto file = co_await m_system.stop();
+    if (fileHasContent(file))
+        co_await finishTrack(assets, *file);
+}
+
+QCoro::Task<std::optional<QUrl>> AudioRecorder::stop()
+{
+    if (!m_isActive)
+        co_return std::nullopt;
+    const QPointer self(this);
+    AudioAssets &assets = m_platform.assets;
+    m_isActive = false;
+    auto ahead = std::move(m_mixAhead);
+    const auto systemFile = co_await m_system.stop();
+    if (!self)
+        co_return std::nullopt; // closing: the tracks stay as they are, and play
+    const auto micFile = co_await m_mic.stop();
+    if (self) {
+        m_systemURL.reset();
+        m_micURL.reset();
+    }
+    co_return co_await concludeRecording(assets, systemFile, micFile, std::move(ahead));
+}
+
+AudioRecorder::Levels AudioRecorder::currentLevels()
+{
+    Levels levels;
+    if (!m_isActive)
+        return levels;
+    if (m_systemURL)
+        levels.system = m_system.currentLevel();
+    if (m_micURL && m_mic.recorder()) {
+        // A straight line over 50 dB, from -50 dB and below to full scale.
+        const double power = double{m_mic.recorder()->averagePower(0)};
+        levels.mic = power < 0.0 ? (std::max(power, -50.0) + 50.0) / 50.0 : 1.0;
+    }
+    return levels;
+}
+
+bool AudioRecorder::hasRoomFor(std::chrono::seconds duration) const
+{
+    return !m_isActive || m_room.lasts(m_platform.volume, duration);
+}
+
+void AudioRecorder::setOnSystemAudioError(std::function<void(const QString &)> handler)
+{
+    m_system.setOnStopWithError(std::move(handler));
+}
+
+void AudioRecorder::setOnMicEvent(std::function<void(const MicrophoneEvent &)> handler)
+{
+    m_mic.setOnEvent(std::move(handler));
+}
+
+std::expected<RecordingFiles, AudioRecorderError>
+AudioRecorder::makeURLs(const RecordingSettings &settings, const RecordingRoom &room) const
+{
+    if (const auto created = createSaveFolder(settings); !created)
+        return std::unexpected(created.error());
+    if (!room.lasts(m_platform.volume, roomToStart)) {
+        return std::unexpected(
+            AudioRecorderError(AudioRecorderError::Case::directoryUnavailable, u"磁盘空间不足"_s));
+    }
+    return recordingFiles(settings, m_platform.clock.now());
+}

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "audio/MicRecorder.h"
+#include "audio/RecordingError.h"
+#include "audio/RecordingSettings.h"
+#include "audio/SaveFolder.h"
+#include "audio/SystemAudioRecorder.h"
+#include "base/Logger.h"
+
+#include <QCoroTask>
+#include <QObject>
+#include <QUrl>
+
+#include <expected>
+#include <functional>
+#include <memory>
+#include <optional>
+
+class AudioAssets;
+class MixAhead;
+class Volume;
+
+/// What recording needs of the platform. All of it outlives the recorder and its tasks.
+struct AudioPlatform {
+    CaptureService &captureService;
+    Microphones &microphones;
+    AudioFileWriterFactory &writers;
+    AudioAssets &assets;
+    const Volume &volume;
+    const Clock &clock;
+};
+
+/// Records audio for the rest of the application: starts and stops the enabled sources, names their
+/// files, and decides which single file stands for a recording.
+///
+/// Owned by AppState for the life of the process. Main thread.
+class AudioRecorder : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// How loud each source is now, 0 to 1: a decaying sample peak, and an average power.
+    struct Levels {
+        double system = 0.0;
+        double mic = 0.0;
+    };
+
+    explicit AudioRecorder(const AudioPlatform &platform);
+    ~AudioRecorder() override;
+
+    /// Completes once every requested source runs; after a failure none does. Fails while another
+    /// start is under way as it does while recording.
+    QCoro::Task<std::expected<void, RecordingError>> start(bool systemOn, bool micOn,
+                                                           RecordingSettings settings);
+
+    /// The file of the finished recording; none when nothing usable was recorded, or nothing was
+    /// active: a start under way goes on and is ended by a later stop.
+    QCoro::Task<std::optional<QUrl>> stop();
+
+    /// Zero while inactive.
+    Levels currentLevels();
+
+    /// From the moment that all requested sources run until stop() begins.
+    bool isActive() const { return m_isActive; }
+
+    /// Whether the machine's sound belongs to the running recording.
+    bool recordsSystemAudio() const { return m_systemURL.has_value(); }
+
+    /// Whether the running recording may go on for \p duration before the disk is full.
+    bool hasRoomFor(std::chrono::seconds duration) const;
+
+    /// Called on the main thread when the capture of the machine's sound ended by itself.
+    void setOnSystemAudioError(std::function<void(const QString &reason)> handler);
+
+    /// Called on the main thread for what happens to the microphone.
+    void setOnMicEvent(std::function<void(const MicrophoneEvent &event)> handler);
+
+private:
+    using Started = std::expected<void, RecordingError>;
+
+    std::expected<RecordingFiles, AudioRecorderError> makeURLs(const RecordingSettings &settings,
+                                                               const RecordingRoom &room) const;
+    QCoro::Task<Started> startSources(bool systemOn, bool micOn, RecordingFiles files,
+                                      AudioQuality quality);
+    QCoro::Task<> abandonSystem();
+
+    const Logger m_logger{"audio"};
+    AudioPlatform m_platform;
+    SystemAudioRecorder m_system;
+    MicRecorder m_mic;
+    bool m_isActive = false;
+    bool m_isStarting = false;
+    std::optional<QUrl> m_systemURL; // while the source runs
+    std::optional<QUrl> m_micURL;
+    RecordingRoom m_room;
+    std::unique_ptr<MixAhead> m_mixAhead;
+};

@@ -1,0 +1,88 @@
+#include "audio/SaveFolder.h"
+
+#include "audio/MicRecorder.h"
+#include "audio/SystemAudioRecorder.h"
+#include "platform/Volume.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <filesystem>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr qint64 reserveBytes = 4 * 1024 * 1024;
+constexpr int mixBitRate = 128000;
+
+QString describe(const std::error_code &error)
+{
+    if (error == std::errc::permission_denied)
+        return u"没有写入权限"_s;
+    if (error == std::errc::read_only_file_system)
+        return u"磁盘是只读的"_s;
+    if (error == std::errc::no_space_on_device)
+        return u"磁盘空间不足"_s;
+    if (error == std::errc::not_a_directory || error == std::errc::file_exists)
+        return u"同名位置上不是文件夹"_s;
+    return QString::fromStdString(error.message());
+}
+} // namespace
+
+bool RecordingRoom::lasts(const Volume &volume, std::chrono::seconds duration) const
+{
+    const auto available = volume.availableBytes(folder);
+    return !available || *available >= bytesPerSecond * duration.count() + reserveBytes;
+}
+
+RecordingRoom recordingRoom(const RecordingSettings &settings, bool systemOn, bool micOn)
+{
+    int bitRate = systemOn && micOn ? mixBitRate : 0;
+    if (systemOn)
+        bitRate += SystemAudioRecorder::encoding(settings.quality).bitRate;
+    if (micOn)
+        bitRate += MicRecorder::encoding(settings.quality).bitRate;
+    return RecordingRoom{.folder = settings.saveDirectory.toLocalFile(),
+                         .bytesPerSecond = bitRate / 8};
+}
+
+std::expected<void, AudioRecorderError> createSaveFolder(const RecordingSettings &settings)
+{
+    const QString folder = QDir::cleanPath(settings.saveDirectory.toLocalFile());
+    std::error_code error;
+    std::filesystem::create_directories(QFile::encodeName(folder).toStdString(), error);
+    if (error) {
+        return std::unexpected(
+            AudioRecorderError(AudioRecorderError::Case::directoryUnavailable, describe(error)));
+    }
+    return {};
+}
+
+RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime &now)
+{
+    const QDir folder(settings.saveDirectory.toLocalFile());
+    for (QDateTime second = now;; second = second.addSecs(1)) {
+        const QString stem = u"recording-"_s + second.toString(u"yyyy-MM-dd-HH-mm-ss");
+        const QString system = folder.absoluteFilePath(stem + u".system.m4a"_s);
+        const QString mic = folder.absoluteFilePath(stem + u".mic.m4a"_s);
+        const QString mix = folder.absoluteFilePath(stem + u".m4a"_s);
+        const auto isListed = [&](const QString &path) {
+            return settings.listedFiles.contains(QDir::cleanPath(path));
+        };
+        if (!isListed(system) && !isListed(mic) && !isListed(mix)) {
+            return RecordingFiles{.system = QUrl::fromLocalFile(system),
+                                  .mic = QUrl::fromLocalFile(mic),
+                                  .mix = QUrl::fromLocalFile(mix)};
+        }
+    }
+}
+
+QUrl mixURL(const QUrl &systemURL)
+{
+    const QFileInfo track(systemURL.toLocalFile());
+    const QString stem = QFileInfo(track.completeBaseName()).completeBaseName();
+    return QUrl::fromLocalFile(track.dir().filePath(stem + u".m4a"_s));
+}

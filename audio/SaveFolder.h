@@ -1,0 +1,40 @@
+#pragma once
+
+#include "audio/RecordingError.h"
+#include "audio/RecordingSettings.h"
+
+#include <QUrl>
+
+#include <chrono>
+#include <expected>
+
+class QDateTime;
+class Volume;
+
+/// The files of one recording.
+struct RecordingFiles {
+    QUrl system;
+    QUrl mic;
+    QUrl mix;
+};
+
+/// How much room a recording takes, and where.
+struct RecordingRoom {
+    QString folder;
+    qint64 bytesPerSecond = 0; ///< of the tracks and their mix together
+
+    /// Whether \p volume takes \p duration more of it, and a reserve. True where that is unknown.
+    bool lasts(const Volume &volume, std::chrono::seconds duration) const;
+};
+
+RecordingRoom recordingRoom(const RecordingSettings &settings, bool systemOn, bool micOn);
+
+/// Creates the folder of \p settings with all its parents.
+std::expected<void, AudioRecorderError> createSaveFolder(const RecordingSettings &settings);
+
+/// Names after the second of \p now (local time), or after the first later one whose three names
+/// are not among the listed files.
+RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime &now);
+
+/// The file that replaces both tracks: the name of \p systemURL without its last two extensions.
+QUrl mixURL(const QUrl &systemURL);

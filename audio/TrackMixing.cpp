@@ -1,0 +1,75 @@
+#include "audio/TrackMixing.h"
+
+#include "audio/SaveFolder.h"
+#include "base/Logger.h"
+#include "platform/AudioAssets.h"
+
+#include <QFile>
+
+#include <array>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr Logger logger("audio");
+
+/// Both tracks from 0 to their ends. No value inside: one of the files has no audio track.
+using Composed = std::expected<std::optional<MixComposition>, Error>;
+
+QCoro::Task<Composed> compose(AudioAssets &assets, QString system, QString mic)
+{
+    const std::array paths{system, mic};
+    for (const QString &path : paths) {
+        const auto tracks = co_await assets.audioTrackCount(path);
+        if (!tracks)
+            co_return Composed(std::unexpected(tracks.error()));
+        if (*tracks < 1)
+            co_return Composed(std::nullopt);
+    }
+    MixComposition composition;
+    for (const QString &path : paths) {
+        const auto duration = co_await assets.durationSeconds(path);
+        if (!duration)
+            co_return Composed(std::unexpected(duration.error()));
+        composition.insert(path, *duration);
+    }
+    co_return Composed(composition);
+}
+} // namespace
+
+QCoro::Task<QUrl> mixTracks(AudioAssets &assets, QUrl systemURL, QUrl micURL,
+                            std::unique_ptr<MixAhead> ahead)
+{
+    const QString system = systemURL.toLocalFile();
+    const QString mic = micURL.toLocalFile();
+    const auto composed = co_await compose(assets, system, mic);
+    if (!composed) {
+        logger.error(u"mix error: "_s + composed.error().description());
+        co_return systemURL;
+    }
+    if (!*composed) {
+        logger.error(u"mix: missing audio tracks, falling back to system-only"_s);
+        QFile::remove(mic);
+        co_return systemURL;
+    }
+
+    const QUrl outputURL = mixURL(systemURL);
+    const QString output = outputURL.toLocalFile();
+    const auto session = assets.makeExport(**composed, output, std::move(ahead));
+    if (!session) {
+        logger.error(u"mix: AVAssetExportSession init failed"_s);
+        co_return systemURL;
+    }
+    QFile::remove(output); // usually there is none
+    const auto outcome = co_await session->run();
+    if (!outcome.completed) {
+        const QString reason = outcome.error ? outcome.error->description() : u"unknown"_s;
+        logger.error(u"export failed: "_s + reason);
+        co_return systemURL;
+    }
+    QFile::remove(system);
+    QFile::remove(mic);
+    logger.info(u"mixed → "_s + outputURL.fileName());
+    co_return outputURL;
+}
