@@ -1,0 +1,90 @@
+#include "core/AppState.h"
+
+#include "base/Tasks.h"
+#include "core/SessionText.h"
+#include "platform/AudioAssets.h"
+#include "settings/PrefsStore.h"
+
+#include <QDir>
+
+AppState::AppState(const AudioPlatform &platform, PrefsStore &prefs,
+                   std::chrono::milliseconds second, QObject *parent)
+    : QObject(parent)
+    , m_clock(platform.clock)
+    , m_prefs(prefs)
+    , m_recentsFile(platform.clock)
+    , m_recorder(platform)
+{
+    // Handed on as calls of their own: a source that reports must not be stopped from within.
+    m_recorder.setOnSystemAudioError([this](const QString &message) {
+        const auto handle = [this, message] { runDetached(handleSystemAudioError(message)); };
+        QMetaObject::invokeMethod(this, handle, Qt::QueuedConnection);
+    });
+    m_recorder.setOnMicEvent([this](const MicrophoneEvent &event) {
+        const auto handle = [this, event] { handleMicEvent(event); };
+        QMetaObject::invokeMethod(this, handle, Qt::QueuedConnection);
+    });
+    m_timer.setTimerType(Qt::PreciseTimer);
+    m_timer.setInterval(second);
+    connect(&m_timer, &QTimer::timeout, this, &AppState::tick);
+
+    platform.assets.removeLeftovers(QDir(prefs.saveLocation()).absolutePath());
+    m_recents = m_recentsFile.load(prefs.saveLocation());
+    if (!m_recents.isEmpty())
+        saveRecents();
+}
+
+AppState::~AppState() = default;
+
+QString AppState::elapsedFormatted() const
+{
+    return elapsedText(m_elapsed);
+}
+
+void AppState::setSystemAudioOn(bool enabled)
+{
+    m_systemAudioOn = enabled;
+    Q_EMIT sourcesChanged();
+}
+
+void AppState::setMicOn(bool enabled)
+{
+    m_micOn = enabled;
+    Q_EMIT sourcesChanged();
+}
+
+void AppState::setSessionTitle(const QString &title)
+{
+    m_sessionTitle = title;
+    Q_EMIT sessionChanged();
+}
+
+void AppState::setSelectedTag(std::optional<SessionTag> tag)
+{
+    m_selectedTag = tag;
+    Q_EMIT sessionChanged();
+}
+
+void AppState::clearLastError()
+{
+    m_lastError.reset();
+    Q_EMIT lastErrorChanged();
+}
+
+void AppState::setState(RecordingState state)
+{
+    m_state = state;
+    Q_EMIT stateChanged();
+}
+
+void AppState::setLastError(const QString &message)
+{
+    m_lastError = message;
+    Q_EMIT lastErrorChanged();
+}
+
+void AppState::saveRecents()
+{
+    // A failure is silent by design: the list in memory stays, and the next save tries again.
+    static_cast<void>(m_recentsFile.save(m_prefs.saveLocation(), m_recents));
+}

@@ -1,0 +1,194 @@
+#include "base/Tasks.h"
+#include "core/AppState.h"
+#include "core/RecordingFile.h"
+#include "core/SessionText.h"
+#include "platform/Clock.h"
+#include "settings/PrefsStore.h"
+
+#include <QCoroSignal>
+#include <QDir>
+#include <QFile>
+#include <QPointer>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace
+{
+constexpr double shortestKeptSeconds = 10.0;
+constexpr int ticksBetweenRoomChecks = 5;
+constexpr auto roomToGoOn = 60s;
+} // namespace
+
+void AppState::toggleRecording()
+{
+    switch (m_state) {
+    case RecordingState::starting:
+    case RecordingState::stopping:
+        return;
+    case RecordingState::recording:
+        runDetached(stopRecording());
+        return;
+    case RecordingState::idle:
+        if (m_startInFlight)
+            return;
+        if (!m_systemAudioOn && !m_micOn)
+            setLastError(u"至少开启一个音源（系统声音或麦克风）"_s);
+        else
+            runDetached(startRecording());
+        return;
+    }
+}
+
+QCoro::Task<> AppState::startRecording()
+{
+    const QPointer self(this);
+    m_startInFlight = true;
+    m_state = RecordingState::starting;
+    m_lastError.reset();
+    Q_EMIT stateChanged();
+    Q_EMIT lastErrorChanged();
+
+    auto settings = recordingSettings();
+    const auto started = co_await m_recorder.start(m_systemAudioOn, m_micOn, std::move(settings));
+    if (!self)
+        co_return; // the application is closing
+    m_startInFlight = false;
+    if (started) {
+        beginRecording();
+        co_return;
+    }
+    m_lastError = started.error().description();
+    m_state = RecordingState::idle;
+    Q_EMIT stateChanged();
+    Q_EMIT lastErrorChanged();
+}
+
+void AppState::beginRecording()
+{
+    m_state = RecordingState::recording;
+    m_elapsed = 0.0;
+    m_recordingStartedAt = m_clock.now();
+    if (!m_selectedTag)
+        m_selectedTag = SessionTag::meeting;
+    m_timer.start();
+    Q_EMIT stateChanged();
+    Q_EMIT elapsedChanged();
+    Q_EMIT sessionChanged();
+}
+
+QCoro::Task<> AppState::stopRecording()
+{
+    const QPointer self(this);
+    m_timer.stop();
+    setState(RecordingState::stopping);
+    const auto file = co_await m_recorder.stop();
+    if (!self)
+        co_return; // the application is closing
+    m_state = RecordingState::idle;
+    if (file)
+        concludeRecording(*file);
+    Q_EMIT stateChanged();
+    if (!file)
+        co_return;
+    Q_EMIT recentsChanged();
+    Q_EMIT lastErrorChanged();
+    Q_EMIT sessionChanged();
+}
+
+void AppState::concludeRecording(const QUrl &file)
+{
+    if (m_elapsed < shortestKeptSeconds) {
+        QFile::remove(file.toLocalFile());
+        m_lastError = u"录音不足 10 秒，已自动丢弃"_s;
+    } else {
+        m_recents.prepend(makeEntry(file));
+        saveRecents();
+    }
+    m_sessionTitle.clear();
+    m_selectedTag.reset();
+}
+
+RecentSession AppState::makeEntry(const QUrl &file) const
+{
+    const QDateTime now = m_clock.now();
+    RecentSession entry;
+    entry.title = m_sessionTitle.isEmpty() ? defaultTitle(now) : m_sessionTitle;
+    entry.duration = formatDuration(m_elapsed);
+    entry.durationSeconds = static_cast<qint64>(m_elapsed);
+    entry.when = u"刚刚"_s;
+    entry.startedAt = m_recordingStartedAt.isValid() ? m_recordingStartedAt : now;
+    entry.fileURL = file;
+    entry.clientRecordingId = clientRecordingId(file);
+    return entry;
+}
+
+QCoro::Task<> AppState::handleSystemAudioError(QString message)
+{
+    if (isStartingOrRecording())
+        co_await stopAndTell(u"系统音频已停止："_s + message);
+}
+
+void AppState::handleMicEvent(const MicrophoneEvent &event)
+{
+    if (!isStartingOrRecording())
+        return;
+    switch (event.kind) {
+    case MicrophoneEvent::Kind::interrupted:
+        setLastError(event.text);
+        return;
+    case MicrophoneEvent::Kind::resumed:
+        return;
+    case MicrophoneEvent::Kind::ended:
+        if (m_recorder.recordsSystemAudio())
+            setLastError(event.text);
+        else
+            runDetached(stopAndTell(event.text));
+        return;
+    }
+}
+
+QCoro::Task<> AppState::stopAndTell(QString message)
+{
+    const QPointer self(this);
+    co_await stopRecording();
+    if (self)
+        setLastError(message);
+}
+
+QCoro::Task<> AppState::finishForQuit()
+{
+    const QPointer self(this);
+    while (self && (m_state != RecordingState::idle || m_startInFlight)) {
+        if (m_state == RecordingState::recording)
+            co_await stopRecording();
+        else
+            co_await qCoro(this, &AppState::stateChanged);
+    }
+}
+
+void AppState::tick()
+{
+    m_elapsed += 1.0;
+    Q_EMIT elapsedChanged();
+    const bool isCheckDue = static_cast<qint64>(m_elapsed) % ticksBetweenRoomChecks == 0;
+    if (isCheckDue && !m_recorder.hasRoomFor(roomToGoOn))
+        runDetached(stopAndTell(u"磁盘空间不足，已自动停止录音"_s));
+}
+
+bool AppState::isStartingOrRecording() const
+{
+    return m_state == RecordingState::recording || m_state == RecordingState::starting;
+}
+
+RecordingSettings AppState::recordingSettings() const
+{
+    RecordingSettings settings;
+    settings.saveDirectory = QUrl::fromLocalFile(m_prefs.saveLocation());
+    settings.quality = m_prefs.audioQuality();
+    for (const RecentSession &session : m_recents) {
+        if (session.fileURL)
+            settings.listedFiles.insert(QDir::cleanPath(session.fileURL->toLocalFile()));
+    }
+    return settings;
+}

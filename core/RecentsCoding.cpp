@@ -1,0 +1,251 @@
+#include "core/RecentsCoding.h"
+
+#include "base/RawValue.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr QLatin1StringView idKey("id");
+constexpr QLatin1StringView titleKey("title");
+constexpr QLatin1StringView durationKey("duration");
+constexpr QLatin1StringView durationSecondsKey("durationSeconds");
+constexpr QLatin1StringView whenKey("when");
+constexpr QLatin1StringView startedAtKey("startedAt");
+constexpr QLatin1StringView statusKey("status");
+constexpr QLatin1StringView fileURLKey("fileURL");
+constexpr QLatin1StringView uploadProgressKey("uploadProgress");
+constexpr QLatin1StringView remoteIDKey("remoteID");
+constexpr QLatin1StringView clientRecordingIdKey("clientRecordingId");
+
+// The file counts seconds from 2001-01-01 00:00:00 UTC, Qt milliseconds from 1970.
+constexpr qint64 fileEpoch = 978'307'200'000;
+
+/// Dates outside the years 1 to 9999 become the nearest one inside.
+QDateTime decodedDate(double seconds)
+{
+    constexpr double first = -63'113'904'000.0;
+    constexpr double last = 252'423'993'599.0;
+    const qint64 milliseconds = std::llround(std::clamp(seconds, first, last) * 1000.0);
+    return QDateTime::fromMSecsSinceEpoch(milliseconds + fileEpoch, Qt::UTC);
+}
+
+/// Appends one JSON object. By hand, because the list is saved at every change on the main thread,
+/// and a document object takes several times as long.
+class ObjectWriter
+{
+public:
+    explicit ObjectWriter(QByteArray &json)
+        : m_json(json)
+    {
+        m_json += '{';
+    }
+    ObjectWriter(const ObjectWriter &) = delete;
+    ObjectWriter &operator=(const ObjectWriter &) = delete;
+    ~ObjectWriter() { m_json += '}'; }
+
+    void text(QLatin1StringView key, const QByteArray &utf8)
+    {
+        appendKey(key);
+        appendString(utf8);
+    }
+
+    void text(QLatin1StringView key, const QString &value) { text(key, value.toUtf8()); }
+
+    void text(QLatin1StringView key, const std::optional<QString> &value)
+    {
+        if (value)
+            text(key, *value);
+    }
+
+    void number(QLatin1StringView key, const QByteArray &value)
+    {
+        appendKey(key);
+        m_json += value;
+    }
+
+private:
+    void appendKey(QLatin1StringView key)
+    {
+        if (!m_json.endsWith('{'))
+            m_json += ',';
+        m_json.append('"').append(key.data(), key.size()).append("\":");
+    }
+
+    void appendString(const QByteArray &utf8)
+    {
+        m_json += '"';
+        if (std::ranges::none_of(utf8, needsEscape))
+            m_json += utf8;
+        else
+            std::ranges::for_each(utf8, [this](char byte) { appendEscaped(byte); });
+        m_json += '"';
+    }
+
+    static bool needsEscape(char byte)
+    {
+        return byte == '"' || byte == '\\' || static_cast<uchar>(byte) < 0x20;
+    }
+
+    void appendEscaped(char byte)
+    {
+        if (static_cast<uchar>(byte) < 0x20)
+            m_json += "\\u00" + QByteArray(1, byte).toHex();
+        else if (needsEscape(byte))
+            m_json.append('\\').append(byte);
+        else
+            m_json += byte;
+    }
+
+    QByteArray &m_json;
+};
+
+void appendEntry(QByteArray &json, const RecentSession &session)
+{
+    const auto startedAt = session.startedAt.toMSecsSinceEpoch() - fileEpoch;
+    ObjectWriter object(json);
+    object.text(idKey, session.id.toByteArray(QUuid::WithoutBraces).toUpper());
+    object.text(titleKey, session.title);
+    object.text(durationKey, session.duration);
+    object.number(durationSecondsKey, QByteArray::number(session.durationSeconds));
+    object.text(whenKey, session.when);
+    object.number(startedAtKey, QByteArray::number(static_cast<double>(startedAt) / 1000, 'f', 3));
+    object.text(statusKey, rawValue(session.status));
+    if (session.fileURL)
+        object.text(fileURLKey, session.fileURL->toEncoded());
+    object.text(uploadProgressKey, session.uploadProgress);
+    object.text(remoteIDKey, session.remoteID);
+    object.text(clientRecordingIdKey, session.clientRecordingId);
+}
+
+/// Takes the members of one object; remembers whether one of them was not as it has to be.
+class MemberReader
+{
+public:
+    explicit MemberReader(const QJsonObject &object)
+        : m_object(object)
+    {
+    }
+
+    bool isWhole() const { return m_isWhole; }
+
+    QString text(QLatin1StringView key)
+    {
+        const QJsonValue value = m_object.value(key);
+        require(value.isString());
+        return value.toString();
+    }
+
+    std::optional<QString> optionalText(QLatin1StringView key)
+    {
+        const QJsonValue value = m_object.value(key);
+        if (value.isUndefined() || value.isNull())
+            return std::nullopt;
+        require(value.isString());
+        return value.toString();
+    }
+
+    double number(QLatin1StringView key)
+    {
+        const QJsonValue value = m_object.value(key);
+        require(value.isDouble());
+        return value.toDouble();
+    }
+
+    qint64 integer(QLatin1StringView key)
+    {
+        const QJsonValue value = m_object.value(key);
+        // What is no integer of 64 bits gives whichever default is asked for.
+        require(value.toInteger(0) == value.toInteger(1));
+        return value.toInteger();
+    }
+
+    QUuid uuid(QLatin1StringView key)
+    {
+        const QString value = text(key);
+        const QUuid id = QUuid::fromString(value);
+        // Qt reads further spellings; only the plain one gives the same text again.
+        require(id.toString(QUuid::WithoutBraces).compare(value, Qt::CaseInsensitive) == 0);
+        return id;
+    }
+
+    RecentSession::Status status(QLatin1StringView key)
+    {
+        const auto status = caseWithRawValue(sessionStatuses, text(key));
+        require(status.has_value());
+        return status.value_or(RecentSession::Status::ready);
+    }
+
+    std::optional<QUrl> optionalFileURL(QLatin1StringView key)
+    {
+        const auto value = optionalText(key);
+        if (!value)
+            return std::nullopt;
+        QUrl url(*value);
+        require(url.isValid() && url.isLocalFile() && url.path().startsWith(u'/'));
+        return url;
+    }
+
+private:
+    void require(bool holds) { m_isWhole = m_isWhole && holds; }
+
+    const QJsonObject &m_object;
+    bool m_isWhole = true;
+};
+
+std::optional<RecentSession> decoded(const QJsonObject &object)
+{
+    MemberReader reader(object);
+    RecentSession session{
+        .id = reader.uuid(idKey),
+        .title = reader.text(titleKey),
+        .duration = reader.text(durationKey),
+        .durationSeconds = reader.integer(durationSecondsKey),
+        .when = reader.text(whenKey),
+        .startedAt = decodedDate(reader.number(startedAtKey)),
+        .status = reader.status(statusKey),
+        .fileURL = reader.optionalFileURL(fileURLKey),
+        .uploadProgress = reader.optionalText(uploadProgressKey),
+        .remoteID = reader.optionalText(remoteIDKey),
+        .clientRecordingId = reader.optionalText(clientRecordingIdKey),
+    };
+    return reader.isWhole() ? std::optional(std::move(session)) : std::nullopt;
+}
+} // namespace
+
+QByteArray encodeRecents(const QList<RecentSession> &sessions)
+{
+    QByteArray json = "[";
+    for (const RecentSession &session : sessions) {
+        if (json.size() > 1)
+            json += ',';
+        appendEntry(json, session);
+    }
+    return json + ']';
+}
+
+std::optional<QList<RecentSession>> decodeRecents(const QByteArray &content)
+{
+    // The parser lets a few malformed spellings through. They do no harm: what it makes of them
+    // still has to be a list of whole entries.
+    const auto document = QJsonDocument::fromJson(content);
+    if (!document.isArray())
+        return std::nullopt;
+    const QJsonArray array = document.array();
+    QList<RecentSession> sessions;
+    sessions.reserve(array.size());
+    for (const auto &entry : array) {
+        auto session = decoded(entry.toObject());
+        if (!session)
+            return std::nullopt;
+        sessions.append(std::move(*session));
+    }
+    return sessions;
+}
