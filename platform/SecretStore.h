@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+#include <optional>
+
+/// The user's secret store: small texts by service and account. Reports nothing: what is refused,
+/// locked or absent counts as not there. Main thread; never waits longer than about two seconds.
+class SecretStore
+{
+public:
+    virtual ~SecretStore() = default;
+
+    /// Stores \p value as a new item.
+    virtual void add(const QString &service, const QString &account, const QString &value) = 0;
+
+    /// None when there is no such item, when it cannot be had, or when it is not valid UTF-8.
+    virtual std::optional<QString> find(const QString &service, const QString &account) = 0;
+
+    virtual void remove(const QString &service, const QString &account) = 0;
+};

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "platform/WebAddress.h"
+
+#include <QByteArray>
+#include <QString>
+
+#include <chrono>
+
+/// What holds for every request of a session.
+struct HttpSettings {
+    /// Without a byte in either direction for this long, a request ends.
+    std::chrono::milliseconds idleLimit = std::chrono::seconds(60);
+
+    /// Of a reply's body; more ends the request.
+    qsizetype replyLimitBytes = 8 * 1024 * 1024;
+
+    WebAddress::LoopbackHttp loopbackHttp = WebAddress::LoopbackHttp::refused;
+
+    QByteArray userAgent = QByteArrayLiteral("Parlovance");
+
+    /// A PEM file of an authority that is trusted besides the system's; for tests.
+    QString trustedAuthority;
+};

@@ -1,0 +1,28 @@
+#include "platform/linux/network/SocketTraffic.h"
+
+// The C library's own header of this name lacks the byte counts.
+#include <linux/tcp.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+
+uint64_t SocketTraffic::bytes() const
+{
+    uint64_t total = 0;
+    for (const int socket : m_sockets) {
+        tcp_info info{};
+        socklen_t size = sizeof(info);
+        if (getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0)
+            total += info.tcpi_bytes_acked + info.tcpi_bytes_received;
+    }
+    return total;
+}
+
+bool SocketTraffic::hasInput() const
+{
+    return std::ranges::any_of(m_sockets, [](int socket) {
+        char byte = 0;
+        return recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
+    });
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+/// The sockets that one request has open, and how much went over them.
+///
+/// Asks the kernel, because the program does not see the last megabytes of an upload leave: on a
+/// slow line they take minutes from the socket's buffer to the other side.
+class SocketTraffic
+{
+public:
+    void add(int socket) { m_sockets.push_back(socket); }
+    void remove(int socket) { std::erase(m_sockets, socket); }
+
+    /// Bytes that arrived and bytes that the other side acknowledged, of the sockets still open.
+    uint64_t bytes() const;
+
+    /// Whether something has come in that nobody has read yet.
+    bool hasInput() const;
+
+private:
+    std::vector<int> m_sockets;
+};

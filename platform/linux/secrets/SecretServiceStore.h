@@ -1,0 +1,34 @@
+#pragma once
+
+#include "platform/SecretStore.h"
+
+#include <chrono>
+#include <memory>
+
+class SecretWorker;
+
+/// The secret store on the Secret Service of the session bus, one item for each service and
+/// account. Main thread.
+///
+/// A worker makes all calls in their order. Only find() waits for it, and a worker that did not
+/// answer in time is not waited for again before it has moved on: the user may be looking at a
+/// prompt, or the service may hang.
+class SecretServiceStore : public SecretStore
+{
+public:
+    explicit SecretServiceStore(std::chrono::milliseconds patience = std::chrono::seconds(2));
+
+    /// Waits as long as a find() for what is still to be written.
+    ~SecretServiceStore() override;
+
+    SecretServiceStore(const SecretServiceStore &) = delete;
+    SecretServiceStore &operator=(const SecretServiceStore &) = delete;
+
+    void add(const QString &service, const QString &account, const QString &value) override;
+    std::optional<QString> find(const QString &service, const QString &account) override;
+    void remove(const QString &service, const QString &account) override;
+
+private:
+    std::chrono::milliseconds m_patience;
+    std::shared_ptr<SecretWorker> m_worker; ///< shared with its thread, which may outlive the store
+};

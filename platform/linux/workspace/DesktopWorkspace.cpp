@@ -1,0 +1,59 @@
+#include "platform/linux/workspace/DesktopWorkspace.h"
+
+#include "platform/WebAddress.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QFileInfo>
+#include <QProcess>
+#include <QUrl>
+#include <QVariantMap>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// Long enough for a service that is only started by the call.
+constexpr int answerLimitMilliseconds = 10'000;
+
+/// Opens \p target with xdg-open if nobody takes \p message. The portal comes first because command
+/// lines can be read by every user of the machine.
+void callOrOpen(const QDBusMessage &message, const QString &target)
+{
+    const QDBusPendingCall call =
+        QDBusConnection::sessionBus().asyncCall(message, answerLimitMilliseconds);
+    auto *const watcher = new QDBusPendingCallWatcher(call);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, target] {
+        if (watcher->isError())
+            QProcess::startDetached(u"xdg-open"_s, {target});
+        watcher->deleteLater();
+    });
+}
+
+} // namespace
+
+void DesktopWorkspace::openAddress(const QString &address)
+{
+    const auto allowed = WebAddress::parse(address, WebAddress::LoopbackHttp::allowed);
+    if (!allowed)
+        return;
+    const QString encoded = QString::fromLatin1(allowed->encoded());
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        u"org.freedesktop.portal.Desktop"_s, u"/org/freedesktop/portal/desktop"_s,
+        u"org.freedesktop.portal.OpenURI"_s, u"OpenURI"_s);
+    message << QString() << encoded << QVariantMap();
+    callOrOpen(message, encoded);
+}
+
+void DesktopWorkspace::revealFile(const QString &path)
+{
+    const QFileInfo file(path);
+    QDBusMessage message = QDBusMessage::createMethodCall(
+        u"org.freedesktop.FileManager1"_s, u"/org/freedesktop/FileManager1"_s,
+        u"org.freedesktop.FileManager1"_s, u"ShowItems"_s);
+    const QUrl url = QUrl::fromLocalFile(file.absoluteFilePath());
+    message << QStringList{QString::fromLatin1(url.toEncoded())} << QString();
+    callOrOpen(message, file.absolutePath());
+}
