@@ -1,0 +1,218 @@
+#include "cloud/AuthClient.h"
+
+#include "base/Tasks.h"
+#include "cloud/CallbackUrl.h"
+#include "cloud/ServiceReplies.h"
+#include "cloud/ServiceRequests.h"
+#include "platform/Workspace.h"
+
+#include <QPointer>
+#include <QUuid>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const auto sessionKey = u"session"_s;
+// An earlier layout: token and address as bare texts.
+const auto earlierTokenKey = u"payload-token"_s;
+const auto earlierEmailKey = u"user-email"_s;
+
+const auto none = u"?"_s;
+
+/// The address of an account, unless it could disguise what is around it when it is shown or
+/// logged: control characters, line separators, and marks that change the direction of writing.
+std::optional<QString> presentable(std::optional<QString> email)
+{
+    const auto disguises = [](char32_t character) {
+        switch (QChar::category(character)) {
+        case QChar::Other_Control:
+        case QChar::Other_Format:
+        case QChar::Separator_Line:
+        case QChar::Separator_Paragraph:
+            return true;
+        default: // every other category of Unicode is a character that one can see
+            return false;
+        }
+    };
+    if (email && std::ranges::any_of(email->toUcs4(), disguises))
+        return std::nullopt;
+    return email;
+}
+
+QFuture<std::expected<MeResponse, DecodingError>> decodedInBackground(QByteArray body)
+{
+    return inBackground([body = std::move(body)] { return decodedMe(body); });
+}
+} // namespace
+
+AuthClient::AuthClient(ConfiguredOrigin origin, HttpSession &http, SecretStore &secrets,
+                       Workspace &workspace, QObject *parent)
+    : QObject(parent)
+    , m_origin(std::move(origin))
+    , m_http(http)
+    , m_keychain(secrets)
+    , m_workspace(workspace)
+{
+    m_cachedSession = loadSession();
+    m_sessionStatus = m_cachedSession ? SessionStatus::cached : SessionStatus::loggedOut;
+    const auto validate = [this] { [[maybe_unused]] const auto ignored = validateSession(); };
+    QMetaObject::invokeMethod(this, validate, Qt::QueuedConnection);
+}
+
+AuthClient::~AuthClient() = default;
+
+std::optional<QString> AuthClient::token() const
+{
+    return m_cachedSession ? std::optional(m_cachedSession->token) : std::nullopt;
+}
+
+std::optional<QString> AuthClient::email() const
+{
+    return m_cachedSession ? m_cachedSession->email : std::nullopt;
+}
+
+std::optional<AuthSession> AuthClient::loadSession()
+{
+    if (const auto text = m_keychain.get(sessionKey)) {
+        if (auto session = decodedSession(*text))
+            return session;
+    }
+    const auto earlierToken = m_keychain.get(earlierTokenKey);
+    if (!earlierToken || !ServiceRequests::isUsableToken(*earlierToken))
+        return std::nullopt;
+    AuthSession session{.token = *earlierToken, .email = m_keychain.get(earlierEmailKey)};
+    saveSession(session);
+    m_keychain.remove(earlierTokenKey);
+    m_keychain.remove(earlierEmailKey);
+    return session;
+}
+
+void AuthClient::saveSession(const AuthSession &session)
+{
+    m_keychain.set(encoded(session), sessionKey);
+    m_cachedSession = session;
+}
+
+void AuthClient::deleteSession()
+{
+    m_keychain.remove(sessionKey);
+    m_cachedSession.reset();
+}
+
+void AuthClient::beginLogin()
+{
+    const QString state = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
+    m_pendingState = state;
+    // Silent: every other call tells that the origin is not configured properly.
+    if (m_origin)
+        m_workspace.openAddress(m_origin->signInPage(state));
+}
+
+void AuthClient::handleCallback(const QString &url)
+{
+    const CallbackUrl callback(url);
+    m_logger.info("handleCallback scheme="_L1 + callback.scheme().value_or(none) + " host="_L1 +
+                  callback.host().value_or(none));
+    if (callback.scheme() != u"parlovance"_s || callback.host() != u"auth"_s) {
+        m_logger.error(u"scheme/host mismatch"_s);
+        return;
+    }
+    const auto token = callback.value(u"token");
+    const auto state = callback.value(u"state");
+    const bool isUsable = token && ServiceRequests::isUsableToken(*token);
+    if (isUsable && state && m_pendingState && *state == *m_pendingState) {
+        completeLogin(*token, callback.value(u"email"));
+        return;
+    }
+    m_logger.error(u"callback verify fail: token=%1 state=%2 pending=%3"_s.arg(
+        callback.hasItem(u"token") ? u"1"_s : u"0"_s, callback.hasItem(u"state") ? u"1"_s : u"0"_s,
+        m_pendingState.value_or(u"nil"_s)));
+    m_lastError = u"登录回调验证失败"_s;
+    Q_EMIT changed();
+}
+
+void AuthClient::completeLogin(const QString &token, std::optional<QString> email)
+{
+    m_pendingState.reset();
+    email = presentable(std::move(email));
+    if (email && email->isEmpty())
+        email.reset();
+    saveSession(AuthSession{.token = token, .email = email});
+    m_sessionStatus = SessionStatus::verified;
+    m_logger.info("logged in as "_L1 + email.value_or(u"unknown"_s));
+    Q_EMIT changed();
+}
+
+QCoro::Task<bool> AuthClient::validateSession()
+{
+    const QPointer self(this);
+    if (!m_cachedSession) {
+        m_sessionStatus = SessionStatus::loggedOut;
+        Q_EMIT changed();
+        co_return false;
+    }
+    const QString sentToken = m_cachedSession->token;
+    if (!m_origin) {
+        m_logger.error("validateSession network error: "_L1 + m_origin.error().description());
+        co_return false;
+    }
+    const auto request = ServiceRequests::identity(*m_origin, sentToken);
+    const HttpOutcome outcome = co_await m_http.send(request);
+    if (!self || token() != sentToken)
+        co_return false;
+    if (!outcome) {
+        m_logger.error("validateSession network error: "_L1 + outcome.error().description());
+        co_return false;
+    }
+    if (!judgeStatus(outcome->status(), sentToken))
+        co_return false;
+
+    const auto me = co_await decodedInBackground(outcome->body());
+    if (!self || token() != sentToken)
+        co_return false;
+    // Accepted is accepted, also with a body that says nothing.
+    if (me)
+        adoptEmail(presentable(me->user.email));
+    m_sessionStatus = SessionStatus::verified;
+    Q_EMIT changed();
+    co_return true;
+}
+
+/// Whether the service accepted the session.
+bool AuthClient::judgeStatus(int status, const QString &token)
+{
+    if (status >= 200 && status <= 299)
+        return true;
+    if (status == 401)
+        handleUnauthorized(token);
+    else
+        m_logger.error("validateSession unexpected status "_L1 + QString::number(status));
+    return false;
+}
+
+void AuthClient::adoptEmail(const std::optional<QString> &email)
+{
+    if (email && email != m_cachedSession->email)
+        saveSession(AuthSession{.token = m_cachedSession->token, .email = email});
+}
+
+void AuthClient::handleUnauthorized(const QString &token)
+{
+    if (!m_cachedSession || m_cachedSession->token != token)
+        return;
+    m_logger.info(u"session expired, clearing keychain"_s);
+    deleteSession();
+    m_sessionStatus = SessionStatus::expired;
+    m_lastError = u"登录已过期，请重新登录"_s;
+    Q_EMIT changed();
+}
+
+void AuthClient::logout()
+{
+    deleteSession();
+    m_sessionStatus = SessionStatus::loggedOut;
+    Q_EMIT changed();
+}
