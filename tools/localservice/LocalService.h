@@ -1,0 +1,95 @@
+#pragma once
+
+#include "tools/localservice/Misbehaviour.h"
+#include "tools/localservice/RawServer.h"
+#include "tools/localservice/RequestLog.h"
+#include "tools/localservice/ServiceStore.h"
+
+#include <QJsonObject>
+
+#include <functional>
+#include <thread>
+
+/// Plays the web service on a loopback port: the calls of the program, the sign-in page, the pages
+/// of the meetings. Works on threads of its own; the operations may be called on any thread.
+class LocalService
+{
+public:
+    enum class Exchange {
+        signUpload,
+        objectUpload,
+        createMeeting,
+        reconcile,
+        identity,
+        latestRelease,
+        signInPage,
+    };
+
+    /// Keeps its meetings and objects in \p folder, and takes up those of an earlier run.
+    explicit LocalService(const QString &folder);
+
+    /// Ends every connection.
+    ~LocalService();
+
+    LocalService(const LocalService &) = delete;
+    LocalService &operator=(const LocalService &) = delete;
+
+    /// Port 0: any free one. False when the port is taken.
+    bool listen(int port = 0);
+
+    /// "http://127.0.0.1:PORT".
+    QString origin() const;
+
+    ServiceStore &store() { return m_store; }
+
+    /// The program's release as the service knows it.
+    void setLatestRelease(const QJsonObject &release);
+
+    /// Answers the next \p times requests of an exchange that way; -1: all until told otherwise.
+    void misbehave(Exchange exchange, const Misbehaviour &misbehaviour, int times = -1);
+    void behave(Exchange exchange);
+
+    /// All requests since the start or since the last clear, with those that were misbehaved to.
+    QList<ReceivedRequest> requests() const { return m_log.requests(); }
+    void clearRequests() { m_log.clear(); }
+
+    /// "signUpload" and so on.
+    static std::optional<Exchange> exchangeNamed(const QString &name);
+
+private:
+    struct Call;
+    struct Fault {
+        Misbehaviour misbehaviour;
+        int timesLeft;
+    };
+    using Answer = void (LocalService::*)(Call &);
+
+    void routeCalls();
+    void routePages();
+    void route(const char *method, const char *pattern, Exchange exchange, Answer answer);
+    void serve(Exchange exchange, Call &call, Answer answer);
+    std::optional<Misbehaviour> takeFault(Exchange exchange);
+    void fail(const Misbehaviour &misbehaviour, Call &call, Answer answer);
+    std::optional<QString> account(Call &call);
+
+    void signUpload(Call &call);
+    void storeObject(Call &call);
+    void createMeeting(Call &call);
+    void reconcile(Call &call);
+    void identity(Call &call);
+    void latestRelease(Call &call);
+    void signInPage(Call &call);
+    void finishSignIn(Call &call);
+    void sendObject(const httplib::Request &request, httplib::Response &response);
+
+    ServiceStore m_store;
+    RequestLog m_log;
+    RawServer m_server;
+    int m_port = 0;
+
+    std::mutex m_mutex;
+    QJsonObject m_release;              ///< under the mutex
+    std::map<Exchange, Fault> m_faults; ///< under the mutex
+
+    std::thread m_thread;
+};
