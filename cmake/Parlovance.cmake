@@ -1,6 +1,7 @@
 # The two ways of making a target, so that flags and habits stand in one place.
 
 option(PARLOVANCE_SANITIZE "Sanitizers to build with, for example address,undefined" "")
+option(PARLOVANCE_FUZZ "Build the fuzz targets; needs clang" OFF)
 
 function(parlovance_flags target)
   target_compile_options(${target} PRIVATE
@@ -33,10 +34,23 @@ function(parlovance_library name)
   set_target_properties(${name} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
-# parlovance_test(NAME SOURCES ... LINKS ... [SESSION] [THREADS] [TIMEOUT seconds])
-# SESSION: runs inside a private desktop session with real sound. THREADS: also run under TSan.
+# What every test runs with, so that it does the same on every machine.
+set(PARLOVANCE_TEST_ENVIRONMENT
+  QT_QPA_PLATFORM=offscreen TZ=Asia/Shanghai LC_ALL=C.UTF-8
+  "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1"
+  "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
+  "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0"
+  "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp:halt_on_error=1")
+
+# All that the race detector needs.
+add_custom_target(thread_tests)
+
+# parlovance_test(NAME SOURCES ... LINKS ... [SESSION | DESKTOP] [SERIAL] [THREADS] [TIMEOUT seconds])
+# SESSION: runs inside a private session with real sound. DESKTOP: the same with a display, a window
+# manager and a tray. SERIAL: measures time, so that nothing may run beside it. THREADS: also run
+# under TSan.
 function(parlovance_test name)
-  cmake_parse_arguments(ARG "SESSION;THREADS" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
+  cmake_parse_arguments(ARG "SESSION;DESKTOP;SERIAL;THREADS" "TIMEOUT" "SOURCES;LINKS" ${ARGN})
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
@@ -44,21 +58,25 @@ function(parlovance_test name)
   parlovance_flags(${name})
   target_link_libraries(${name} PRIVATE ${ARG_LINKS} Qt6::Test)
   set(labels "")
-  set(environment
-    QT_QPA_PLATFORM=offscreen TZ=Asia/Shanghai LC_ALL=C.UTF-8
-    "ASAN_OPTIONS=detect_stack_use_after_return=1:strict_string_checks=1"
-    "UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1"
-    "LSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/lsan.supp:print_suppressions=0"
-    "TSAN_OPTIONS=suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp:halt_on_error=1")
+  set(environment ${PARLOVANCE_TEST_ENVIRONMENT})
   if(ARG_SESSION)
+    add_test(NAME ${name}
+      COMMAND ${PROJECT_SOURCE_DIR}/tools/private-session --sound-only $<TARGET_FILE:${name}>)
+    list(APPEND labels session)
+  elseif(ARG_DESKTOP)
     add_test(NAME ${name}
       COMMAND ${PROJECT_SOURCE_DIR}/tools/private-session $<TARGET_FILE:${name}>)
     list(APPEND labels session)
+    list(TRANSFORM environment REPLACE "^QT_QPA_PLATFORM=.*" "QT_QPA_PLATFORM=xcb")
   else()
     add_test(NAME ${name} COMMAND ${name})
   endif()
   if(ARG_THREADS)
     list(APPEND labels threads)
+    add_dependencies(thread_tests ${name})
+  endif()
+  if(ARG_SERIAL)
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL ON)
   endif()
   set_tests_properties(${name} PROPERTIES
     TIMEOUT ${ARG_TIMEOUT} LABELS "${labels}" ENVIRONMENT "${environment}")
