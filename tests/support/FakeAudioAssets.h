@@ -1,0 +1,144 @@
+#pragma once
+
+#include "platform/AudioAssets.h"
+#include "tests/support/Script.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QHash>
+
+/// Reads nothing from files; an export puts 3000 bytes into its output. Steps, with "system" or
+/// "mic" for the track where a name stands: "tracks NAME", "duration NAME", "ahead",
+/// "ahead dropped", "export make", "export make with ahead", "export run", "finish NAME",
+/// "leftovers". A failing step's text is "assets trouble".
+class FakeAudioAssets : public AudioAssets
+{
+public:
+    explicit FakeAudioAssets(Script &script)
+        : m_script(script)
+    {
+    }
+
+    QCoro::Task<std::expected<int, Error>> audioTrackCount(QString path) override
+    {
+        return answer(QStringLiteral("tracks ") + track(path), trackCount.value(track(path), 1));
+    }
+
+    QCoro::Task<std::expected<double, Error>> durationSeconds(QString path) override
+    {
+        return answer(QStringLiteral("duration ") + track(path), duration.value(track(path), 60.0));
+    }
+
+    std::unique_ptr<MixAhead> mixAhead(const QString &first, const QString &second,
+                                       const QString &outputPath) override
+    {
+        aheadFiles = {name(first), name(second), name(outputPath)};
+        if (!m_script.note(QStringLiteral("ahead")))
+            return nullptr;
+        return std::make_unique<Ahead>(m_script);
+    }
+
+    std::unique_ptr<ExportSession> makeExport(const MixComposition &composition,
+                                              const QString &outputPath,
+                                              std::unique_ptr<MixAhead> ahead) override
+    {
+        lastComposition = composition;
+        const bool succeeds = m_script.note(ahead ? QStringLiteral("export make with ahead")
+                                                  : QStringLiteral("export make"));
+        if (!succeeds)
+            return nullptr;
+        if (auto *const own = dynamic_cast<Ahead *>(ahead.get()))
+            own->isUsed = true;
+        return std::make_unique<Export>(*this, outputPath, std::move(ahead));
+    }
+
+    QCoro::Task<std::expected<void, Error>> finishTrack(QString path) override
+    {
+        using Finished = std::expected<void, Error>;
+        const bool succeeds = co_await m_script.reach(QStringLiteral("finish ") + track(path));
+        if (!succeeds)
+            co_return Finished(std::unexpected(Error(QStringLiteral("assets trouble"))));
+        co_return Finished();
+    }
+
+    void removeLeftovers(const QString &folder) override
+    {
+        leftoversFolder = folder;
+        m_script.note(QStringLiteral("leftovers"));
+    }
+
+    QHash<QString, int> trackCount;
+    QHash<QString, double> duration;
+    std::optional<Error> exportError = Error(QStringLiteral("assets trouble"));
+    MixComposition lastComposition;
+    QStringList aheadFiles; ///< names of the two tracks and of the output
+    QString leftoversFolder;
+
+private:
+    class Ahead : public MixAhead
+    {
+    public:
+        explicit Ahead(Script &script)
+            : m_script(script)
+        {
+        }
+        ~Ahead() override
+        {
+            if (!isUsed)
+                m_script.note(QStringLiteral("ahead dropped"));
+        }
+
+        bool isUsed = false;
+
+    private:
+        Script &m_script;
+    };
+
+    class Export : public ExportSession
+    {
+    public:
+        Export(FakeAudioAssets &assets, QString path, std::unique_ptr<MixAhead> ahead)
+            : m_assets(assets)
+            , m_path(std::move(path))
+            , m_ahead(std::move(ahead))
+        {
+        }
+
+        QCoro::Task<ExportOutcome> run() override
+        {
+            ExportOutcome outcome;
+            outcome.completed = co_await m_assets.m_script.reach(QStringLiteral("export run"));
+            QFile file(m_path);
+            // As with a real encoder, the name appears only when the file is complete.
+            if (outcome.completed && file.open(QIODevice::WriteOnly))
+                file.resize(3000);
+            if (!outcome.completed)
+                outcome.error = m_assets.exportError;
+            co_return outcome;
+        }
+
+    private:
+        FakeAudioAssets &m_assets;
+        const QString m_path;
+        const std::unique_ptr<MixAhead> m_ahead;
+    };
+
+    static QString name(const QString &path) { return QFileInfo(path).fileName(); }
+    static QString track(const QString &path)
+    {
+        return path.endsWith(QLatin1String(".mic.m4a")) ? QStringLiteral("mic")
+                                                        : QStringLiteral("system");
+    }
+
+    template<class Value>
+    QCoro::Task<std::expected<Value, Error>> answer(QString step, Value value)
+    {
+        using Answer = std::expected<Value, Error>;
+        const bool succeeds = co_await m_script.reach(step);
+        if (!succeeds)
+            co_return Answer(std::unexpected(Error(QStringLiteral("assets trouble"))));
+        co_return Answer(value);
+    }
+
+    Script &m_script;
+};

@@ -1,0 +1,48 @@
+#include "tests/support/Packets.h"
+
+#include "platform/linux/media/AacEncoder.h"
+#include "platform/linux/media/Libav.h"
+
+#include <QFile>
+
+#include <algorithm>
+
+EncodedSound encodeSound(const AudioEncoding &encoding, std::span<const float> samples)
+{
+    EncodedSound sound;
+    auto encoder = AacEncoder::create(encoding);
+    if (!encoder)
+        return sound;
+    const auto configuration = encoder->configuration();
+    sound.format = {.sampleRate = encoding.sampleRate,
+                    .channelCount = encoding.channelCount,
+                    .bitRate = encoding.bitRate,
+                    .configuration = {configuration.begin(), configuration.end()}};
+    const auto keep = [&](AacPacket &&packet) { sound.packets.push_back(std::move(packet)); };
+    if (encoder->encode(samples, keep) && encoder->finish(keep))
+        sound.frameCount = encoder->frameCount();
+    return sound;
+}
+
+StoredPackets readPackets(const QString &path)
+{
+    quietLibav();
+    StoredPackets stored;
+    AVFormatContext *context = nullptr;
+    const QByteArray name = QFile::encodeName(path);
+    if (avformat_open_input(&context, name.constData(), av_find_input_format("mov"), nullptr) < 0)
+        return stored;
+    const LibavInput input(context);
+    const LibavPacket packet(av_packet_alloc());
+    while (av_read_frame(context, packet.get()) >= 0) {
+        const auto *data = reinterpret_cast<const std::byte *>(packet->data);
+        stored.packets.emplace_back(data, data + packet->size);
+        av_packet_unref(packet.get());
+    }
+    if (context->nb_streams > 0) {
+        const AVStream &track = *context->streams[0];
+        const qint64 start = track.start_time == AV_NOPTS_VALUE ? 0 : track.start_time;
+        stored.frameCount = std::max<qint64>(0, start + track.duration);
+    }
+    return stored;
+}

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QCoroTask>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+#include <coroutine>
+#include <map>
+#include <utility>
+#include <vector>
+
+/// What the doubles of one test do at each named step, and what was called, in order.
+///
+/// A step passes at once and succeeds unless the test says otherwise. Main thread.
+class Script
+{
+public:
+    QStringList calls;
+
+    void failAt(const QString &step) { m_failing.insert(step); }
+    void succeedAt(const QString &step) { m_failing.remove(step); }
+
+    /// Everyone who comes to \p step waits there.
+    void holdAt(const QString &step) { m_gates[step].isOpen = false; }
+
+    /// Lets those go on who wait at \p step, before this returns, and everyone who comes later.
+    void releaseAt(const QString &step)
+    {
+        m_gates[step].isOpen = true;
+        letThrough(step);
+    }
+
+    /// Lets those go on who wait at \p step now.
+    void letThrough(const QString &step)
+    {
+        for (const auto waiting : std::exchange(m_gates[step].waiting, {}))
+            waiting.resume();
+    }
+
+    bool isWaitingAt(const QString &step) { return !m_gates[step].waiting.empty(); }
+
+    /// Notes the call. Whether the step succeeds.
+    bool note(const QString &step)
+    {
+        calls.append(step);
+        return !m_failing.contains(step);
+    }
+
+    /// The same for an operation that takes time.
+    QCoro::Task<bool> reach(QString step)
+    {
+        calls.append(step);
+        co_await Passage(m_gates[step]);
+        co_return !m_failing.contains(step);
+    }
+
+private:
+    struct Gate {
+        bool isOpen = true;
+        std::vector<std::coroutine_handle<>> waiting;
+    };
+
+    class Passage
+    {
+    public:
+        explicit Passage(Gate &gate)
+            : m_gate(gate)
+        {
+        }
+        bool await_ready() const noexcept { return m_gate.isOpen; }
+        void await_suspend(std::coroutine_handle<> handle) { m_gate.waiting.push_back(handle); }
+        void await_resume() const noexcept {}
+
+    private:
+        Gate &m_gate;
+    };
+
+    QSet<QString> m_failing;
+    std::map<QString, Gate> m_gates;
+};

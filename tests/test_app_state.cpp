@@ -1,0 +1,574 @@
+#include "core/AppState.h"
+#include "settings/PrefsStore.h"
+#include "tests/support/AudioRig.h"
+#include "tests/support/FakeDefaults.h"
+#include "tests/support/FakeLoginItem.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <optional>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+Q_DECLARE_METATYPE(RecordingState)
+
+namespace
+{
+using State = RecordingState;
+
+const QString tooShort = u"录音不足 10 秒，已自动丢弃"_s;
+
+/// The application's state on a scripted machine, where a second takes a millisecond.
+class Stage
+{
+public:
+    Stage()
+    {
+        prefs.setSaveLocation(rig.home.path());
+        app.emplace(rig.platform(), prefs, 1ms);
+    }
+
+    /// Waits for exactly \p seconds counted seconds, and toggles within the last.
+    void toggleAfter(int seconds)
+    {
+        afterTick(seconds, [this] { app->toggleRecording(); });
+    }
+
+    void afterTick(int seconds, const std::function<void()> &act)
+    {
+        QEventLoop loop;
+        const QObject context;
+        QObject::connect(&*app, &AppState::elapsedChanged, &context, [&] {
+            if (app->elapsed() != seconds)
+                return;
+            act();
+            loop.quit();
+        });
+        loop.exec();
+    }
+
+    /// A recording of \p seconds.
+    void record(int seconds)
+    {
+        app->toggleRecording();
+        toggleAfter(seconds);
+    }
+
+    QStringList listedNames() const
+    {
+        QStringList names;
+        for (const RecentSession &session : app->recents())
+            names.append(session.fileURL->fileName());
+        return names;
+    }
+
+    int count(const QString &call) const { return static_cast<int>(rig.script.calls.count(call)); }
+
+    AudioRig rig;
+    FakeDefaults defaults;
+    FakeLoginItem loginItem;
+    PrefsStore prefs{defaults, loginItem, rig.home.path()};
+    std::optional<AppState> app;
+};
+} // namespace
+
+class AppStateTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void bothSourcesOff();
+    void titleIsTakenAsTyped();
+    void togglesWhileBusyDoNothing();
+    void failedStartChangesOnlyStateAndMessage();
+    void nineSecondsDiscardTheRecording();
+    void tenSecondsKeepTheRecording();
+    void tagLivesForOneRecording();
+    void stopWithoutFileIsSilent();
+    void changesComeInOnePiece();
+    void listFollowsTheSaveFolder();
+    void sameSecondTwiceLosesNothing();
+    void failedSystemAudioStopsAndTells_data();
+    void failedSystemAudioStopsAndTells();
+    void failedSystemAudioOutsideARecording();
+    void failedSystemAudioWhileStarting_data();
+    void failedSystemAudioWhileStarting();
+    void microphoneEvents_data();
+    void microphoneEvents();
+    void diskThatRunsFullEndsTheRecording();
+    void quitKeepsTheRecording_data();
+    void quitKeepsTheRecording();
+    void quitDuringAStartWhoseCaptureFailed();
+    void thousandRandomToggles();
+    void goneWhileTasksArePending_data();
+    void goneWhileTasksArePending();
+};
+
+void AppStateTest::bothSourcesOff()
+{
+    Stage stage;
+    QCOMPARE(stage.rig.assets.leftoversFolder, stage.rig.home.path());
+    stage.app->setSystemAudioOn(false);
+    stage.app->setMicOn(false);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->lastError(), u"至少开启一个音源（系统声音或麦克风）"_s);
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.rig.script.calls, QStringList(u"leftovers"_s));
+
+    stage.app->setMicOn(true);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->lastError(), std::nullopt);
+    QCOMPARE(stage.app->state(), State::recording);
+    QCOMPARE(stage.count(u"capture targets"_s), 0);
+}
+
+void AppStateTest::togglesWhileBusyDoNothing()
+{
+    Stage stage;
+    auto &script = stage.rig.script;
+    script.holdAt(u"capture start"_s);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->state(), State::starting);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->state(), State::starting);
+    script.releaseAt(u"capture start"_s);
+    QCOMPARE(stage.app->state(), State::recording);
+
+    script.holdAt(u"capture stop"_s);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->state(), State::stopping);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->state(), State::stopping);
+    script.releaseAt(u"capture stop"_s);
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.count(u"capture start"_s), 1);
+    QCOMPARE(stage.count(u"capture stop"_s), 1);
+}
+
+void AppStateTest::failedStartChangesOnlyStateAndMessage()
+{
+    Stage stage;
+    stage.record(12);
+    const auto recents = stage.app->recents();
+    stage.app->setSessionTitle(u"周会"_s);
+    stage.rig.script.failAt(u"capture targets"_s);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.app->lastError(), u"屏幕录制权限未授予：capture trouble"_s);
+    QCOMPARE(stage.app->elapsed(), 12.0);
+    QCOMPARE(stage.app->sessionTitle(), u"周会"_s);
+    QCOMPARE(stage.app->selectedTag(), std::nullopt);
+    QVERIFY(stage.app->recents() == recents);
+}
+
+void AppStateTest::nineSecondsDiscardTheRecording()
+{
+    Stage stage;
+    stage.app->setSessionTitle(u"周会"_s);
+    stage.app->setSelectedTag(SessionTag::call);
+    stage.record(9);
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.app->lastError(), tooShort);
+    QCOMPARE(stage.app->elapsedFormatted(), u"00:00:09"_s);
+    QCOMPARE(stage.app->sessionTitle(), QString());
+    QCOMPARE(stage.app->selectedTag(), std::nullopt);
+    QVERIFY(stage.app->recents().isEmpty());
+    QCOMPARE(stage.rig.files(), QStringList());
+}
+
+void AppStateTest::tenSecondsKeepTheRecording()
+{
+    Stage stage;
+    stage.app->setSessionTitle(u"周会"_s);
+    stage.app->toggleRecording();
+    const QDateTime startedAt = stage.rig.clock.wall;
+    stage.rig.clock.advance(10s);
+    stage.toggleAfter(10);
+
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.app->lastError(), std::nullopt);
+    QCOMPARE(stage.app->recents().size(), 1);
+    RecentSession expected;
+    expected.id = stage.app->recents()[0].id;
+    expected.title = u"周会"_s;
+    expected.duration = u"10s"_s;
+    expected.durationSeconds = 10;
+    expected.when = u"刚刚"_s;
+    expected.startedAt = startedAt;
+    expected.fileURL = stage.rig.url(u"recording-2025-03-07-14-05-00.m4a"_s);
+    expected.clientRecordingId = u"mac-file-recording-2025-03-07-14-05-00"_s;
+    QVERIFY(stage.app->recents()[0] == expected);
+    QVERIFY(QFile::exists(expected.fileURL->toLocalFile()));
+
+    // A later recording stands before it, and both are there after a restart.
+    stage.rig.clock.advance(1min);
+    stage.record(11);
+    QCOMPARE(stage.app->recents().size(), 2);
+    QCOMPARE(stage.app->recents()[1].id, expected.id);
+    QCOMPARE(stage.app->recents()[0].duration, u"11s"_s);
+    const QStringList names = stage.listedNames();
+    stage.app.emplace(stage.rig.platform(), stage.prefs, 1ms);
+    QCOMPARE(stage.listedNames(), names);
+}
+
+void AppStateTest::titleIsTakenAsTyped()
+{
+    Stage stage;
+    stage.app->setSelectedTag(SessionTag::interview);
+    for (const QString &typed : {u""_s, u"<b>周会</b>"_s, u"  "_s}) {
+        stage.app->setSessionTitle(typed);
+        stage.record(10);
+        QVERIFY(!stage.app->recents().isEmpty());
+        QCOMPARE(stage.app->recents().first().title,
+                 typed.isEmpty() ? u"录音 2025-03-07 14:05"_s : typed);
+    }
+}
+
+void AppStateTest::tagLivesForOneRecording()
+{
+    Stage stage;
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->selectedTag(), SessionTag::meeting);
+    stage.toggleAfter(10);
+    QCOMPARE(stage.app->selectedTag(), std::nullopt);
+
+    stage.app->setSelectedTag(SessionTag::notes);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->selectedTag(), SessionTag::notes);
+}
+
+void AppStateTest::stopWithoutFileIsSilent()
+{
+    Stage stage;
+    stage.rig.writers.contentBytes = 0;
+    stage.rig.microphones.contentBytes = 0;
+    stage.app->setSessionTitle(u"周会"_s);
+    stage.record(12);
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.app->lastError(), std::nullopt);
+    QCOMPARE(stage.app->sessionTitle(), u"周会"_s);
+    QCOMPARE(stage.app->selectedTag(), SessionTag::meeting);
+    QVERIFY(stage.app->recents().isEmpty());
+}
+
+void AppStateTest::changesComeInOnePiece()
+{
+    Stage stage;
+    QStringList seen;
+    connect(&*stage.app, &AppState::stateChanged, this, [&] {
+        seen.append(u"%1 %2 %3 %4"_s.arg(static_cast<int>(stage.app->state()))
+                        .arg(stage.app->elapsed())
+                        .arg(stage.app->recents().size())
+                        .arg(stage.app->sessionTitle()));
+    });
+    stage.app->setSessionTitle(u"周会"_s);
+    stage.record(10);
+    QCOMPARE(seen, QStringList({u"2 0 0 周会"_s, u"1 0 0 周会"_s, u"3 10 0 周会"_s, u"0 10 1 "_s}));
+
+    // The counter starts again only with the recording.
+    seen.clear();
+    stage.app->toggleRecording();
+    QCOMPARE(seen, QStringList({u"2 10 1 "_s, u"1 0 1 "_s}));
+}
+
+void AppStateTest::listFollowsTheSaveFolder()
+{
+    Stage stage;
+    stage.record(10);
+    const QString other = stage.rig.path(u"elsewhere"_s);
+    stage.prefs.setSaveLocation(other);
+    stage.rig.clock.advance(1min);
+    stage.record(10);
+    QCOMPARE(stage.app->recents().size(), 2);
+    QCOMPARE(QDir(other).entryList(QDir::Files | QDir::Hidden),
+             QStringList({u".sessions.json"_s, u"recording-2025-03-07-14-06-00.m4a"_s}));
+    const QStringList names = stage.listedNames();
+    stage.app.emplace(stage.rig.platform(), stage.prefs, 1ms);
+    QCOMPARE(stage.listedNames(), names);
+}
+
+void AppStateTest::sameSecondTwiceLosesNothing()
+{
+    Stage stage;
+    stage.record(10);
+    stage.record(10);
+    stage.rig.clock.wall = stage.rig.clock.wall.addSecs(-1); // the clock is set back
+    stage.record(10);
+    QCOMPARE(stage.listedNames(), QStringList({u"recording-2025-03-07-14-04-59.m4a"_s,
+                                               u"recording-2025-03-07-14-05-01.m4a"_s,
+                                               u"recording-2025-03-07-14-05-00.m4a"_s}));
+    for (const RecentSession &session : stage.app->recents())
+        QVERIFY(QFile::exists(session.fileURL->toLocalFile()));
+}
+
+void AppStateTest::failedSystemAudioStopsAndTells_data()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<int>("entries");
+    QTest::newRow("kept") << 30 << 1;
+    QTest::newRow("discarded") << 3 << 0;
+}
+
+void AppStateTest::failedSystemAudioStopsAndTells()
+{
+    QFETCH(const int, seconds);
+    Stage stage;
+    stage.app->toggleRecording();
+    stage.afterTick(seconds, [&] {
+        stage.rig.capture.listener->didStop(Error(u"声音服务已断开"_s));
+        stage.rig.microphones.handler({MicrophoneEvent::Kind::ended, u"麦克风已停止"_s});
+    });
+    QTRY_COMPARE(stage.app->lastError(), u"系统音频已停止：声音服务已断开"_s);
+    QCOMPARE(stage.app->state(), State::idle);
+    QTEST(static_cast<int>(stage.app->recents().size()), "entries");
+    QCOMPARE(stage.count(u"capture stop"_s), 1);
+
+    // Nothing of it is left for the next recording.
+    stage.rig.clock.advance(1min);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->state(), State::recording);
+    QCOMPARE(stage.app->lastError(), std::nullopt);
+}
+
+void AppStateTest::failedSystemAudioOutsideARecording()
+{
+    Stage stage;
+    QCoro::waitFor(stage.app->handleSystemAudioError(u"late"_s));
+    QCOMPARE(stage.app->lastError(), std::nullopt);
+
+    stage.app->toggleRecording();
+    stage.rig.script.holdAt(u"capture stop"_s);
+    stage.toggleAfter(10);
+    QCoro::waitFor(stage.app->handleSystemAudioError(u"late"_s));
+    stage.rig.script.releaseAt(u"capture stop"_s);
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.app->lastError(), std::nullopt);
+    QCOMPARE(stage.app->recents().size(), 1);
+}
+
+void AppStateTest::failedSystemAudioWhileStarting_data()
+{
+    QTest::addColumn<bool>("startSucceeds");
+    QTest::addColumn<State>("state");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("start succeeds") << true << State::recording << u"系统音频已停止：断开"_s;
+    QTest::newRow("start fails") << false << State::idle << u"麦克风权限未授予"_s;
+}
+
+void AppStateTest::failedSystemAudioWhileStarting()
+{
+    QFETCH(const bool, startSucceeds);
+    Stage stage;
+    stage.rig.script.holdAt(u"mic access"_s);
+    if (!startSucceeds)
+        stage.rig.script.failAt(u"mic access"_s);
+    stage.app->toggleRecording();
+    stage.rig.capture.listener->didStop(Error(u"断开"_s));
+    QTRY_COMPARE(stage.app->lastError(), u"系统音频已停止：断开"_s);
+    QCOMPARE(stage.app->state(), State::idle);
+    stage.app->toggleRecording(); // the start is still under way: no second one
+    QCOMPARE(stage.count(u"capture targets"_s), 1);
+
+    stage.rig.script.releaseAt(u"mic access"_s);
+    QTEST(stage.app->state(), "state");
+    QTEST(stage.app->lastError().value_or(QString()), "message");
+    if (startSucceeds)
+        stage.toggleAfter(10);
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.app->recents().size(), startSucceeds ? 1 : 0);
+    QCOMPARE(stage.rig.capture.liveStreams, 0);
+}
+
+void AppStateTest::microphoneEvents_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<bool>("systemAudioOn");
+    QTest::addColumn<bool>("goesOn");
+    QTest::addColumn<QString>("message");
+    const auto row = [](const char *name, MicrophoneEvent::Kind kind, bool systemAudioOn,
+                        bool goesOn, const QString &message) {
+        QTest::newRow(name) << static_cast<int>(kind) << systemAudioOn << goesOn << message;
+    };
+    using enum MicrophoneEvent::Kind;
+    row("interrupted", interrupted, true, true, u"没有麦克风"_s);
+    row("interrupted alone", interrupted, false, true, u"没有麦克风"_s);
+    row("back again", resumed, false, true, QString());
+    row("ended", ended, true, true, u"没有麦克风"_s);
+    row("ended alone", ended, false, false, u"没有麦克风"_s);
+}
+
+void AppStateTest::microphoneEvents()
+{
+    QFETCH(const int, kind);
+    QFETCH(const bool, systemAudioOn);
+    QFETCH(const bool, goesOn);
+    QFETCH(const QString, message);
+    Stage stage;
+    stage.app->setSystemAudioOn(systemAudioOn);
+    stage.app->toggleRecording();
+    stage.app->setSystemAudioOn(!systemAudioOn); // for the next recording; this one has what it has
+    const MicrophoneEvent event{.kind = static_cast<MicrophoneEvent::Kind>(kind), .text = message};
+    stage.afterTick(12, [&] { stage.rig.microphones.handler(event); });
+    QTRY_COMPARE(stage.app->lastError().value_or(QString()), message);
+    QTRY_COMPARE(stage.app->state(), goesOn ? State::recording : State::idle);
+    QCOMPARE(stage.app->recents().size(), goesOn ? 0 : 1);
+
+    // Outside a recording nobody is told.
+    if (goesOn)
+        stage.app->toggleRecording();
+    stage.app->clearLastError();
+    stage.rig.microphones.handler(event);
+    QCoreApplication::processEvents();
+    QCOMPARE(stage.app->lastError(), std::nullopt);
+}
+
+void AppStateTest::diskThatRunsFullEndsTheRecording()
+{
+    Stage stage;
+    stage.rig.volume.available = qint64(1) << 30;
+    stage.app->toggleRecording();
+    stage.afterTick(31, [&] { stage.rig.volume.available = 1 << 20; });
+    QTRY_COMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.app->lastError(), u"磁盘空间不足，已自动停止录音"_s);
+    QCOMPARE(stage.app->recents().size(), 1);
+    QCOMPARE(stage.app->elapsed(), 35.0);
+
+    stage.rig.clock.advance(1min);
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.app->lastError(), u"录音保存位置不可用：磁盘空间不足"_s);
+    stage.rig.volume.available = qint64(1) << 30;
+    stage.app->toggleRecording();
+    QCOMPARE(stage.app->state(), State::recording);
+}
+
+void AppStateTest::quitKeepsTheRecording_data()
+{
+    QTest::addColumn<QString>("held"); // the step at which the application is left
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<int>("entries");
+    QTest::newRow("idle") << QString() << 0 << 0;
+    QTest::newRow("starting") << u"capture start"_s << 0 << 0;
+    QTest::newRow("recording") << QString() << 12 << 1;
+    QTest::newRow("stopping") << u"export run"_s << 12 << 1;
+}
+
+void AppStateTest::quitKeepsTheRecording()
+{
+    QFETCH(const QString, held);
+    QFETCH(const int, seconds);
+    Stage stage;
+    stage.rig.script.holdAt(held);
+    if (seconds > 0 || !held.isEmpty())
+        stage.app->toggleRecording();
+    if (seconds > 0)
+        stage.afterTick(seconds, [] {});
+    if (held == u"export run"_s)
+        stage.app->toggleRecording();
+
+    auto leaving = stage.app->finishForQuit();
+    if (!held.isEmpty()) {
+        QCoreApplication::processEvents();
+        QVERIFY(!leaving.isReady());
+    }
+    stage.rig.script.releaseAt(held);
+    QTRY_VERIFY(leaving.isReady());
+    QCOMPARE(stage.app->state(), State::idle);
+    QTEST(static_cast<int>(stage.app->recents().size()), "entries");
+    QCOMPARE(stage.rig.capture.liveStreams, 0);
+    QCOMPARE(stage.rig.microphones.liveRecorders, 0);
+}
+
+void AppStateTest::quitDuringAStartWhoseCaptureFailed()
+{
+    Stage stage;
+    stage.rig.script.holdAt(u"mic record"_s);
+    stage.app->toggleRecording();
+    stage.rig.capture.listener->didStop(Error(u"断开"_s));
+    QTRY_COMPARE(stage.app->state(), State::idle);
+    auto leaving = stage.app->finishForQuit();
+    QVERIFY(!leaving.isReady());
+    stage.rig.script.releaseAt(u"mic record"_s);
+    QTRY_VERIFY(leaving.isReady());
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.rig.microphones.liveRecorders, 0);
+}
+
+void AppStateTest::thousandRandomToggles()
+{
+    const quint32 seed = QRandomGenerator::global()->generate();
+    qInfo("seed %u", seed);
+    QRandomGenerator random(seed);
+    Stage stage;
+    auto &script = stage.rig.script;
+    const QStringList steps{u"capture targets"_s, u"capture start"_s, u"mic access"_s,
+                            u"mic record"_s,      u"capture stop"_s,  u"writer finish"_s,
+                            u"mic stop"_s,        u"export run"_s};
+    for (const QString &step : steps)
+        script.holdAt(step);
+
+    int stopsAsked = 0;
+    for (int toggles = 0; toggles < 1000;) {
+        if (random.bounded(2) == 0) {
+            stopsAsked += stage.app->state() == State::recording ? 1 : 0;
+            stage.app->toggleRecording();
+            ++toggles;
+        } else {
+            script.letThrough(steps[random.bounded(steps.size())]);
+        }
+        if (stage.rig.capture.listener && random.bounded(100) == 0) {
+            stage.rig.capture.listener->didStop(Error(u"断开"_s));
+            QCoreApplication::processEvents();
+        }
+        QVERIFY(stage.rig.capture.liveStreams <= 1);
+        QVERIFY(stage.rig.microphones.liveRecorders <= 1);
+    }
+    for (const QString &step : steps)
+        script.releaseAt(step);
+    auto leaving = stage.app->finishForQuit();
+    QTRY_VERIFY(leaving.isReady());
+
+    QVERIFY(stopsAsked > 10);
+    QVERIFY(stage.count(u"mic stop"_s) >= stopsAsked);
+    QCOMPARE(stage.count(u"mic stop"_s), stage.count(u"mic record"_s));
+    QCOMPARE(stage.count(u"capture stop"_s), stage.count(u"capture start"_s));
+    QCOMPARE(stage.app->state(), State::idle);
+    QCOMPARE(stage.rig.capture.liveStreams, 0);
+    QCOMPARE(stage.rig.microphones.liveRecorders, 0);
+}
+
+void AppStateTest::goneWhileTasksArePending_data()
+{
+    QTest::addColumn<QString>("step");
+    QTest::addColumn<QString>("lastCall"); // what was being recorded becomes a closed file
+    const QString closed = u"writer finish"_s;
+    QTest::newRow("outputs asked for") << u"capture targets"_s << u"capture targets"_s;
+    QTest::newRow("capture starts") << u"capture start"_s << closed;
+    QTest::newRow("microphone asked for") << u"mic access"_s << u"mic access"_s;
+    QTest::newRow("microphone made") << u"mic create"_s << u"mic create"_s;
+    QTest::newRow("microphone starts") << u"mic record"_s << u"mic stop"_s;
+    QTest::newRow("capture stops") << u"capture stop"_s << closed;
+    QTest::newRow("file is closed") << closed << closed;
+    QTest::newRow("microphone stops") << u"mic stop"_s << u"export run"_s;
+    QTest::newRow("tracks are mixed") << u"export run"_s << u"export run"_s;
+}
+
+void AppStateTest::goneWhileTasksArePending()
+{
+    QFETCH(const QString, step);
+    Stage stage;
+    stage.rig.script.holdAt(step);
+    stage.app->toggleRecording();
+    stage.app->toggleRecording();
+    QVERIFY(stage.rig.script.isWaitingAt(step));
+    stage.app.reset();
+    stage.rig.script.releaseAt(step);
+    QTEST(stage.rig.script.calls.filter(QRegularExpression(u"^(?!ahead)"_s)).last(), "lastCall");
+    QCOMPARE(stage.rig.capture.liveStreams, 0);
+    QCOMPARE(stage.rig.microphones.liveRecorders, 0);
+}
+
+QTEST_GUILESS_MAIN(AppStateTest)
+#include "test_app_state.moc"

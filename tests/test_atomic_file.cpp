@@ -1,0 +1,272 @@
+#include "base/AtomicFile.h"
+#include "base/BoundedRead.h"
+
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <thread>
+#include <tuple>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const QByteArray oldContent("old");
+const QByteArray newContent(1 << 20, 'n');
+
+void put(const QString &path, const QByteArray &content)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
+
+QByteArray contentOf(const QString &path)
+{
+    return readRegularFile(path, 1 << 22).value_or("<none>");
+}
+
+QStringList namesIn(const QString &folder)
+{
+    return QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
+                                  QDir::NoDotAndDotDot);
+}
+
+/// Files of this process cannot grow beyond \p bytes, as on a disk that is nearly full.
+class FileSizeLimit
+{
+public:
+    explicit FileSizeLimit(rlim_t bytes)
+        : m_handler(::signal(SIGXFSZ, SIG_IGN))
+    {
+        ::getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &m_before);
+        ::signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    sighandler_t m_handler;
+    rlimit m_before{};
+};
+
+/// A file system of 64 KiB in memory.
+class SmallVolume
+{
+public:
+    explicit SmallVolume(const QString &path)
+        : m_path(QFile::encodeName(path))
+        , m_isMounted(::mount("tmpfs", m_path.constData(), "tmpfs", 0, "size=64k") == 0)
+    {
+    }
+    ~SmallVolume()
+    {
+        if (m_isMounted)
+            ::umount(m_path.constData());
+    }
+    bool isMounted() const { return m_isMounted; }
+    bool makeReadOnly() const
+    {
+        return ::mount("tmpfs", m_path.constData(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) == 0;
+    }
+
+private:
+    QByteArray m_path;
+    bool m_isMounted;
+};
+} // namespace
+
+class AtomicFileTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void replacesForThisUserOnly()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(u"list"_s);
+        for (const QByteArray &content : {newContent, QByteArray(), oldContent}) {
+            QVERIFY(AtomicFile::replace(path, content));
+            QCOMPARE(contentOf(path), content);
+        }
+        QCOMPARE(QFile::permissions(path) & ~(QFile::ReadUser | QFile::WriteUser),
+                 QFile::ReadOwner | QFile::WriteOwner);
+        QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
+    }
+
+    void failureChangesNothing_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<AtomicFile::Old>("old");
+        QTest::addColumn<int>("code");
+        for (const auto old : {AtomicFile::Old::replaced, AtomicFile::Old::keptAside}) {
+            const char *kind = old == AtomicFile::Old::replaced ? "replaced" : "kept aside";
+            QTest::addRow("full disk, %s", kind) << u"list"_s << old << EFBIG;
+            QTest::addRow("no folder, %s", kind) << u"absent/list"_s << old << ENOENT;
+            QTest::addRow("folder is a file, %s", kind) << u"list/list"_s << old << ENOTDIR;
+            QTest::addRow("name too long, %s", kind) << QString(250, u'x') << old << ENAMETOOLONG;
+        }
+        QTest::addRow("a folder stands there")
+            << u"folder"_s << AtomicFile::Old::replaced << EISDIR;
+    }
+
+    void failureChangesNothing()
+    {
+        QFETCH(QString, name);
+        QFETCH(AtomicFile::Old, old);
+        QFETCH(int, code);
+        const QTemporaryDir folder;
+        put(folder.filePath(u"list"_s), oldContent);
+        QVERIFY(QDir(folder.path()).mkpath(u"folder/inside"_s));
+        const auto before = namesIn(folder.path());
+
+        const auto room = static_cast<rlim_t>(newContent.size());
+        const FileSizeLimit limit(code == EFBIG ? room / 2 : room);
+        const auto result = AtomicFile::replace(folder.filePath(name), newContent, old);
+        QVERIFY(!result);
+        QCOMPARE(result.error().description(), u"无法写入文件："_s + qt_error_string(code));
+        QCOMPARE(namesIn(folder.path()), before);
+        QCOMPARE(contentOf(folder.filePath(u"list"_s)), oldContent);
+    }
+
+    void realVolumes()
+    {
+        const QTemporaryDir folder;
+        const SmallVolume volume(folder.path());
+        if (!volume.isMounted())
+            QSKIP("mounting is not allowed here");
+        const QString path = folder.filePath(u"list"_s);
+        QVERIFY(AtomicFile::replace(path, oldContent));
+        QVERIFY(!AtomicFile::replace(path, newContent));
+        QCOMPARE(contentOf(path), oldContent);
+        QVERIFY(AtomicFile::replace(path, "room again"));
+        QVERIFY(volume.makeReadOnly());
+        QVERIFY(!AtomicFile::replace(path, oldContent));
+        QCOMPARE(contentOf(path), QByteArray("room again"));
+        QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
+    }
+
+    void oldFilesAreKeptAside()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(u"list"_s);
+        const auto keepAside = [&] {
+            return AtomicFile::replace(path, newContent, AtomicFile::Old::keptAside).has_value();
+        };
+        QVERIFY(keepAside());
+        QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
+
+        put(path, oldContent);
+        QVERIFY(keepAside());
+        QCOMPARE(contentOf(path + u".old"_s), oldContent);
+
+        QVERIFY(QFile::remove(path) && QDir().mkpath(path + u"/inside"_s));
+        QVERIFY(keepAside());
+        QVERIFY(QFileInfo(path + u".old-2/inside"_s).isDir());
+
+        QVERIFY(QFile::remove(path) && ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0);
+        QVERIFY(keepAside());
+        QCOMPARE(contentOf(path), newContent);
+        QCOMPARE(namesIn(folder.path()),
+                 QStringList({u"list"_s, u"list.old"_s, u"list.old-2"_s, u"list.old-3"_s}));
+    }
+
+    void linksAreReplacedNotFollowed()
+    {
+        const QTemporaryDir folder;
+        const QString elsewhere = folder.filePath(u"elsewhere"_s);
+        const QString path = folder.filePath(u"list"_s);
+        put(elsewhere, oldContent);
+        QVERIFY(QFile::link(elsewhere, path));
+        QVERIFY(AtomicFile::replace(path, newContent));
+        QCOMPARE(contentOf(elsewhere), oldContent);
+        QCOMPARE(contentOf(path), newContent);
+    }
+
+    void onlyOurLeftoversAreRemoved()
+    {
+        const QTemporaryDir folder;
+        const QStringList foreign{u".list.a1B2c3.partial.m4a"_s, u".list.a1B2c3d.partial"_s,
+                                  u".list.partial"_s, u"list.a1B2c3.partial"_s, u".list.old"_s};
+        for (const QString &name : foreign + QStringList{u".list.a1B2c3.partial"_s})
+            put(folder.filePath(name), oldContent);
+        QVERIFY(QDir(folder.path()).mkdir(u".list.folder.partial"_s));
+        AtomicFile::removeLeftovers(folder.filePath(u".list"_s));
+        auto left = namesIn(folder.path());
+        QVERIFY(left.removeOne(u".list.folder.partial"_s));
+        QCOMPARE(QSet<QString>(left.begin(), left.end()),
+                 QSet<QString>(foreign.begin(), foreign.end()));
+    }
+
+    void aKillLeavesOldOrNew()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(u"list"_s);
+        const QByteArray contents[] = {newContent, QByteArray(300'000, 'm')};
+        QVERIFY(AtomicFile::replace(path, contents[0]));
+        for (int kill = 0; kill < 40; ++kill) {
+            const pid_t writer = ::fork();
+            if (writer == 0) {
+                for (int i = 0;; ++i)
+                    std::ignore = AtomicFile::replace(path, contents[i % 2]);
+            }
+            std::this_thread::sleep_for(
+                std::chrono::microseconds(QRandomGenerator::global()->bounded(20'000)));
+            ::kill(writer, SIGKILL);
+            int status = 0;
+            QCOMPARE(::waitpid(writer, &status, 0), writer);
+            QVERIFY(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL);
+            const QByteArray found = contentOf(path);
+            QVERIFY2(found == contents[0] || found == contents[1], found.left(9).constData());
+        }
+        AtomicFile::removeLeftovers(path);
+        QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
+    }
+
+    void onlyRegularFilesAreRead_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QByteArray>("expected");
+        QTest::addRow("nothing") << u"absent"_s << QByteArray("<none>");
+        QTest::addRow("folder") << u"."_s << QByteArray("<none>");
+        QTest::addRow("pipe") << u"pipe"_s << QByteArray("<none>");
+        QTest::addRow("device") << u"/dev/zero"_s << QByteArray("<none>");
+        QTest::addRow("longer than allowed") << u"long"_s << QByteArray("<none>");
+        QTest::addRow("link") << u"link"_s << QByteArray("12345678");
+        QTest::addRow("as long as allowed") << u"just"_s << QByteArray("12345678");
+        QTest::addRow("empty") << u"empty"_s << QByteArray();
+    }
+
+    void onlyRegularFilesAreRead()
+    {
+        QFETCH(QString, path);
+        QFETCH(QByteArray, expected);
+        const QTemporaryDir folder;
+        QCOMPARE(::mkfifo(QFile::encodeName(folder.filePath(u"pipe"_s)).constData(), 0600), 0);
+        put(folder.filePath(u"just"_s), "12345678");
+        put(folder.filePath(u"long"_s), "123456789");
+        put(folder.filePath(u"empty"_s), "");
+        QVERIFY(QFile::link(folder.filePath(u"just"_s), folder.filePath(u"link"_s)));
+        QCOMPARE(readRegularFile(QDir(folder.path()).filePath(path), 8).value_or("<none>"),
+                 expected);
+    }
+};
+
+QTEST_GUILESS_MAIN(AtomicFileTest)
+#include "test_atomic_file.moc"

@@ -1,0 +1,146 @@
+#include "platform/linux/pipewire/AudioGraph.h"
+#include "platform/linux/pipewire/FeedHistory.h"
+#include "platform/linux/pipewire/PowerMeter.h"
+
+#include <QTest>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <vector>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace
+{
+constexpr quint32 us = 50;
+
+/// The speakers (31, 30; the second is the default), a microphone (40), a player (45), our stream.
+AudioGraph desktop()
+{
+    AudioGraph graph;
+    graph.addNode(30, {u"Audio/Sink"_s, u"speaker"_s, u"Speakers"_s});
+    graph.addNode(31, {u"Audio/Sink"_s, u"hdmi"_s, {}});
+    graph.addNode(40, {u"Audio/Source/Virtual"_s, u"mic"_s, u"Microphone"_s});
+    graph.addNode(45, {u"Stream/Output/Audio"_s, u"player"_s, {}});
+    graph.addNode(us, {u"Stream/Input/Audio"_s, u"recorder"_s, {}});
+    graph.addLink(60, {45, 30});
+    graph.setDefaultSink(u"hdmi"_s);
+    return graph;
+}
+
+void addSine(PowerMeter &meter, double amplitude, double seconds, MediaTime arrival)
+{
+    std::vector<float> samples(1024 * 2);
+    for (int frame = 0; frame < 48000 * seconds; frame += 1024) {
+        for (std::size_t index = 0; index < 1024; ++index) {
+            const double phase = 2.0 * std::numbers::pi * 997.0 * double(index) / 48000.0;
+            samples[2 * index] = static_cast<float>(amplitude * std::sin(phase));
+            samples[2 * index + 1] = 1.0F; // the second channel does not count
+        }
+        meter.add({samples, 2, 48000, arrival}, arrival);
+    }
+}
+} // namespace
+
+class TestCaptureRules : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void namesOutputsDefaultFirst();
+    void tellsAMicrophoneFromTheSpeakers();
+    void remembersWhatWasNoMicrophone();
+    void measuresPower();
+    void skipsWhatIsNotANumber();
+};
+
+void TestCaptureRules::namesOutputsDefaultFirst()
+{
+    AudioGraph graph = desktop();
+    const auto names = [&graph] {
+        QStringList found;
+        for (const CaptureTarget &target : graph.sinks())
+            found.append(target.name);
+        return found;
+    };
+    QCOMPARE(names(), (QStringList{u"hdmi"_s, u"Speakers"_s}));
+    graph.remove(31);
+    QCOMPARE(names(), QStringList{u"Speakers"_s});
+    graph.addNode(33, {u"Audio/Duplex"_s, u"headset"_s, u"Headset"_s});
+    QCOMPARE(names(), (QStringList{u"Speakers"_s, u"Headset"_s}));
+}
+
+void TestCaptureRules::tellsAMicrophoneFromTheSpeakers()
+{
+    AudioGraph graph = desktop();
+    QVERIFY(graph.hasMicrophone());
+    QCOMPARE(graph.feedOf(us), Feed::nothing);
+    graph.addLink(61, {40, us});
+    QCOMPARE(graph.feedOf(us), Feed::microphone);
+    graph.addLink(62, {31, us});
+    QCOMPARE(graph.feedOf(us), Feed::other);
+    graph.remove(62);
+    QCOMPARE(graph.feedOf(us), Feed::microphone);
+    graph.remove(61);
+    graph.addLink(63, {99, us}); // from a node that we were not told of
+    QCOMPARE(graph.feedOf(us), Feed::other);
+    graph.remove(40);
+    QVERIFY(!graph.hasMicrophone());
+}
+
+void TestCaptureRules::remembersWhatWasNoMicrophone()
+{
+    FeedHistory history;
+    history.note(10s, Feed::microphone);
+    history.note(20s, Feed::nothing);
+    history.note(21s, Feed::other);
+    history.note(22s, Feed::other);
+    history.note(25s, Feed::microphone);
+    QVERIFY(!history.wasOther(0s, 20500ms));
+    QVERIFY(history.wasOther(20900ms, 21s));
+    QVERIFY(history.wasOther(23s, 24s));
+    QVERIFY(history.wasOther(24900ms, 30s));
+    QVERIFY(!history.wasOther(25001ms, 99s));
+    QCOMPARE(history.since(), 25s);
+
+    history.note(30s, Feed::other);
+    QVERIFY(history.wasOther(40s, 41s));
+    history.forgetBefore(26s);
+    QVERIFY(!history.wasOther(23s, 24s));
+    QVERIFY(history.wasOther(29s, 30s));
+}
+
+void TestCaptureRules::measuresPower()
+{
+    PowerMeter meter;
+    QCOMPARE(meter.decibels(5s), -160.0F);
+    addSine(meter, 1.0, 1.0, 5s);
+    QVERIFY(std::abs(meter.decibels(5s) - -3.01F) < 0.05F);
+    addSine(meter, 0.1, 1.0, 6s);
+    QVERIFY(std::abs(meter.decibels(6s) - -23.01F) < 0.05F);
+    addSine(meter, 0.0, 0.5, 7s);
+    QVERIFY(std::abs(meter.decibels(7s) - (-23.01F - 21.7F)) < 1.0F);
+    QVERIFY(meter.decibels(7500ms) > -160.0F);
+    QCOMPARE(meter.decibels(7501ms), -160.0F);
+    addSine(meter, 100.0, 1.0, 8s);
+    QCOMPARE(meter.decibels(8s), 0.0F);
+}
+
+void TestCaptureRules::skipsWhatIsNotANumber()
+{
+    PowerMeter meter;
+    addSine(meter, 0.1, 1.0, 5s);
+    const float before = meter.decibels(5s);
+    for (const float bad :
+         {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+        const std::vector<float> samples(1024, bad);
+        meter.add({samples, 1, 48000, 5s}, 5s);
+        meter.add({{}, 1, 48000, 5s}, 5s);
+        QCOMPARE(meter.decibels(5s), before);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestCaptureRules)
+#include "test_capture_rules.moc"

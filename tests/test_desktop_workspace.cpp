@@ -1,0 +1,133 @@
+#include "platform/linux/workspace/DesktopWorkspace.h"
+#include "tests/support/PrivateBus.h"
+
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QVariantMap>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+/// The portal and the file manager of a desktop, on a connection of their own.
+class FakeDesktop : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.OpenURI")
+
+public:
+    FakeDesktop()
+    {
+        m_bus.registerObject(u"/org/freedesktop/portal/desktop"_s, this,
+                             QDBusConnection::ExportAllSlots);
+        m_bus.registerService(u"org.freedesktop.portal.Desktop"_s);
+    }
+    ~FakeDesktop() override { QDBusConnection::disconnectFromBus(u"desktop"_s); }
+
+    QStringList opened;
+
+public Q_SLOTS:
+    QDBusObjectPath OpenURI(const QString &, const QString &address, const QVariantMap &)
+    {
+        opened.append(address);
+        return QDBusObjectPath(u"/request"_s);
+    }
+
+private:
+    QDBusConnection m_bus =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"desktop"_s);
+};
+
+class FakeFileManager : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
+
+public:
+    FakeFileManager()
+    {
+        m_bus.registerObject(u"/org/freedesktop/FileManager1"_s, this,
+                             QDBusConnection::ExportAllSlots);
+        m_bus.registerService(u"org.freedesktop.FileManager1"_s);
+    }
+    ~FakeFileManager() override { QDBusConnection::disconnectFromBus(u"files"_s); }
+
+    QStringList shown;
+
+public Q_SLOTS:
+    void ShowItems(const QStringList &items, const QString &) { shown += items; }
+
+private:
+    QDBusConnection m_bus = QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"files"_s);
+};
+
+} // namespace
+
+/// What reaches the desktop, and what is left alone, with and without a portal.
+class TestDesktopWorkspace : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<PrivateBus> m_bus;
+    DesktopWorkspace m_workspace;
+
+    /// The arguments with which xdg-open was started so far, one a line.
+    QString openedByCommand() const
+    {
+        QFile log(m_folder.filePath(u"log"_s));
+        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_bus = std::make_unique<PrivateBus>();
+        QFile command(m_folder.filePath(u"xdg-open"_s));
+        QVERIFY(command.open(QIODevice::WriteOnly));
+        command.write("#!/bin/sh\necho \"$@\" >>\"" + m_folder.filePath(u"log"_s).toUtf8() +
+                      "\"\n");
+        QVERIFY(command.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        command.close();
+        qputenv("PATH", m_folder.path().toUtf8() + ':' + qgetenv("PATH"));
+    }
+
+    void onlyWebAddressesAreOpened()
+    {
+        FakeDesktop desktop;
+        for (const QString &refused :
+             {u"file:///etc/passwd"_s, u"http://example.com/"_s, u"javascript:alert(1)"_s,
+              u"--help"_s, u"https://user@example.com/"_s, u"parlovance://auth?token=1"_s,
+              QString()})
+            m_workspace.openAddress(refused);
+        m_workspace.openAddress(u"https://example.com/a?b=%2F#c"_s);
+        m_workspace.openAddress(u"http://127.0.0.1:8080/周"_s);
+        const QStringList allowed{u"https://example.com/a?b=%2F#c"_s,
+                                  u"http://127.0.0.1:8080/%E5%91%A8"_s};
+        QTRY_COMPARE(desktop.opened, allowed);
+        QCOMPARE(openedByCommand(), QString());
+    }
+
+    void filesAreShown()
+    {
+        const FakeFileManager files;
+        m_workspace.revealFile(u"/tmp/a b/录.m4a"_s);
+        QTRY_COMPARE(files.shown, QStringList(u"file:///tmp/a%20b/%E5%BD%95.m4a"_s));
+    }
+
+    void withoutAPortalTheCommandOpens()
+    {
+        m_workspace.openAddress(u"https://example.com/?state=1"_s);
+        QTRY_COMPARE(openedByCommand(), u"https://example.com/?state=1\n"_s);
+        m_workspace.revealFile(u"/tmp/a b/c.m4a"_s);
+        QTRY_COMPARE(openedByCommand(), u"https://example.com/?state=1\n/tmp/a b\n"_s);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDesktopWorkspace)
+#include "test_desktop_workspace.moc"

@@ -1,0 +1,71 @@
+#include "app/AppDelegate.h"
+#include "settings/PrefsStore.h"
+#include "tests/support/AudioRig.h"
+#include "tests/support/FakeDefaults.h"
+#include "tests/support/FakeLoginItem.h"
+
+#include <QApplication>
+#include <QTest>
+
+#include <signal.h>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+/// Every way of leaving the application while it records keeps the recording.
+class TestLeaving : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void recordingIsKept_data()
+    {
+        QTest::addColumn<int>("signalNumber");
+        QTest::newRow("the toolkit's own way, as the menu takes it") << 0;
+        QTest::newRow("SIGTERM") << SIGTERM;
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGHUP") << SIGHUP;
+    }
+
+    void recordingIsKept()
+    {
+        QFETCH(const int, signalNumber);
+        AudioRig rig;
+        FakeDefaults defaults;
+        FakeLoginItem loginItem;
+        PrefsStore prefs(defaults, loginItem, rig.home.path());
+        prefs.setSaveLocation(rig.home.path());
+        AppDelegate delegate(rig.platform(), prefs, 1ms);
+        AppState &appState = delegate.appState();
+
+        appState.toggleRecording();
+        QTRY_VERIFY(appState.elapsed() >= 10.0);
+        rig.script.holdAt(u"mic stop"_s);
+        QTimer::singleShot(0, this, [&] { leave(signalNumber); });
+        // Asked twice, as by an impatient user; the microphone is still being closed then.
+        connect(&appState, &AppState::stateChanged, this, [&] {
+            if (appState.state() != RecordingState::stopping)
+                return;
+            QTimer::singleShot(0, this, [&] { leave(signalNumber); });
+            QTimer::singleShot(50ms, this, [&] { rig.script.releaseAt(u"mic stop"_s); });
+        });
+        QCOMPARE(QCoreApplication::exec(), 0);
+
+        QCOMPARE(appState.state(), RecordingState::idle);
+        QCOMPARE(appState.recents().size(), 1);
+        QVERIFY(QFile::exists(appState.recents().constFirst().fileURL->toLocalFile()));
+        QVERIFY(rig.files().contains(u".sessions.json"_s));
+    }
+
+private:
+    static void leave(int signalNumber)
+    {
+        if (signalNumber == 0)
+            QCoreApplication::quit();
+        else
+            raise(signalNumber);
+    }
+};
+
+QTEST_MAIN(TestLeaving)
+#include "test_leaving.moc"

@@ -1,0 +1,204 @@
+#include "platform/linux/network/CurlHttpSession.h"
+#include "tests/support/Awaited.h"
+#include "tools/localservice/LocalService.h"
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+using Kind = TransportError::Kind;
+using Outcome = std::expected<HttpReply, TransportError>;
+using Exchange = LocalService::Exchange;
+
+/// That the service which the other tests and the demonstration run against plays by the rules, and
+/// breaks them when told to.
+class TestLocalService : public QObject
+{
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_folder;
+    std::unique_ptr<LocalService> m_service;
+    std::unique_ptr<CurlHttpSession> m_session;
+    QString m_token;
+
+    void start()
+    {
+        m_service = std::make_unique<LocalService>(m_folder.path());
+        QVERIFY(m_service->listen());
+    }
+
+    Outcome send(const QByteArray &method, const QString &path, const QByteArray &body = {},
+                 const QString &file = {}) const
+    {
+        HttpRequest request(method, path.startsWith(u'/') ? m_service->origin() + path : path);
+        if (file.isEmpty())
+            request.addHeader("Authorization", "JWT " + m_token.toUtf8());
+        else
+            request.addHeader("Content-Type", "audio/mp4");
+        request.setBody(body);
+        request.setBodyFile(file);
+        const Awaited<Outcome> awaited(m_session->send(request));
+        if (!awaited.wait())
+            qFatal("neither a reply nor an error");
+        return awaited.value();
+    }
+
+    QJsonObject json(const Outcome &outcome) const
+    {
+        return outcome && outcome->isSuccess() ? QJsonDocument::fromJson(outcome->body()).object()
+                                               : QJsonObject();
+    }
+
+    QByteArray meetingFor(const QString &audioUrl) const
+    {
+        return QJsonDocument(QJsonObject{{u"title"_s, u"<b>周会</b>"_s},
+                                         {u"audioUrl"_s, audioUrl},
+                                         {u"durationSeconds"_s, 61},
+                                         {u"status"_s, u"draft"_s},
+                                         {u"clientRecordingId"_s, u"mac-file-a"_s},
+                                         {u"startedAt"_s, u"2025-03-14T09:26:53.589Z"_s}})
+            .toJson();
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        HttpSettings settings;
+        settings.idleLimit = 1s;
+        settings.loopbackHttp = WebAddress::LoopbackHttp::allowed;
+        m_session = std::make_unique<CurlHttpSession>(settings);
+        start();
+        m_token = m_service->store().signIn(u"a@example.com"_s);
+    }
+
+    void signInReturnsToTheProgram()
+    {
+        const Outcome page = send("GET", u"/desktop-auth?state=%3Cx%3E%22&more=1"_s);
+        QVERIFY(page && page->body().contains("value=\"&lt;x&gt;&quot;\""));
+
+        const Outcome done =
+            send("POST", u"/desktop-auth"_s, "state=A-1&email=a%2Bb%26c%40example.com");
+        QVERIFY(done);
+        QCOMPARE(done->status(), 303);
+        const QString body = QString::fromUtf8(done->body());
+        const QString token = body.section(u"token="_s, 1).section(u'&', 0, 0);
+        QVERIFY(body.contains(
+            u"parlovance://auth?token=%1&amp;state=A-1&amp;email=a%2Bb%26c%40example.com"_s.replace(
+                u"%1"_s, token)));
+        m_token = token;
+        const QJsonObject me = json(send("GET", u"/api/auth/me"_s));
+        QCOMPARE(me[u"user"_s][u"email"_s], u"a+b&c@example.com"_s);
+        QCOMPARE(send("POST", u"/desktop-auth"_s, "state=&email=x")->status(), 400);
+    }
+
+    void uploadedRecordingSurvivesARestart()
+    {
+        QFile recording(m_folder.filePath(u"recording.m4a"_s));
+        QVERIFY(recording.open(QIODevice::WriteOnly) && recording.resize(5'000'000));
+        recording.close();
+
+        const QByteArray lookUp = R"({"clientRecordingIds":["mac-file-a","mac-file-b"]})";
+        QCOMPARE(json(send("POST", u"/api/meetings/reconcile"_s, lookUp))[u"meetings"_s],
+                 QJsonArray());
+        const QJsonObject place = json(send("POST", u"/api/oss/sign-upload"_s,
+                                            R"({"filename":"a.m4a","contentType":"audio/mp4"})"));
+        const QString uploadUrl = place[u"uploadURL"_s].toString();
+        const QString publicUrl = place[u"publicURL"_s].toString();
+        QCOMPARE(send("PUT", publicUrl, {}, recording.fileName())->status(), 403);
+        QCOMPARE(send("PUT", uploadUrl, {}, recording.fileName())->status(), 200);
+        QCOMPARE(m_service->requests().last().bodyBytes, 5'000'000);
+        QCOMPARE(send("PUT", uploadUrl, {}, recording.fileName())->status(), 403); // once only
+
+        const QString id =
+            json(send("POST", u"/api/meetings"_s, meetingFor(publicUrl)))[u"doc"_s][u"id"_s]
+                .toString();
+        QCOMPARE(json(send("POST", u"/api/meetings"_s, meetingFor(publicUrl)))[u"doc"_s][u"id"_s],
+                 id);
+
+        m_service.reset();
+        start();
+        const QJsonArray meetings =
+            json(send("POST", u"/api/meetings/reconcile"_s, lookUp))[u"meetings"_s].toArray();
+        QCOMPARE(meetings.size(), 1);
+        QCOMPARE(meetings[0][u"id"_s], id);
+        const Outcome page = send("GET", u"/app/meetings/"_s + id);
+        QVERIFY(page && page->body().contains("&lt;b&gt;周会&lt;/b&gt;"));
+        QVERIFY(page->body().contains(publicUrl.toUtf8()));
+        const Outcome audio = send("GET", u"/objects/"_s + place[u"objectKey"_s].toString());
+        QCOMPARE(audio->body().size(), 5'000'000);
+    }
+
+    void withoutATokenNothing()
+    {
+        m_service->store().revoke(m_token);
+        for (const QString &path :
+             {u"/api/oss/sign-upload"_s, u"/api/meetings"_s, u"/api/meetings/reconcile"_s})
+            QCOMPARE(send("POST", path, "{}")->status(), 401);
+        QCOMPARE(send("GET", u"/api/auth/me"_s)->status(), 401);
+        QCOMPARE(send("GET", u"/objects/../service.json"_s)->status(), 404);
+    }
+
+    void misbehaves_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<int>("status"); // 0: no reply, but the error
+        QTest::addColumn<int>("error");
+        const auto broken = static_cast<int>(Kind::brokenReply);
+        QTest::newRow("status") << u"status:503"_s << 503 << 0;
+        QTest::newRow("redirect") << u"redirect:https://example.com/"_s << 302 << 0;
+        QTest::newRow("late") << u"delay:200"_s << 200 << 0;
+        QTest::newRow("too late") << u"delay:60000"_s << 0 << static_cast<int>(Kind::timedOut);
+        QTest::newRow("dripped") << u"drip:5"_s << 200 << 0;
+        QTest::newRow("cut off") << u"cut:3"_s << 0 << broken;
+        QTest::newRow("endless") << u"oversized:9000000"_s << 0
+                                 << static_cast<int>(Kind::replyTooLarge);
+        QTest::newRow("closed") << u"close:0"_s << 0 << broken;
+        QTest::newRow("garbage") << u"garbage"_s << 0 << broken;
+        QTest::newRow("lost") << u"lost"_s << 0 << broken;
+    }
+
+    void misbehaves()
+    {
+        QFETCH(QString, kind);
+        QFETCH(int, status);
+        QFETCH(int, error);
+        const auto misbehaviour = Misbehaviour::parse(kind);
+        QVERIFY(misbehaviour);
+        m_service->misbehave(Exchange::reconcile, *misbehaviour, 1);
+        const QByteArray body = R"({"clientRecordingIds":["mac-file-a"]})";
+        const Outcome outcome = send("POST", u"/api/meetings/reconcile"_s, body);
+        if (status != 0)
+            QCOMPARE(outcome ? outcome->status() : -1, status);
+        else
+            QCOMPARE(outcome ? -1 : static_cast<int>(outcome.error().kind()), error);
+        QCOMPARE(send("POST", u"/api/meetings/reconcile"_s, body)->status(), 200);
+        QCOMPARE(m_service->requests().size(), 2);
+    }
+
+    void closesDuringAnUpload()
+    {
+        QFile big(m_folder.filePath(u"big.m4a"_s));
+        QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(64 << 20));
+        const QString address =
+            json(send("POST", u"/api/oss/sign-upload"_s,
+                      R"({"filename":"a.m4a","contentType":"audio/mp4"})"))[u"uploadURL"_s]
+                .toString();
+        m_service->misbehave(Exchange::objectUpload, Misbehaviour::closed(1 << 20), 1);
+        const Outcome closed = send("PUT", address, {}, big.fileName());
+        QVERIFY(!closed && closed.error().kind() == Kind::brokenReply);
+        m_service->misbehave(Exchange::objectUpload,
+                             Misbehaviour::answered(413, "too big").early(1000), 1);
+        const Outcome refused = send("PUT", address, {}, big.fileName());
+        QVERIFY2(refused, qPrintable(refused ? QString() : refused.error().description()));
+        QCOMPARE(refused->status(), 413);
+        QCOMPARE(refused->body(), "too big");
+        QCOMPARE(send("PUT", address, {}, big.fileName())->status(), 200);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLocalService)
+#include "test_local_service.moc"

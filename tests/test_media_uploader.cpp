@@ -1,0 +1,276 @@
+#include "cloud/MediaUploader.h"
+#include "tests/support/FakeHttpSession.h"
+#include "tests/support/LogCapture.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const auto reconcileStep = u"POST /api/meetings/reconcile"_s;
+const auto signStep = u"POST /api/oss/sign-upload"_s;
+const auto putStep = u"PUT /bucket/key?sig=credential"_s;
+const auto createStep = u"POST /api/meetings"_s;
+const QStringList wholeChain{reconcileStep, signStep, putStep, createStep};
+
+const auto token = u"token-secret"_s;
+
+UploadRequest recording()
+{
+    return {.fileURL = QUrl::fromLocalFile(u"/r/rec 1#%.m4a"_s),
+            .title = u"周会"_s,
+            .durationSeconds = 75,
+            .startedAt = QDateTime::fromMSecsSinceEpoch(1'741'944'413'589, Qt::UTC),
+            .clientRecordingId = u"mac-file-rec 1#%"_s};
+}
+
+/// A service at which everything goes well and nothing is known.
+class Service
+{
+public:
+    Service()
+    {
+        http.answer(reconcileStep, 200, R"({"meetings":[]})");
+        http.answer(signStep, 200, signReply("https://o.example/bucket/key?sig=credential"));
+        http.answer(putStep, 200);
+        http.answer(createStep, 201, R"({"doc":{"id":7}})");
+    }
+
+    static QByteArray signReply(const QByteArray &uploadURL)
+    {
+        return R"({"uploadURL":")" + uploadURL +
+               R"(","publicURL":"https://o.example/public","objectKey":"bucket/key"})";
+    }
+
+    /// "id audioUrl", or the message.
+    QString uploaded(const UploadRequest &request)
+    {
+        const auto result = QCoro::waitFor(uploader.upload(request, token));
+        return result ? result->id + u' ' + result->audioUrl : result.error().description();
+    }
+
+    QJsonObject sent(qsizetype position) const
+    {
+        return QJsonDocument::fromJson(http.requests.at(position).body()).object();
+    }
+
+    Script script;
+    FakeHttpSession http{script};
+    MediaUploader uploader{ServiceOrigin::parse(u"https://s.example"_s), http};
+    LogCapture log;
+};
+} // namespace
+
+class MediaUploaderTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void newRecordingIsStoredAndCreated();
+    void knownRecordingIsNotSentAgain();
+    void recordingWithoutIdentifierIsUploaded();
+    void failureEndsTheChain_data();
+    void failureEndsTheChain();
+    void unusableAddressGetsNothing_data();
+    void unusableAddressGetsNothing();
+    void fileElsewhereIsNotSentAsAnEmptyOne();
+    void reconcileAsksForEachOnce();
+    void wrongOriginSendsNothing();
+    void twoAtOnceAndTheUploaderGone();
+    void tokenStaysInItsHeader();
+};
+
+void MediaUploaderTest::newRecordingIsStoredAndCreated()
+{
+    Service service;
+
+    QCOMPARE(service.uploaded(recording()), u"7 https://o.example/public"_s);
+
+    QCOMPARE(service.script.calls, wholeChain);
+    QCOMPARE(service.sent(0)[u"clientRecordingIds"_s],
+             QJsonValue(QJsonArray{u"mac-file-rec 1#%"_s}));
+    QCOMPARE(service.sent(1)[u"filename"_s], u"rec 1#%.m4a"_s);
+    QCOMPARE(service.http.requests.at(2).address(),
+             u"https://o.example/bucket/key?sig=credential"_s);
+    QCOMPARE(service.http.requests.at(2).bodyFile(), u"/r/rec 1#%.m4a"_s);
+    QCOMPARE(service.sent(3)[u"audioUrl"_s], u"https://o.example/public"_s);
+    QCOMPARE(service.sent(3)[u"clientRecordingId"_s], u"mac-file-rec 1#%"_s);
+    QCOMPARE(service.sent(3)[u"startedAt"_s], u"2025-03-14T09:26:53.589Z"_s);
+    const QStringList lines{u"info upload: got signed url, key=bucket/key"_s,
+                            u"info upload: OSS PUT ok"_s, u"info upload: meeting created id=7"_s};
+    QCOMPARE(service.log.take(), lines);
+}
+
+void MediaUploaderTest::knownRecordingIsNotSentAgain()
+{
+    Service service;
+    service.http.answer(reconcileStep, 200,
+                        R"({"meetings":[{"id":"m2","clientRecordingId":"other"},)"
+                        R"({"id":"m1","clientRecordingId":"mac-file-rec 1#%"}]})");
+
+    QCOMPARE(service.uploaded(recording()), u"m2 "_s);
+
+    QCOMPARE(service.script.calls, QStringList(reconcileStep));
+    QCOMPARE(service.log.take(), QStringList(u"info upload: meeting already exists id=m2"_s));
+}
+
+void MediaUploaderTest::recordingWithoutIdentifierIsUploaded()
+{
+    Service service;
+    UploadRequest request = recording();
+    request.clientRecordingId = u""_s;
+
+    QCOMPARE(service.uploaded(request), u"7 https://o.example/public"_s);
+
+    QCOMPARE(service.script.calls, wholeChain.sliced(1));
+    QCOMPARE(service.sent(2)[u"clientRecordingId"_s], QJsonValue(u""_s));
+}
+
+void MediaUploaderTest::failureEndsTheChain_data()
+{
+    QTest::addColumn<int>("steps");
+    QTest::addColumn<int>("status"); // 0: the transport fails
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<bool>("isUnauthorized");
+
+    const auto expired = u"登录已过期，请重新登录"_s;
+    const auto noConnection = TransportError(TransportError::Kind::noConnection, u"technical"_s);
+    for (int steps = 1; steps <= 4; ++steps) {
+        QTest::addRow("no connection at step %d", steps)
+            << steps << 0 << QByteArray() << noConnection.description() << false;
+    }
+    for (const int steps : {1, 2, 4})
+        QTest::addRow("401 at step %d", steps) << steps << 401 << QByteArray() << expired << true;
+    QTest::newRow("reconcile fails")
+        << 1 << 500 << QByteArray("a") << u"创建会议记录失败 (HTTP 500)：a"_s << false;
+    QTest::newRow("sign fails") << 2 << 403 << QByteArray("b")
+                                << u"获取签名 URL 失败 (HTTP 403)：b"_s << false;
+    QTest::newRow("401 of the store")
+        << 3 << 401 << QByteArray("c") << u"上传到 OSS 失败 (HTTP 401)：c"_s << false;
+    QTest::newRow("create without identifier")
+        << 4 << 200 << QByteArray("{}") << u"服务器返回异常"_s << false;
+}
+
+void MediaUploaderTest::failureEndsTheChain()
+{
+    QFETCH(const int, steps);
+    QFETCH(const int, status);
+    QFETCH(const QByteArray, body);
+    Service service;
+    const QString last = wholeChain.at(steps - 1);
+    if (status == 0)
+        service.script.failAt(last);
+    else
+        service.http.answer(last, status, body);
+
+    const auto result = QCoro::waitFor(service.uploader.upload(recording(), token));
+
+    QVERIFY(!result);
+    QTEST(result.error().description(), "message");
+    QTEST(result.error().isUnauthorized(), "isUnauthorized");
+    QCOMPARE(service.script.calls, wholeChain.first(steps));
+}
+
+void MediaUploaderTest::unusableAddressGetsNothing_data()
+{
+    QTest::addColumn<QByteArray>("address");
+
+    QTest::newRow("empty") << QByteArray("");
+    QTest::newRow("a file") << QByteArray("file:///r/rec 1.m4a");
+    QTest::newRow("not encrypted") << QByteArray("http://o.example/k");
+    QTest::newRow("this machine") << QByteArray("http://127.0.0.1/k");
+    QTest::newRow("header in it") << QByteArray(R"(https://o.example/k\r\nA: b)");
+}
+
+void MediaUploaderTest::unusableAddressGetsNothing()
+{
+    QFETCH(const QByteArray, address);
+    Service service;
+    service.http.answer(signStep, 200, Service::signReply(address));
+
+    QCOMPARE(service.uploaded(recording()), u"服务器返回异常"_s);
+
+    QCOMPARE(service.script.calls, wholeChain.first(2));
+}
+
+void MediaUploaderTest::fileElsewhereIsNotSentAsAnEmptyOne()
+{
+    Service service;
+    UploadRequest request = recording();
+    request.fileURL = QUrl(u"https://s.example/rec.m4a"_s);
+
+    QVERIFY(service.uploaded(request).startsWith(u"无法读取要上传的文件"));
+
+    QCOMPARE(service.script.calls, wholeChain.first(2));
+}
+
+void MediaUploaderTest::reconcileAsksForEachOnce()
+{
+    Service service;
+    const QStringList identifiers{u"x"_s, u""_s, u"y"_s, u"x"_s};
+    const QStringList empty{u""_s, QString()};
+
+    const auto found = QCoro::waitFor(service.uploader.reconcile(identifiers, token));
+    QVERIFY(found && found->isEmpty());
+    QCOMPARE(service.sent(0)[u"clientRecordingIds"_s], QJsonValue(QJsonArray{u"x"_s, u"y"_s}));
+
+    const auto none = QCoro::waitFor(service.uploader.reconcile(empty, token));
+    QVERIFY(none && none->isEmpty());
+    QCOMPARE(service.http.requests.size(), 1);
+}
+
+void MediaUploaderTest::wrongOriginSendsNothing()
+{
+    Service service;
+    service.uploader = MediaUploader(ServiceOrigin::parse(u"http://s.example"_s), service.http);
+
+    QVERIFY(service.uploaded(recording()).startsWith(u"服务地址配置有误："));
+
+    QVERIFY(service.http.requests.isEmpty());
+}
+
+void MediaUploaderTest::twoAtOnceAndTheUploaderGone()
+{
+    Service service;
+    service.script.holdAt(reconcileStep);
+    QStringList identifiers;
+    const auto run = [](QCoro::Task<std::expected<UploadedMeeting, ServiceFailure>> task,
+                        QStringList *done) -> QCoro::Task<> {
+        const auto result = co_await task;
+        done->append(result ? result->id : result.error().description());
+    };
+    auto uploader = std::make_unique<MediaUploader>(service.uploader);
+    const auto first = run(uploader->upload(recording(), token), &identifiers);
+    const auto second = run(uploader->upload(recording(), token), &identifiers);
+    QTRY_COMPARE(service.http.requests.size(), 2);
+
+    uploader.reset();
+    service.script.releaseAt(reconcileStep);
+
+    QTRY_COMPARE(identifiers, QStringList({u"7"_s, u"7"_s}));
+}
+
+void MediaUploaderTest::tokenStaysInItsHeader()
+{
+    Service service;
+    QString seen = service.uploaded(recording());
+    for (const QString &step : wholeChain) {
+        service.http.answer(step, 500, "x");
+        seen += service.uploaded(recording());
+    }
+    seen += service.log.take().join(u'\n');
+
+    QVERIFY(!seen.contains(token));
+    for (const HttpRequest &request : std::as_const(service.http.requests)) {
+        QVERIFY(!request.address().contains(token));
+        QVERIFY(!request.body().contains(token.toLatin1()));
+        QCOMPARE(request.headers().first().name == "Authorization", request.method() != "PUT");
+    }
+}
+
+QTEST_GUILESS_MAIN(MediaUploaderTest)
+#include "test_media_uploader.moc"

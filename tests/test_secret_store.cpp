@@ -1,0 +1,247 @@
+#include "platform/linux/secrets/SecretItems.h"
+#include "platform/linux/secrets/SecretServiceStore.h"
+#include "tests/support/PrivateBus.h"
+
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusObjectPath>
+#include <QDBusReply>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <memory>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+const QString service = u"com.parlovance.mac"_s;
+const QString key = u"session"_s;
+const QString daemonName = u"org.freedesktop.secrets"_s;
+
+bool isOnTheBus()
+{
+    return QDBusConnection::sessionBus().interface()->isServiceRegistered(daemonName);
+}
+
+/// A real daemon on the private bus, with its keyring in \p folder.
+class SecretDaemon
+{
+public:
+    /// \p unlock: with the user's password, as at log-in; otherwise its keyring stays locked.
+    explicit SecretDaemon(const QString &folder, bool unlock = true)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const QString &name : {u"HOME"_s, u"XDG_DATA_HOME"_s, u"XDG_RUNTIME_DIR"_s})
+            environment.insert(name, folder);
+        m_process.setProcessEnvironment(environment);
+        QStringList arguments{u"--foreground"_s, u"--components=secrets"_s};
+        if (unlock)
+            arguments << u"--unlock"_s;
+        m_process.start(u"gnome-keyring-daemon"_s, arguments);
+        m_process.write("password");
+        m_process.closeWriteChannel();
+        if (!QTest::qWaitFor([] { return isOnTheBus(); }, 10'000))
+            qFatal("no secret service");
+    }
+    ~SecretDaemon()
+    {
+        signal(SIGCONT);
+        kill();
+    }
+    SecretDaemon(const SecretDaemon &) = delete;
+    SecretDaemon &operator=(const SecretDaemon &) = delete;
+
+    void signal(int number) const { ::kill(static_cast<pid_t>(m_process.processId()), number); }
+
+    void kill()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+        if (!QTest::qWaitFor([] { return !isOnTheBus(); }, 10'000))
+            qFatal("the secret service stays");
+    }
+
+private:
+    QProcess m_process;
+};
+
+using Attributes = QMap<QString, QString>;
+
+/// How many items another program of the user's sees.
+qsizetype itemsWith(const Attributes &attributes)
+{
+    QDBusMessage search =
+        QDBusMessage::createMethodCall(daemonName, u"/org/freedesktop/secrets"_s,
+                                       u"org.freedesktop.Secret.Service"_s, u"SearchItems"_s);
+    search << QVariant::fromValue(attributes);
+    const QDBusReply<QList<QDBusObjectPath>> unlocked = QDBusConnection::sessionBus().call(search);
+    return unlocked.isValid() ? unlocked.value().size() : -1;
+}
+
+qint64 millisecondsOf(const std::function<void()> &work)
+{
+    QElapsedTimer timer;
+    timer.start();
+    work();
+    return timer.elapsed();
+}
+
+} // namespace
+
+/// The secret store with a real daemon, without one, and with one that dies or hangs.
+class TestSecretStore : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<PrivateBus> m_bus;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        qDBusRegisterMetaType<Attributes>();
+        m_bus = std::make_unique<PrivateBus>();
+        QVERIFY(m_bus->isRunning());
+    }
+
+    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
+
+    void keepsTexts()
+    {
+        const SecretDaemon daemon(m_folder->path());
+        SecretServiceStore store;
+        QVERIFY(!store.find(service, key));
+        store.remove(service, key);
+
+        const QString value = u"{\"token\":\"会议 %1\"}"_s.arg(QString(100'000, u'x'));
+        store.add(service, key, u"first"_s);
+        store.remove(service, key);
+        store.add(service, key, value);
+        QCOMPARE(store.find(service, key), value);
+        store.add(service, u"other"_s, u""_s);
+        QCOMPARE(store.find(service, u"other"_s), u""_s);
+        QVERIFY(!store.find(u"com.example.other"_s, key));
+
+        // A new run of the program finds it, too.
+        QCOMPARE(SecretServiceStore().find(service, key), value);
+        store.remove(service, key);
+        QVERIFY(!store.find(service, key));
+        QVERIFY(store.find(service, u"other"_s));
+    }
+
+    void setTwiceLeavesOneItem()
+    {
+        const SecretDaemon daemon(m_folder->path());
+        {
+            SecretServiceStore store;
+            for (const QString &value : {u"first"_s, u"second"_s}) {
+                store.remove(service, key);
+                store.add(service, key, value);
+            }
+        } // waits until it is written
+        QCOMPARE(itemsWith({{u"service"_s, service}, {u"account"_s, key}}), 1);
+        QCOMPARE(itemsWith({{u"xdg:schema"_s, service}}), 1);
+        QCOMPARE(SecretServiceStore().find(service, key), u"second"_s);
+    }
+
+    void bytesThatAreNoTextCountAsNone()
+    {
+        const SecretDaemon daemon(m_folder->path());
+        SecretServiceStore store;
+        const SecretItems::Key stored{service.toStdString(), key.toStdString()};
+        for (const std::string bytes : {"\xff\xfe", "half \xe4\xbc"}) {
+            SecretItems::store(stored, bytes);
+            QVERIFY(SecretItems::find(stored) == bytes);
+            QVERIFY(!store.find(service, key));
+        }
+    }
+
+    void withoutAServiceEverythingIsSilent()
+    {
+        SecretServiceStore store;
+        QVERIFY(millisecondsOf([&] {
+                    store.add(service, key, u"lost"_s);
+                    QVERIFY(!store.find(service, key));
+                    store.remove(service, key);
+                    QVERIFY(!store.find(service, key));
+                }) < 1500);
+    }
+
+    void outlivesTheDaemon()
+    {
+        SecretServiceStore store;
+        {
+            SecretDaemon daemon(m_folder->path());
+            store.add(service, key, u"kept"_s);
+            QCOMPARE(store.find(service, key), u"kept"_s);
+            daemon.kill();
+            QVERIFY(!store.find(service, key));
+        }
+        const SecretDaemon next(m_folder->path());
+        QCOMPARE(store.find(service, key), u"kept"_s);
+    }
+
+    void lockedKeyringDoesNotHoldUp()
+    {
+        {
+            const SecretDaemon daemon(m_folder->path());
+            SecretServiceStore store;
+            store.add(service, key, u"locked"_s);
+            QVERIFY(store.find(service, key));
+        }
+        const SecretDaemon daemon(m_folder->path(), false);
+        auto store = std::make_unique<SecretServiceStore>(500ms);
+        QVERIFY(millisecondsOf([&] { QVERIFY(!store->find(service, key)); }) < 1500);
+        store->add(service, key, u"new"_s);
+        QVERIFY(millisecondsOf([&] { store.reset(); }) < 1500);
+    }
+
+    void hangingDaemonHoldsUpOnce()
+    {
+        const SecretDaemon daemon(m_folder->path());
+        auto store = std::make_unique<SecretServiceStore>(500ms);
+        store->add(service, key, u"kept"_s);
+        QCOMPARE(store->find(service, key), u"kept"_s);
+        daemon.signal(SIGSTOP);
+        const qint64 first = millisecondsOf([&] { QVERIFY(!store->find(service, key)); });
+        QVERIFY2(first >= 500 && first < 1500, qPrintable(QString::number(first)));
+        QVERIFY(millisecondsOf([&] {
+                    store->add(service, key, u"later"_s);
+                    QVERIFY(!store->find(service, key));
+                    QVERIFY(!store->find(service, key));
+                }) < 100);
+        // When it moves again, everything has its effect in its order.
+        daemon.signal(SIGCONT);
+        QTRY_COMPARE(store->find(service, key), u"later"_s);
+        daemon.signal(SIGSTOP);
+        QVERIFY(!store->find(service, key));
+        QVERIFY(millisecondsOf([&] { store.reset(); }) < 100);
+    }
+
+    /// Last: there is no bus afterwards. GLib would end the process with it.
+    void outlivesTheBus()
+    {
+        SecretServiceStore store;
+        {
+            const SecretDaemon daemon(m_folder->path());
+            store.add(service, key, u"kept"_s);
+            QCOMPARE(store.find(service, key), u"kept"_s);
+        }
+        m_bus->stop();
+        QVERIFY(!store.find(service, key));
+        store.add(service, key, u"lost"_s);
+        QVERIFY(!store.find(service, key));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSecretStore)
+#include "test_secret_store.moc"

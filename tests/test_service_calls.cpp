@@ -1,0 +1,331 @@
+#include "cloud/ServiceReplies.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+QString shown(const std::optional<QString> &text)
+{
+    return text.value_or(u"-"_s);
+}
+
+/// A failure in short: the case with status and body, or which kind of failure it was.
+QString shown(const ServiceFailure &failure)
+{
+    struct Short {
+        QString operator()(const UploadError &error) const
+        {
+            const QStringList cases{u"signFailed"_s,  u"ossPutFailed"_s, u"createMeetingFailed"_s,
+                                    u"notLoggedIn"_s, u"unauthorized"_s, u"invalidResponse"_s};
+            const QString name = cases.at(static_cast<int>(error.kind()));
+            return error.status() == 0
+                       ? name
+                       : u"%1 %2 %3"_s.arg(name, QString::number(error.status()), error.body());
+        }
+        QString operator()(const TransportError &) const { return u"transport"_s; }
+        QString operator()(const DecodingError &) const { return u"undecodable"_s; }
+        QString operator()(const Error &) const { return u"configuration"_s; }
+    };
+    return std::visit(Short(), failure.cause());
+}
+
+QString shown(const QList<ReconciledMeeting> &meetings)
+{
+    QStringList list;
+    for (const ReconciledMeeting &meeting : meetings)
+        list.append(meeting.id + u'/' + meeting.clientRecordingId + u'/' + shown(meeting.status));
+    return u"meetings "_s + list.join(u' ');
+}
+
+/// What each exchange makes of one answer.
+QString classified(const QString &exchange, const HttpOutcome &outcome)
+{
+    if (exchange == "sign"_L1) {
+        const auto result = ServiceReplies::signUpload(outcome);
+        return result ? result->uploadURL + u' ' + result->publicURL + u' ' + result->objectKey
+                      : shown(result.error());
+    }
+    if (exchange == "put"_L1) {
+        const auto result = ServiceReplies::objectUpload(outcome);
+        return result ? u"stored"_s : shown(result.error());
+    }
+    if (exchange == "create"_L1) {
+        const auto result = ServiceReplies::createMeeting(outcome);
+        return result ? u"id "_s + *result : shown(result.error());
+    }
+    const auto result = ServiceReplies::reconcile(outcome);
+    return result ? shown(*result) : shown(result.error());
+}
+
+/// Every member of \p body in its place, as each decoder of records sees it.
+QString decoded(const QString &record, const QByteArray &body)
+{
+    if (record == "me"_L1) {
+        const auto me = decodedMe(body);
+        return me ? shown(me->user.id) + u' ' + shown(me->user.email) : u"undecodable"_s;
+    }
+    const auto release = decodedLatestRelease(body);
+    if (!release)
+        return u"undecodable"_s;
+    const QStringList members{shown(release->version), shown(release->publishedAt),
+                              shown(release->htmlUrl), shown(release->downloadUrl),
+                              shown(release->notes)};
+    return members.join(u' ');
+}
+
+QByteArray nested(int depth)
+{
+    return QByteArray("[").repeated(depth) + QByteArray("]").repeated(depth);
+}
+} // namespace
+
+class ServiceCallsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void classification_data();
+    void classification();
+    void records_data();
+    void records();
+    void messages_data();
+    void messages();
+    void longBodyIsCutWhereACharacterEnds();
+
+private:
+    void signRows();
+    void putRows();
+    void createRows();
+    void reconcileRows();
+};
+
+void ServiceCallsTest::classification_data()
+{
+    QTest::addColumn<QString>("exchange");
+    QTest::addColumn<int>("status"); // 0: the transport fails
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("expected");
+
+    for (const QString &exchange : {u"sign"_s, u"put"_s, u"create"_s, u"reconcile"_s}) {
+        QTest::addRow("%s: transport", qPrintable(exchange))
+            << exchange << 0 << QByteArray() << u"transport"_s;
+    }
+    signRows();
+    putRows();
+    createRows();
+    reconcileRows();
+}
+
+void ServiceCallsTest::signRows()
+{
+    const auto row = [](const char *name, int status, const QByteArray &body,
+                        const QString &expected) {
+        QTest::addRow("sign: %s", name) << u"sign"_s << status << body << expected;
+    };
+    const QByteArray whole = R"({"uploadURL":"u","publicURL":"p","objectKey":"k","more":[1]})";
+    row("200", 200, whole, u"u p k"_s);
+    row("201", 201, whole, u"u p k"_s);
+    row("299", 299, whole, u"u p k"_s);
+    row("204 without body", 204, "", u"undecodable"_s);
+    row("199", 199, whole, u"signFailed 199 "_s + QString::fromLatin1(whole));
+    row("302", 302, "moved", u"signFailed 302 moved"_s);
+    row("401", 401, whole, u"unauthorized"_s);
+    row("403", 403, "Forbidden", u"signFailed 403 Forbidden"_s);
+    row("500, not UTF-8", 500, "a\xff", u"signFailed 500 "_s);
+    row("500, UTF-8", 500, "错误", u"signFailed 500 错误"_s);
+    row("no key", 200, R"({"uploadURL":"u","publicURL":"p"})", u"undecodable"_s);
+    row("key null", 200, R"({"uploadURL":"u","publicURL":"p","objectKey":null})", u"undecodable"_s);
+    row("key a number", 200, R"({"uploadURL":"u","publicURL":"p","objectKey":1})",
+        u"undecodable"_s);
+    row("array", 200, "[" + whole + "]", u"undecodable"_s);
+    row("HTML", 200, "<html>ok</html>", u"undecodable"_s);
+    row("cut off", 200, whole.chopped(1), u"undecodable"_s);
+    row("garbage behind", 200, whole + "x", u"undecodable"_s);
+    row("not UTF-8", 200, "{\"uploadURL\":\"\xff\",\"publicURL\":\"p\",\"objectKey\":\"k\"}",
+        u"undecodable"_s);
+    row("half a pair", 200, R"({"uploadURL":"\ud800","publicURL":"p","objectKey":"k"})",
+        u"undecodable"_s);
+    row("twice", 200, R"({"uploadURL":1,"uploadURL":"u","publicURL":"p","objectKey":"k"})",
+        u"u p k"_s);
+    row("too deep", 200, nested(100'000), u"undecodable"_s);
+    row("too deep in a member", 200, whole.chopped(1) + ",\"x\":" + nested(100'000) + "}",
+        u"undecodable"_s);
+}
+
+void ServiceCallsTest::putRows()
+{
+    const auto row = [](const char *name, int status, const QByteArray &body,
+                        const QString &expected) {
+        QTest::addRow("put: %s", name) << u"put"_s << status << body << expected;
+    };
+    row("200, any body", 200, "\xff{", u"stored"_s);
+    row("204", 204, "", u"stored"_s);
+    row("401", 401, "no", u"ossPutFailed 401 no"_s);
+    row("403", 403, "<Error/>", u"ossPutFailed 403 <Error/>"_s);
+    row("307", 307, "", u"ossPutFailed 307 "_s);
+}
+
+void ServiceCallsTest::createRows()
+{
+    const auto row = [](const char *name, int status, const QByteArray &body,
+                        const QString &expected) {
+        QTest::addRow("create: %s", name) << u"create"_s << status << body << expected;
+    };
+    const auto invalid = u"invalidResponse"_s;
+    row("in doc", 201, R"({"id":"b2","doc":{"id":"a1"}})", u"id a1"_s);
+    row("doc a string", 200, R"({"id":"b2","doc":"x"})", u"id b2"_s);
+    row("doc null", 200, R"({"id":"b2","doc":null})", u"id b2"_s);
+    row("doc without id", 200, R"({"id":"b2","doc":{}})", invalid);
+    row("integer", 200, R"({"id":42})", u"id 42"_s);
+    row("integer in doc", 200, R"({"doc":{"id":-7}})", u"id -7"_s);
+    row("beyond doubles", 200, R"({"id":9007199254740993})", u"id 9007199254740993"_s);
+    row("64 bits", 200, R"({"id":9223372036854775807})", u"id 9223372036854775807"_s);
+    row("beyond 64 bits", 200, R"({"id":9223372036854775808})", invalid);
+    row("fraction", 200, R"({"id":4.5})", invalid);
+    row("null", 200, R"({"id":null})", invalid);
+    row("boolean", 200, R"({"id":true})", invalid);
+    row("half a pair", 200, R"({"id":"\udc00"})", invalid);
+    row("empty object", 200, "{}", invalid);
+    row("array", 200, R"([{"id":"a"}])", invalid);
+    row("no JSON", 200, "ok", invalid);
+    row("no body", 204, "", invalid);
+    row("401", 401, R"({"id":"a"})", u"unauthorized"_s);
+    row("409", 409, "x", u"createMeetingFailed 409 x"_s);
+}
+
+void ServiceCallsTest::reconcileRows()
+{
+    const auto row = [](const char *name, int status, const QByteArray &body,
+                        const QString &expected) {
+        QTest::addRow("reconcile: %s", name) << u"reconcile"_s << status << body << expected;
+    };
+    const auto undecodable = u"undecodable"_s;
+    row("none", 200, R"({"meetings":[]})", u"meetings "_s);
+    row("in order", 200,
+        R"({"meetings":[{"id":"2","clientRecordingId":"b","status":"done"},)"
+        R"({"id":"1","clientRecordingId":"a","status":null},{"id":"","clientRecordingId":""}]})",
+        u"meetings 2/b/done 1/a/- //-"_s);
+    row("one without client identifier", 200,
+        R"({"meetings":[{"id":"1","clientRecordingId":"a"},{"id":"2"}]})", undecodable);
+    row("identifier a number", 200, R"({"meetings":[{"id":1,"clientRecordingId":"a"}]})",
+        undecodable);
+    row("status a number", 200, R"({"meetings":[{"id":"1","clientRecordingId":"a","status":1}]})",
+        undecodable);
+    row("one null", 200, R"({"meetings":[null]})", undecodable);
+    row("meetings an object", 200, R"({"meetings":{}})", undecodable);
+    row("meetings absent", 200, "{}", undecodable);
+    row("401", 401, "", u"unauthorized"_s);
+    row("500", 500, "x", u"createMeetingFailed 500 x"_s);
+}
+
+void ServiceCallsTest::classification()
+{
+    QFETCH(const QString, exchange);
+    QFETCH(const int, status);
+    QFETCH(const QByteArray, body);
+    const TransportError broken(TransportError::Kind::brokenReply, u"technical"_s);
+
+    const auto outcome =
+        status == 0 ? HttpOutcome(std::unexpected(broken)) : HttpOutcome(HttpReply(status, body));
+
+    QTEST(classified(exchange, outcome), "expected");
+}
+
+void ServiceCallsTest::records_data()
+{
+    QTest::addColumn<QString>("record");
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("expected");
+
+    const auto row = [](const char *name, const QString &record, const QByteArray &body,
+                        const QString &expected) {
+        QTest::addRow("%s: %s", qPrintable(record), name) << record << body << expected;
+    };
+    const auto undecodable = u"undecodable"_s;
+    row("whole", u"me"_s, R"({"user":{"id":"7","email":"a@b.c","name":"x"}})", u"7 a@b.c"_s);
+    row("null members", u"me"_s, R"({"user":{"id":null,"email":null}})", u"- -"_s);
+    row("empty user", u"me"_s, R"({"user":{}})", u"- -"_s);
+    row("no user", u"me"_s, "{}", undecodable);
+    row("user null", u"me"_s, R"({"user":null})", undecodable);
+    row("user a string", u"me"_s, R"({"user":"a@b.c"})", undecodable);
+    row("identifier a number", u"me"_s, R"({"user":{"id":7,"email":"a@b.c"}})", undecodable);
+    row("address a list", u"me"_s, R"({"user":{"email":["a@b.c"]}})", undecodable);
+    row("empty body", u"me"_s, "", undecodable);
+    row("whole", u"release"_s,
+        R"({"version":"1.2","publishedAt":"p","htmlUrl":"h","downloadUrl":"d","notes":"n"})",
+        u"1.2 p h d n"_s);
+    row("empty object", u"release"_s, "{}", u"- - - - -"_s);
+    row("version null", u"release"_s, R"({"version":null,"notes":""})", u"- - - - "_s);
+    row("version a number", u"release"_s, R"({"version":1.2})", undecodable);
+    row("unused member of another kind", u"release"_s, R"({"version":"1","notes":[]})",
+        undecodable);
+    row("null", u"release"_s, "null", undecodable);
+}
+
+void ServiceCallsTest::records()
+{
+    QFETCH(const QString, record);
+    QFETCH(const QByteArray, body);
+
+    QTEST(decoded(record, body), "expected");
+}
+
+void ServiceCallsTest::messages_data()
+{
+    using Case = UploadError::Case;
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QString>("expected");
+
+    const auto row = [](const char *name, const ServiceFailure &failure, const QString &expected) {
+        QTest::newRow(name) << failure.description() << expected;
+    };
+    row("sign", UploadError(Case::signFailed, 403, u"Forbidden"_s),
+        u"获取签名 URL 失败 (HTTP 403)：Forbidden"_s);
+    row("put", UploadError(Case::ossPutFailed, 500, u"%1 %2"_s),
+        u"上传到 OSS 失败 (HTTP 500)：%1 %2"_s);
+    row("create", UploadError(Case::createMeetingFailed, 404), u"创建会议记录失败 (HTTP 404)："_s);
+    row("not logged in", UploadError(Case::notLoggedIn), u"未登录，无法上传"_s);
+    row("unauthorized", UploadError(Case::unauthorized), u"登录已过期，请重新登录"_s);
+    row("invalid", UploadError(Case::invalidResponse), u"服务器返回异常"_s);
+    row("decoding", decodedReconcile(R"({"meetings":1})").error(),
+        u"服务器的回复无法解析：\"meetings\" is not an array"_s);
+    row("secrets of an undecodable reply stay in it",
+        decodedSignUpload(R"({"uploadURL":"https://o/?sig=secret","publicURL":1})").error(),
+        u"服务器的回复无法解析：\"publicURL\" is not a string"_s);
+
+    const auto prefix = u"上传到 OSS 失败 (HTTP 500)："_s;
+    const auto cut = [&row, &prefix](const char *name, const QString &character) {
+        row(name, UploadError(Case::ossPutFailed, 500, character.repeated(121)),
+            prefix + character.repeated(120));
+    };
+    cut("121 letters", u"a"_s);
+    cut("121 Chinese characters", u"误"_s);
+    cut("121 emoji", u"😀"_s);
+    cut("121 letters with two marks", u"e\u0301\u0323"_s);
+    cut("121 line breaks", u"\r\n"_s);
+    row("120 emoji", UploadError(Case::ossPutFailed, 500, u"😀"_s.repeated(120)),
+        prefix + u"😀"_s.repeated(120));
+}
+
+void ServiceCallsTest::messages()
+{
+    QFETCH(const QString, message);
+
+    QTEST(message, "expected");
+}
+
+void ServiceCallsTest::longBodyIsCutWhereACharacterEnds()
+{
+    // One letter under megabytes of marks.
+    const QString body = u"a"_s + u"\U0001E94A"_s.repeated(4'000'000);
+
+    const QString message = UploadError(UploadError::Case::signFailed, 500, body).description();
+
+    QVERIFY(message.size() < 10'000);
+    QVERIFY(message.isValidUtf16());
+}
+
+QTEST_GUILESS_MAIN(ServiceCallsTest)
+#include "test_service_calls.moc"
