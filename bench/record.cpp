@@ -16,8 +16,8 @@
 #include "platform/linux/pipewire/PipeWireCaptureService.h"
 #include "platform/linux/pipewire/PipeWireMicrophones.h"
 
-#include <QCoroTimer>
 #include <QCoreApplication>
+#include <QCoroTimer>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QJsonArray>
@@ -56,7 +56,7 @@ QCoro::Task<> record(AudioRecorder &recorder, QString folder, int seconds)
     settings.saveDirectory = QUrl::fromLocalFile(folder);
     const auto started = co_await recorder.start(true, true, settings);
     if (!started) {
-        std::fprintf(stderr, "%s\n", qPrintable(description(started.error())));
+        std::fprintf(stderr, "%s\n", qPrintable(started.error().description()));
         QCoreApplication::exit(1);
         co_return;
     }

@@ -406,7 +406,5 @@ private Q_SLOTS:
     }
 };
 
-Q_DECLARE_METATYPE(std::function<void(QString)>)
-
 QTEST_GUILESS_MAIN(RecentsFileTest)
 #include "test_recents_file.moc"
