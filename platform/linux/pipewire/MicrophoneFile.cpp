@@ -23,11 +23,11 @@ void MicrophoneFile::didCapture(const AudioBuffer &buffer)
 {
     if (m_isMetering)
         m_meter.add(buffer, mediaNow());
-    if (m_hasEnded)
-        return;
     if (!m_hasBegun)
         begin(buffer.presentationTime);
-    if (!m_writer->append(buffer))
+    // A capture that was told to have ended may still come back; a file that failed does not.
+    const bool isWritten = m_writer->isReady() && m_writer->append(buffer);
+    if (!isWritten && !m_hasEnded)
         end(m_writer->failure().value_or(Error(u"麦克风录音文件写入失败"_s)).description());
 }
 
