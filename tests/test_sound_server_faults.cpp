@@ -54,9 +54,8 @@ public:
         const MediaTime stopTime = mediaNow();
         QCoro::waitFor(m_stream->stop());
         stopMilliseconds = std::chrono::duration<double, std::milli>(mediaNow() - stopTime).count();
+        lengthError = system.sound.lengthError(stopTime, mediaNow());
         QCoro::waitFor(m_recorder->stop());
-        const auto clock = std::chrono::duration<double>(stopTime - system.sound.origin());
-        lengthError = system.sound.seconds() - clock.count();
     }
 
     KeptCapture system;

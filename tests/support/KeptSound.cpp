@@ -2,6 +2,7 @@
 
 #include <QMutexLocker>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -40,6 +41,14 @@ double KeptSound::seconds() const
 {
     const QMutexLocker lock(&m_mutex);
     return static_cast<double>(m_samples.size()) / 48000.0;
+}
+
+double KeptSound::lengthError(MediaTime earliestEnd, MediaTime latestEnd) const
+{
+    const auto length = [this](MediaTime end) {
+        return std::chrono::duration<double>(end - origin()).count();
+    };
+    return std::max(seconds() - length(latestEnd), std::min(0.0, seconds() - length(earliestEnd)));
 }
 
 bool KeptSound::isWithoutHoles() const

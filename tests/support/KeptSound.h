@@ -24,6 +24,10 @@ public:
     std::vector<float> samples() const;
     double seconds() const;
 
+    /// By how many seconds the track is longer than the clock says, if it ended at some time from
+    /// \p earliestEnd to \p latestEnd.
+    double lengthError(MediaTime earliestEnd, MediaTime latestEnd) const;
+
     /// Whether every buffer began where the one before ended, to the nanosecond of rounding.
     bool isWithoutHoles() const;
 
