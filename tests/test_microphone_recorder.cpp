@@ -4,6 +4,7 @@
 #include "platform/linux/pipewire/PipeWireMicrophones.h"
 #include "tests/support/KeptSound.h"
 #include "tests/support/SoundSession.h"
+#include "tests/support/UndisturbedAttempts.h"
 
 #include <QCoroTask>
 #include <QElapsedTimer>
@@ -126,85 +127,106 @@ private Q_SLOTS:
 
 void TestMicrophoneRecorder::recordsWhatIsSpoken()
 {
-    Recording recording;
-    QVERIFY(recording.isRunning);
-    QCOMPARE(recording.writers.encoding.channelCount, 1);
-    QCOMPARE(recording.recorder->averagePower(0), -160.0F);
-    const auto voice = SoundSession::speak(SoundSession::counterFile(30.0, 1, 1), microphone);
-    // Two seconds of the counter, so that its value hardly changes within the meter's window.
-    const auto last = [&recording] {
-        const std::vector<float> samples = recording.writers.sound.samples();
-        return samples.empty() ? 0.0 : std::abs(double{samples.back()});
-    };
-    QTRY_VERIFY_WITH_TIMEOUT(last() > 96000.0 / 16777216.0, 20'000);
-    const float power = recording.recorder->averagePower(0);
-    QVERIFY2(std::abs(power - 20.0 * std::log10(last())) < 2.0, qPrintable(QString::number(power)));
-    QCOMPARE(recording.recorder->averagePower(1), -160.0F);
-    recording.end();
+    for (UndisturbedAttempts attempts; attempts.next();) {
+        Recording recording;
+        QVERIFY(recording.isRunning);
+        QCOMPARE(recording.writers.encoding.channelCount, 1);
+        QCOMPARE(recording.recorder->averagePower(0), -160.0F);
+        const auto voice = SoundSession::speak(SoundSession::counterFile(30.0, 1, 1), microphone);
+        // Two seconds of the counter, so that its value hardly changes within the meter's window.
+        const auto last = [&recording] {
+            const std::vector<float> samples = recording.writers.sound.samples();
+            return samples.empty() ? 0.0 : std::abs(double{samples.back()});
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(last() > 96000.0 / 16777216.0, 20'000);
+        const float power = recording.recorder->averagePower(0);
+        const auto expected = static_cast<float>(20.0 * std::log10(last()));
+        QCOMPARE(recording.recorder->averagePower(1), -160.0F);
+        recording.end();
+        if (attempts.wasDisturbed())
+            continue;
 
-    const auto trace = CounterTrace::find(recording.writers.sound.samples(), 1);
-    qInfo("start %lld ms, first sample %lld ms after the start", recording.startMilliseconds,
-          trace.firstPlace / 48);
-    QVERIFY(trace.frames > 48000);
-    QCOMPARE(trace.skipped + trace.repeated, 0);
-    QVERIFY(recording.writers.sound.isWithoutHoles());
-    QVERIFY(recording.writers.isFinished);
-    QVERIFY(std::abs(recording.lengthError) < 0.2);
-    QCOMPARE(recording.events, QList<Kind>());
+        QVERIFY2(std::abs(power - expected) < 2.0F, qPrintable(QString::number(power)));
+        const auto trace = CounterTrace::find(recording.writers.sound.samples(), 1);
+        qInfo("start %lld ms, first sample %lld ms after the start", recording.startMilliseconds,
+              trace.firstPlace / 48);
+        QVERIFY(trace.frames > 48000);
+        QCOMPARE(trace.skipped + trace.repeated, 0);
+        QVERIFY(recording.writers.sound.isWithoutHoles());
+        QVERIFY(recording.writers.isFinished);
+        QVERIFY(std::abs(recording.lengthError) < 0.2);
+        QCOMPARE(recording.events, QList<Kind>());
+        return;
+    }
+    QSKIP(UndisturbedAttempts::skipped);
 }
 
 void TestMicrophoneRecorder::beginsTogetherWithTheSystemTrack()
 {
-    // One player on both devices: the same counter, at the same time, and a common clock.
-    const auto voice = SoundSession::speak(SoundSession::counterFile(30.0, 1, 1), microphone);
-    QVERIFY(SoundSession::waitForOutput({u"pw-link"_s, u"-l"_s, u"-o"_s}, u"-> "_s + microphone));
-    const QString player =
-        SoundSession::run({u"sh"_s, u"-c"_s, u"pw-link -o | grep -m1 ^voice-"_s});
-    SoundSession::run({u"pw-link"_s, player, speaker + u":playback_FL"_s});
+    for (UndisturbedAttempts attempts; attempts.next();) {
+        // One player on both devices: the same counter, at the same time, and a common clock.
+        const auto voice = SoundSession::speak(SoundSession::counterFile(30.0, 1, 1), microphone);
+        QVERIFY(
+            SoundSession::waitForOutput({u"pw-link"_s, u"-l"_s, u"-o"_s}, u"-> "_s + microphone));
+        const QString player =
+            SoundSession::run({u"sh"_s, u"-c"_s, u"pw-link -o | grep -m1 ^voice-"_s});
+        SoundSession::run({u"pw-link"_s, player, speaker + u":playback_FL"_s});
 
-    PipeWireServer server;
-    TrackOrigin origin;
-    PipeWireCaptureService service(server, origin);
-    KeptCapture system;
-    const auto stream = service.makeStream({}, CaptureFormat());
-    QVERIFY(stream->deliverTo(system, u"com.parlovance.audio.system"_s));
-    QVERIFY(QCoro::waitFor(stream->start()));
-    Recording recording(server, origin);
-    QVERIFY(recording.waitFor(3.0));
-    QCoro::waitFor(stream->stop());
-    recording.end();
-    QCOMPARE(recording.writers.sound.origin(), system.sound.origin());
+        PipeWireServer server;
+        TrackOrigin origin;
+        PipeWireCaptureService service(server, origin);
+        KeptCapture system;
+        const auto stream = service.makeStream({}, CaptureFormat());
+        QVERIFY(stream->deliverTo(system, u"com.parlovance.audio.system"_s));
+        QVERIFY(QCoro::waitFor(stream->start()));
+        Recording recording(server, origin);
+        QVERIFY(recording.waitFor(3.0));
+        QCoro::waitFor(stream->stop());
+        recording.end();
+        QCOMPARE(recording.writers.sound.origin(), system.sound.origin());
 
-    const auto heard = CounterTrace::find(system.sound.samples(), 1);
-    const auto spoken = CounterTrace::find(recording.writers.sound.samples(), 1);
-    const double apart = double(heard.lastOffset - spoken.lastOffset) / 48.0;
-    qInfo("the same sound is %.2f ms apart", apart);
-    QVERIFY(heard.frames > 48000);
-    // The server hands out the monitor of the driving device one cycle later.
-    QVERIFY(std::abs(apart) < 43.0);
+        if (attempts.wasDisturbed())
+            continue;
+        const auto heard = CounterTrace::find(system.sound.samples(), 1);
+        const auto spoken = CounterTrace::find(recording.writers.sound.samples(), 1);
+        qInfo("the same sound is %.2f ms apart",
+              double(heard.lastOffset - spoken.lastOffset) / 48.0);
+        QVERIFY(heard.frames > 48000);
+        // What is played now reaches a virtual microphone at once, the output's monitor in the next
+        // cycle, when it is heard.
+        QCOMPARE(heard.lastOffset - spoken.lastOffset, 4096);
+        return;
+    }
+    QSKIP(UndisturbedAttempts::skipped);
 }
 
 void TestMicrophoneRecorder::followsTheDefaultMicrophone()
 {
-    const auto voice = SoundSession::speak(SoundSession::counterFile(30.0, 1, 1), microphone);
-    Recording recording;
-    QVERIFY(recording.waitFor(2.0));
-    const QString other = SoundSession::addMicrophone(u"other"_s);
-    SoundSession::run({u"pactl"_s, u"set-default-source"_s, u"other"_s});
-    QVERIFY(recording.waitFor(4.0));
-    SoundSession::removeDevice(other);
-    QVERIFY(recording.waitFor(6.0));
-    recording.end();
+    for (UndisturbedAttempts attempts; attempts.next();) {
+        const auto voice = SoundSession::speak(SoundSession::counterFile(30.0, 1, 1), microphone);
+        Recording recording;
+        QVERIFY(recording.waitFor(2.0));
+        const QString other = SoundSession::addMicrophone(u"other"_s);
+        SoundSession::run({u"pactl"_s, u"set-default-source"_s, u"other"_s});
+        QVERIFY(recording.waitFor(4.0));
+        SoundSession::removeDevice(other);
+        QVERIFY(recording.waitFor(6.0));
+        recording.end();
 
-    const auto samples = recording.writers.sound.samples();
-    const auto trace = CounterTrace::find(samples, 1);
-    qInfo("away for %lld ms, counter moved by %lld", trace.skipped / 48,
-          trace.lastOffset - trace.firstOffset);
-    QVERIFY(trace.skipped > 48000);
-    QVERIFY(trace.lastPlace > static_cast<qint64>(samples.size()) - 9600);
-    QVERIFY(std::abs(trace.lastOffset - trace.firstOffset) < 48000 / 20);
-    QVERIFY(std::abs(recording.lengthError) < 0.2);
-    QCOMPARE(recording.events, QList<Kind>());
+        if (attempts.wasDisturbed())
+            continue;
+        const auto samples = recording.writers.sound.samples();
+        const auto trace = CounterTrace::find(samples, 1);
+        qInfo("away for %lld ms, counter moved by %lld", trace.skipped / 48,
+              trace.lastOffset - trace.firstOffset);
+        QVERIFY(trace.skipped > 48000);
+        QVERIFY(trace.lastPlace > static_cast<qint64>(samples.size()) - 9600);
+        QVERIFY(std::abs(trace.lastOffset - trace.firstOffset) < 48000 / 20);
+        QVERIFY(std::abs(recording.lengthError) < 0.2);
+        QCOMPARE(recording.events, QList<Kind>());
+        return;
+    }
+    QSKIP(UndisturbedAttempts::skipped);
 }
 
 void TestMicrophoneRecorder::stopsWhenTheFileFails()
@@ -222,11 +244,10 @@ void TestMicrophoneRecorder::stopsWhenTheFileFails()
 void TestMicrophoneRecorder::neverRecordsTheSpeakers()
 {
     const auto player = SoundSession::play(SoundSession::counterFile(90.0, -1, 2), speaker);
-    auto plugged = std::make_unique<Plugged>();
+    // From here on there is no microphone but the one that is pulled out.
     SoundSession::run({u"pw-cli"_s, u"destroy"_s, microphone});
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !SoundSession::run({u"pactl"_s, u"list"_s, u"short"_s, u"sources"_s}).contains(microphone),
-        10'000);
+    QVERIFY(SoundSession::waitForOutput({u"pactl"_s, u"get-default-source"_s}, speaker));
+    auto plugged = std::make_unique<Plugged>();
     Recording recording;
     QVERIFY(recording.isRunning);
     QVERIFY(recording.waitFor(2.0));

@@ -39,11 +39,13 @@ QByteArray waveHeader(quint32 dataBytes, quint16 channels)
     return header;
 }
 
-/// \p kind is that of pactl: sinks or sources.
+/// \p kind is that of pactl: sinks or sources. Never suspended: WirePlumber 0.4 crashes when an idle
+/// device goes away within its timeout.
 QString addDevice(const QString &kind, const QString &name, const QStringList &arguments)
 {
     const QStringList command{u"pactl"_s, u"load-module"_s, u"module-null-sink"_s,
-                              u"sink_name="_s + name};
+                              u"sink_name="_s + name,
+                              u"sink_properties=session.suspend-timeout-seconds=0"_s};
     const QString module = SoundSession::run(command + arguments);
     if (!SoundSession::waitForOutput({u"pactl"_s, u"list"_s, u"short"_s, kind}, name))
         qFatal("the device %s does not appear", qPrintable(name));
