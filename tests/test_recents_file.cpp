@@ -316,8 +316,8 @@ private Q_SLOTS:
     void whatCannotBeReadIsKeptAside_data()
     {
         QTest::addColumn<std::function<void(QString)>>("damage");
-        const auto row = [](const char *name, std::function<void(QString)> damage) {
-            QTest::addRow("%s", name) << std::move(damage);
+        const auto row = [](const char *name, const std::function<void(QString)> &damage) {
+            QTest::addRow("%s", name) << damage;
         };
         row("garbage", [](const QString &path) { put(path, "garbage"); });
         row("one bad entry", [](const QString &path) { put(path, "[" + entry + ",{}]"); });
