@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -29,54 +30,22 @@ std::unexpected<Error> failure(int code)
     return std::unexpected(Error(u"无法写入文件："_s + qt_error_string(code)));
 }
 
-/// The file under its temporary name; goes away unless it was moved into its place.
-class PendingFile
+bool write(int file, const QByteArray &content)
 {
-public:
-    explicit PendingFile(const QByteArray &target)
-        : m_name(target + temporaryEnding)
-        , m_file(::mkostemps(m_name.data(), lengthAfterLetters, O_CLOEXEC))
-        , m_exists(m_file.isOpen())
-    {
+    qsizetype written = 0;
+    while (written < content.size()) {
+        const auto count = ::write(file, content.constData() + written,
+                                   static_cast<size_t>(content.size() - written));
+        if (count < 0 && errno == EINTR)
+            continue;
+        if (count < 0)
+            return false;
+        written += count;
     }
-    PendingFile(const PendingFile &) = delete;
-    PendingFile &operator=(const PendingFile &) = delete;
-    ~PendingFile()
-    {
-        if (m_exists)
-            ::unlink(m_name.constData());
-    }
-
-    bool isOpen() const { return m_file.isOpen(); }
-
-    bool write(const QByteArray &content)
-    {
-        qsizetype written = 0;
-        while (written < content.size()) {
-            const auto count = ::write(m_file.get(), content.constData() + written,
-                                       static_cast<size_t>(content.size() - written));
-            if (count < 0 && errno == EINTR)
-                continue;
-            if (count < 0)
-                return false;
-            written += count;
-        }
-        // A few network and user-space file systems cannot sync at all; refusing them would mean
-        // that nothing is ever stored there.
-        return ::fsync(m_file.get()) == 0 || errno == EINVAL || errno == ENOTSUP;
-    }
-
-    bool moveTo(const QByteArray &target)
-    {
-        m_exists = std::rename(m_name.constData(), target.constData()) != 0;
-        return !m_exists;
-    }
-
-private:
-    QByteArray m_name;
-    FileDescriptor m_file;
-    bool m_exists;
-};
+    // A few network and user-space file systems cannot sync at all; refusing them would mean
+    // that nothing is ever stored there.
+    return ::fsync(file) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
 
 bool exists(const QByteArray &path)
 {
@@ -91,40 +60,84 @@ QByteArray freeNameBeside(const QByteArray &path)
         name = path + ".old-" + QByteArray::number(number);
     return name;
 }
+} // namespace
 
-void syncFolderOf(const QByteArray &path)
+AtomicFile::Pending::Pending(QByteArray target, QByteArray name)
+    : m_target(std::move(target))
+    , m_name(std::move(name))
 {
-    const qsizetype slash = path.lastIndexOf('/');
-    const QByteArray folder = slash < 0 ? QByteArray(".") : path.left(slash + 1);
+}
+
+AtomicFile::Pending::~Pending()
+{
+    if (m_isWaiting)
+        ::unlink(m_name.constData());
+}
+
+/// Undoes what put the old file aside, in either way.
+void AtomicFile::Pending::putBack(const QByteArray &aside) const
+{
+    if (exists(m_target))
+        ::unlink(aside.constData());
+    else
+        std::rename(aside.constData(), m_target.constData());
+}
+
+std::expected<void, Error> AtomicFile::Pending::putInPlace(Old old)
+{
+    QByteArray aside;
+    if (old == Old::keptAside && exists(m_target)) {
+        aside = freeNameBeside(m_target);
+        // A second name, so that at every moment something stands at the path. What cannot have
+        // one (a folder, some file systems) is renamed.
+        if (::link(m_target.constData(), aside.constData()) != 0 &&
+            std::rename(m_target.constData(), aside.constData()) != 0)
+            return failure(errno);
+    }
+    if (std::rename(m_name.constData(), m_target.constData()) != 0) {
+        const int code = errno;
+        if (!aside.isEmpty())
+            putBack(aside);
+        return failure(code);
+    }
+    m_isWaiting = false;
+    return {};
+}
+
+std::expected<std::shared_ptr<AtomicFile::Pending>, Error>
+AtomicFile::prepare(const QString &path, const QByteArray &content)
+{
+    const QByteArray target = QFile::encodeName(path);
+    QByteArray name = target + temporaryEnding;
+    const FileDescriptor file(::mkostemps(name.data(), lengthAfterLetters, O_CLOEXEC));
+    if (!file.isOpen())
+        return failure(errno);
+    auto pending = std::make_shared<Pending>(target, name);
+    if (!write(file.get(), content))
+        return failure(errno);
+    return pending;
+}
+
+void AtomicFile::syncFolderOf(const QString &path)
+{
+    const QByteArray target = QFile::encodeName(path);
+    const qsizetype slash = target.lastIndexOf('/');
+    const QByteArray folder = slash < 0 ? QByteArray(".") : target.left(slash + 1);
     const FileDescriptor descriptor(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    // The new file is in its place either way; only how soon the disk learns its name is at stake.
     if (descriptor.isOpen())
         ::fsync(descriptor.get());
 }
-} // namespace
 
 std::expected<void, Error> AtomicFile::replace(const QString &path, const QByteArray &content,
                                                Old old)
 {
-    const QByteArray target = QFile::encodeName(path);
-    PendingFile pending(target);
-    if (!pending.isOpen() || !pending.write(content))
-        return failure(errno);
-
-    QByteArray aside;
-    if (old == Old::keptAside && exists(target)) {
-        aside = freeNameBeside(target);
-        if (std::rename(target.constData(), aside.constData()) != 0)
-            return failure(errno);
-    }
-    if (!pending.moveTo(target)) {
-        const int code = errno;
-        if (!aside.isEmpty())
-            std::rename(aside.constData(), target.constData());
-        return failure(code);
-    }
-    syncFolderOf(target);
-    return {};
+    const auto pending = prepare(path, content);
+    if (!pending)
+        return std::unexpected(pending.error());
+    const auto replaced = (*pending)->putInPlace(old);
+    if (replaced)
+        syncFolderOf(path);
+    return replaced;
 }
 
 void AtomicFile::removeLeftovers(const QString &path)

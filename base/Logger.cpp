@@ -3,6 +3,7 @@
 #include <systemd/sd-journal.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace
@@ -20,6 +21,12 @@ void writeToJournal(const char *category, Logger::Level level, const QByteArray 
     // Without a journal this fails, and there is nowhere left to tell.
     sd_journal_send("MESSAGE=%s", message.constData(), "PRIORITY=%d", priority, "SUBSYSTEM=%s",
                     Logger::subsystem, "CATEGORY=%s", category, nullptr);
+}
+/// What comes from outside must not steer the terminal.
+QByteArray withoutControls(QByteArray text)
+{
+    std::ranges::replace_if(text, [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');
+    return text;
 }
 } // namespace
 
@@ -39,6 +46,6 @@ void Logger::write(Level level, const QString &message) const
     static const bool hasTerminal = isatty(STDERR_FILENO) == 1;
     if (hasTerminal) {
         std::fprintf(stderr, "%s %s: %s\n", level == Level::error ? "error" : "info ", m_category,
-                     text.constData());
+                     withoutControls(text).constData());
     }
 }

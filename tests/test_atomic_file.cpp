@@ -97,6 +97,25 @@ class AtomicFileTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void waitsUntilPutInPlace()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(u"list"_s);
+        put(path, oldContent);
+        auto pending = AtomicFile::prepare(path, newContent).value();
+        QCOMPARE(contentOf(path), oldContent);
+        QCOMPARE(namesIn(folder.path()).size(), 2);
+        pending.reset();
+        QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
+
+        pending = AtomicFile::prepare(path, newContent).value();
+        QVERIFY(pending->putInPlace(AtomicFile::Old::keptAside));
+        pending.reset();
+        QCOMPARE(contentOf(path), newContent);
+        QCOMPARE(contentOf(path + u".old"_s), oldContent);
+        QCOMPARE(namesIn(folder.path()).size(), 2);
+    }
+
     void replacesForThisUserOnly()
     {
         const QTemporaryDir folder;
@@ -214,8 +233,17 @@ private Q_SLOTS:
                  QSet<QString>(foreign.begin(), foreign.end()));
     }
 
+    void aKillLeavesOldOrNew_data()
+    {
+        QTest::addColumn<bool>("isKeptAside");
+        QTest::addRow("replaced") << false;
+        QTest::addRow("kept aside") << true;
+    }
+
     void aKillLeavesOldOrNew()
     {
+        QFETCH(const bool, isKeptAside);
+        const auto old = isKeptAside ? AtomicFile::Old::keptAside : AtomicFile::Old::replaced;
         const QTemporaryDir folder;
         const QString path = folder.filePath(u"list"_s);
         const QByteArray contents[] = {newContent, QByteArray(300'000, 'm')};
@@ -223,8 +251,10 @@ private Q_SLOTS:
         for (int kill = 0; kill < 40; ++kill) {
             const pid_t writer = ::fork();
             if (writer == 0) {
-                for (int i = 0;; ++i)
-                    std::ignore = AtomicFile::replace(path, contents[i % 2]);
+                for (int i = 0;; ++i) {
+                    std::ignore = AtomicFile::replace(path, contents[i % 2], old);
+                    ::unlink(QFile::encodeName(path + u".old"_s).constData());
+                }
             }
             std::this_thread::sleep_for(
                 std::chrono::microseconds(QRandomGenerator::global()->bounded(20'000)));
@@ -236,6 +266,9 @@ private Q_SLOTS:
             QVERIFY2(found == contents[0] || found == contents[1], found.left(9).constData());
         }
         AtomicFile::removeLeftovers(path);
+        const QDir left(folder.path(), u"list.old*"_s);
+        for (const QString &name : left.entryList())
+            QVERIFY(QFile::remove(left.filePath(name)));
         QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
     }
 
