@@ -5,23 +5,42 @@
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPointer>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
-AppDelegate::AppDelegate(const AudioPlatform &platform, PrefsStore &prefs,
-                         std::chrono::milliseconds second)
-    : m_appState(platform, prefs, second)
+namespace
 {
+constexpr std::chrono::seconds updateCheckDelay{5};
+} // namespace
+
+AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds second)
+    : m_appState(platform.audio, MediaUploader(platform.serviceOrigin, platform.http),
+                 platform.prefs, second)
+    , m_auth(platform.serviceOrigin, platform.http, platform.secrets, platform.workspace)
+    , m_updater(platform.serviceOrigin, platform.bundle,
+                {.http = platform.http,
+                 .workspace = platform.workspace,
+                 .clock = platform.audio.clock,
+                 .alert = platform.alert})
+{
+    if (!platform.serviceOrigin)
+        m_logger.error(u"service origin: "_s + platform.serviceOrigin.error().description());
     connect(&m_trayGate, &TrayGate::opened, this, &AppDelegate::showTrayIcon);
     connect(&m_signals, &UnixSignals::leaveRequested, qGuiApp, &QCoreApplication::quit);
-    connect(qGuiApp, &QGuiApplication::commitDataRequest, this,
-            [this] { runDetached(m_appState.finishForQuit()); });
     qGuiApp->installEventFilter(this);
 }
 
 void AppDelegate::applicationDidFinishLaunching()
 {
+    m_appState.setAuth(&m_auth);
     m_trayGate.wait();
+    QTimer::singleShot(updateCheckDelay, this, &AppDelegate::checkForUpdate);
+}
+
+void AppDelegate::checkForUpdate()
+{
+    runDetached(m_updater.check(true));
 }
 
 void AppDelegate::showTrayIcon()

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "app/AppPlatform.h"
 #include "app/UnixSignals.h"
+#include "cloud/AuthClient.h"
+#include "cloud/UpdateChecker.h"
 #include "core/AppState.h"
+#include "ui/ClassicTray.h"
 #include "ui/TrayGate.h"
 #include "ui/TrayIcon.h"
 
@@ -10,8 +14,6 @@
 
 #include <chrono>
 #include <memory>
-
-class PrefsStore;
 
 /// Owns the long-lived objects of the application and connects them. Made once by main(), after the
 /// toolkit's application object. Main thread.
@@ -23,12 +25,12 @@ class AppDelegate : public QObject
     Q_OBJECT
 
 public:
-    /// The platform objects and \p prefs must outlive this one. \p second is what the counter of
-    /// elapsed seconds takes for one.
-    AppDelegate(const AudioPlatform &platform, PrefsStore &prefs,
-                std::chrono::milliseconds second = std::chrono::seconds(1));
+    /// \p second is what the counter of elapsed seconds takes for one.
+    explicit AppDelegate(const AppPlatform &platform,
+                         std::chrono::milliseconds second = std::chrono::seconds(1));
 
-    /// Brings the application onto the desktop.
+    /// Brings the application onto the desktop, looks which recordings the service holds already,
+    /// and somewhat later for a newer version.
     void applicationDidFinishLaunching();
 
     AppState &appState() { return m_appState; }
@@ -38,11 +40,14 @@ protected:
 
 private:
     void showTrayIcon();
+    void checkForUpdate();
     QCoro::Task<> finishAndExit();
 
     const Logger m_logger{"app"};
     AppState m_appState;
-    TrayGate m_trayGate;
+    AuthClient m_auth;
+    UpdateChecker m_updater;
+    TrayGate m_trayGate{&classicTrayIsPresent};
     std::unique_ptr<TrayIcon> m_trayIcon;
     UnixSignals m_signals;
     bool m_isLeaving = false;

@@ -19,10 +19,22 @@ QString identifier(const BundleInformation &bundle)
     return bundle.identifier().value_or(u"com.parlovance.mac"_s);
 }
 
+// Unencrypted only where the whole service runs on this machine.
+HttpSettings httpSettings(const ConfiguredOrigin &origin)
+{
+    HttpSettings settings;
+    if (origin && origin->isLoopback())
+        settings.loopbackHttp = WebAddress::LoopbackHttp::allowed;
+    return settings;
+}
+
 } // namespace
 
-DesktopPlatform::DesktopPlatform()
-    : m_bundle(BundleInformation::fromFile(bundleInformationPath()))
+DesktopPlatform::DesktopPlatform(const QString &bundleInformation)
+    : m_bundle(BundleInformation::fromFile(bundleInformation.isEmpty() ? bundleInformationPath()
+                                                                       : bundleInformation))
+    , m_serviceOrigin(ServiceOrigin::parse(m_bundle.serviceOrigin().value_or(QString())))
+    , m_http(httpSettings(m_serviceOrigin))
     , m_defaults(JsonDefaults::standardPath(identifier(m_bundle)))
     , m_loginItem(AutostartEntry::standardPath(u"com.parlovance.Parlovance"_s),
                   {QCoreApplication::applicationFilePath()})
@@ -33,12 +45,20 @@ DesktopPlatform::DesktopPlatform()
 {
 }
 
-AudioPlatform DesktopPlatform::audio()
+AppPlatform DesktopPlatform::app(PrefsStore &prefs, UpdateAlert &alert)
 {
-    return AudioPlatform{.captureService = m_captureService,
-                         .microphones = m_microphones,
-                         .writers = m_writers,
-                         .assets = m_assets,
-                         .volume = m_volume,
-                         .clock = m_clock};
+    const AudioPlatform audio{.captureService = m_captureService,
+                              .microphones = m_microphones,
+                              .writers = m_writers,
+                              .assets = m_assets,
+                              .volume = m_volume,
+                              .clock = m_clock};
+    return AppPlatform{.audio = audio,
+                       .prefs = prefs,
+                       .bundle = m_bundle,
+                       .serviceOrigin = m_serviceOrigin,
+                       .http = m_http,
+                       .secrets = m_secrets,
+                       .workspace = m_workspace,
+                       .alert = alert};
 }

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "audio/AudioRecorder.h"
-#include "platform/BundleInformation.h"
+#include "app/AppPlatform.h"
 #include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/desktop/JsonDefaults.h"
 #include "platform/linux/desktop/SystemClock.h"
@@ -9,24 +8,30 @@
 #include "platform/linux/media/LiveTrack.h"
 #include "platform/linux/media/TrackWriter.h"
 #include "platform/linux/mix/FileAudioAssets.h"
+#include "platform/linux/network/CurlHttpSession.h"
 #include "platform/linux/pipewire/PipeWireCaptureService.h"
 #include "platform/linux/pipewire/PipeWireMicrophones.h"
+#include "platform/linux/secrets/SecretServiceStore.h"
+#include "platform/linux/workspace/DesktopWorkspace.h"
 
 /// The real platform under the program, made once by main(). Main thread.
 class DesktopPlatform
 {
 public:
-    DesktopPlatform();
+    /// \p bundleInformation is the path of a file to read instead of the installed one; empty for
+    /// that.
+    explicit DesktopPlatform(const QString &bundleInformation = {});
 
-    const BundleInformation &bundle() const { return m_bundle; }
     Defaults &defaults() { return m_defaults; }
     LoginItem &loginItem() { return m_loginItem; }
 
-    /// What recording needs. The references live as long as this object.
-    AudioPlatform audio();
+    /// What the application takes; its references live as long as this object.
+    AppPlatform app(PrefsStore &prefs, UpdateAlert &alert);
 
 private:
     BundleInformation m_bundle;
+    ConfiguredOrigin m_serviceOrigin;
+    CurlHttpSession m_http;
     JsonDefaults m_defaults;
     AutostartEntry m_loginItem;
     SystemClock m_clock;
@@ -38,4 +43,6 @@ private:
     FileAudioAssets m_assets;
     PipeWireCaptureService m_captureService;
     PipeWireMicrophones m_microphones;
+    SecretServiceStore m_secrets;
+    DesktopWorkspace m_workspace;
 };

@@ -1,8 +1,10 @@
 #include "app/AppDelegate.h"
 #include "app/DesktopPlatform.h"
 #include "settings/PrefsStore.h"
+#include "ui/AlertBox.h"
 
 #include <QApplication>
+#include <QCommandLineParser>
 
 using namespace Qt::StringLiterals;
 
@@ -26,10 +28,18 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(u"Parlovance"_s);
     QGuiApplication::setQuitOnLastWindowClosed(false);
 
-    DesktopPlatform platform;
+    QCommandLineParser parser;
+    const QCommandLineOption bundleInformation(
+        u"bundle-information"_s, u"Read the facts about the program from this file."_s, u"file"_s);
+    parser.addOption(bundleInformation);
+    parser.addHelpOption();
+    parser.process(application);
+
+    DesktopPlatform platform(parser.value(bundleInformation));
     PrefsStore prefs(platform.defaults(), platform.loginItem());
     PrefsStore::share(prefs);
-    AppDelegate delegate(platform.audio(), prefs);
+    AlertBox alert;
+    AppDelegate delegate(platform.app(prefs, alert));
     delegate.applicationDidFinishLaunching();
     return QApplication::exec();
 }

@@ -1,6 +1,8 @@
 #include "audio/AudioRecorder.h"
 
 #include "audio/TrackMixing.h"
+#include "base/Logger.h"
+#include "base/Tasks.h"
 #include "platform/AudioAssets.h"
 #include "platform/Clock.h"
 #include "platform/Volume.h"
@@ -22,9 +24,9 @@ AudioQuality sourceQuality(AudioQuality quality)
 }
 
 /// The container alone takes some hundred bytes, and a kilobyte is no tenth of a second.
-bool fileHasContent(const std::optional<QUrl> &url)
+QFuture<bool> fileHasContent(const std::optional<QUrl> &url)
 {
-    return url && QFileInfo(url->toLocalFile()).size() > 1024;
+    return inBackground([url] { return url && QFileInfo(url->toLocalFile()).size() > 1024; });
 }
 
 QCoro::Task<> finishTrack(AudioAssets &assets, QUrl track)
@@ -43,8 +45,8 @@ QCoro::Task<std::optional<QUrl>> concludeRecording(AudioAssets &assets, std::opt
                                                    std::optional<QUrl> mic,
                                                    std::unique_ptr<MixAhead> ahead)
 {
-    const bool hasSystem = fileHasContent(system);
-    const bool hasMic = fileHasContent(mic);
+    const bool hasSystem = co_await fileHasContent(system);
+    const bool hasMic = co_await fileHasContent(mic);
     if (hasSystem && hasMic) {
         const QUrl result = co_await mixTracks(assets, *system, *mic, std::move(ahead));
         if (result != *system)
@@ -53,7 +55,8 @@ QCoro::Task<std::optional<QUrl>> concludeRecording(AudioAssets &assets, std::opt
     ahead.reset();
     if (hasSystem)
         co_await finishTrack(assets, *system);
-    if (fileHasContent(mic)) // a failed mix may have removed it
+    const bool stillHasMic = co_await fileHasContent(mic);
+    if (stillHasMic) // a failed mix may have removed it
         co_await finishTrack(assets, *mic);
     if (hasSystem)
         co_return system;
@@ -74,22 +77,22 @@ QCoro::Task<std::expected<void, RecordingError>> AudioRecorder::start(bool syste
                                                                       RecordingSettings settings)
 {
     using enum AudioRecorderError::Case;
-    if (m_isActive || m_isStarting)
+    if (m_isActive || m_isBusy)
         co_return std::unexpected(AudioRecorderError(alreadyRecording));
     if (!systemOn && !micOn)
         co_return std::unexpected(AudioRecorderError(noSourceEnabled));
     const RecordingRoom room = recordingRoom(settings, systemOn, micOn);
-    const auto files = makeURLs(settings, room);
-    if (!files)
-        co_return std::unexpected(files.error());
-
     const QPointer self(this);
-    m_isStarting = true;
-    const auto started =
-        co_await startSources(systemOn, micOn, *files, sourceQuality(settings.quality));
+    m_isBusy = true;
+    const auto files = co_await makeURLs(settings, room);
+    Started started;
+    if (!files)
+        started = std::unexpected(files.error());
+    else if (self)
+        started = co_await startSources(systemOn, micOn, *files, sourceQuality(settings.quality));
     if (!self)
         co_return started;
-    m_isStarting = false;
+    m_isBusy = false;
     if (!started)
         co_return started;
     m_room = room;
@@ -128,7 +131,8 @@ QCoro::Task<> AudioRecorder::abandonSystem()
     AudioAssets &assets = m_platform.assets;
     m_systemURL.reset();
     const auto file = co_await m_system.stop();
-    if (fileHasContent(file))
+    const bool hasContent = co_await fileHasContent(file);
+    if (hasContent)
         co_await finishTrack(assets, *file);
 }
 
@@ -139,12 +143,14 @@ QCoro::Task<std::optional<QUrl>> AudioRecorder::stop()
     const QPointer self(this);
     AudioAssets &assets = m_platform.assets;
     m_isActive = false;
+    m_isBusy = true;
     auto ahead = std::move(m_mixAhead);
     const auto systemFile = co_await m_system.stop();
     if (!self)
         co_return std::nullopt; // closing: the tracks stay as they are, and play
     const auto micFile = co_await m_mic.stop();
     if (self) {
+        m_isBusy = false;
         m_systemURL.reset();
         m_micURL.reset();
     }
@@ -166,9 +172,20 @@ AudioRecorder::Levels AudioRecorder::currentLevels()
     return levels;
 }
 
-bool AudioRecorder::hasRoomFor(std::chrono::seconds duration) const
+QCoro::Task<bool> AudioRecorder::hasRoomFor(std::chrono::seconds duration)
 {
-    return !m_isActive || m_room.lasts(m_platform.volume, duration);
+    if (!m_isActive || m_isAskingForRoom)
+        co_return true;
+    const QPointer self(this);
+    m_isAskingForRoom = true;
+    const auto ask = [room = m_room, &volume = m_platform.volume, duration] {
+        return room.lasts(volume, duration);
+    };
+    const auto answer = inBackground(ask);
+    const bool hasRoom = co_await answer;
+    if (self)
+        m_isAskingForRoom = false;
+    co_return hasRoom;
 }
 
 void AudioRecorder::setOnSystemAudioError(std::function<void(const QString &)> handler)
@@ -181,14 +198,21 @@ void AudioRecorder::setOnMicEvent(std::function<void(const MicrophoneEvent &)> h
     m_mic.setOnEvent(std::move(handler));
 }
 
-std::expected<RecordingFiles, AudioRecorderError>
-AudioRecorder::makeURLs(const RecordingSettings &settings, const RecordingRoom &room) const
+QCoro::Task<std::expected<RecordingFiles, RecordingError>>
+AudioRecorder::makeURLs(RecordingSettings settings, RecordingRoom room)
 {
-    if (const auto created = createSaveFolder(settings); !created)
-        return std::unexpected(created.error());
-    if (!room.lasts(m_platform.volume, roomToStart)) {
-        return std::unexpected(
-            AudioRecorderError(AudioRecorderError::Case::directoryUnavailable, u"磁盘空间不足"_s));
-    }
-    return recordingFiles(settings, m_platform.clock.now());
+    const Clock &clock = m_platform.clock;
+    const auto prepare = [settings, room, &volume = m_platform.volume] {
+        auto prepared = createSaveFolder(settings);
+        if (prepared && !room.lasts(volume, roomToStart)) {
+            prepared = std::unexpected(AudioRecorderError(
+                AudioRecorderError::Case::directoryUnavailable, u"磁盘空间不足"_s));
+        }
+        return prepared;
+    };
+    const auto preparing = inBackground(prepare);
+    const auto prepared = co_await preparing;
+    if (!prepared)
+        co_return std::unexpected(prepared.error());
+    co_return recordingFiles(settings, clock.now());
 }

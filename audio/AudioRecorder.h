@@ -5,7 +5,6 @@
 #include "audio/RecordingSettings.h"
 #include "audio/SaveFolder.h"
 #include "audio/SystemAudioRecorder.h"
-#include "base/Logger.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -49,7 +48,7 @@ public:
     ~AudioRecorder() override;
 
     /// Completes once every requested source runs; after a failure none does. Fails while another
-    /// start is under way as it does while recording.
+    /// start is under way, or sources are being stopped, as it does while recording.
     QCoro::Task<std::expected<void, RecordingError>> start(bool systemOn, bool micOn,
                                                            RecordingSettings settings);
 
@@ -66,8 +65,9 @@ public:
     /// Whether the machine's sound belongs to the running recording.
     bool recordsSystemAudio() const { return m_systemURL.has_value(); }
 
-    /// Whether the running recording may go on for \p duration before the disk is full.
-    bool hasRoomFor(std::chrono::seconds duration) const;
+    /// Whether the running recording may go on for \p duration before the disk is full. True also
+    /// while the disk still owes the answer to the same question.
+    QCoro::Task<bool> hasRoomFor(std::chrono::seconds duration);
 
     /// Called on the main thread when the capture of the machine's sound ended by itself.
     void setOnSystemAudioError(std::function<void(const QString &reason)> handler);
@@ -78,18 +78,18 @@ public:
 private:
     using Started = std::expected<void, RecordingError>;
 
-    std::expected<RecordingFiles, AudioRecorderError> makeURLs(const RecordingSettings &settings,
-                                                               const RecordingRoom &room) const;
+    QCoro::Task<std::expected<RecordingFiles, RecordingError>> makeURLs(RecordingSettings settings,
+                                                                        RecordingRoom room);
     QCoro::Task<Started> startSources(bool systemOn, bool micOn, RecordingFiles files,
                                       AudioQuality quality);
     QCoro::Task<> abandonSystem();
 
-    const Logger m_logger{"audio"};
     AudioPlatform m_platform;
     SystemAudioRecorder m_system;
     MicRecorder m_mic;
     bool m_isActive = false;
-    bool m_isStarting = false;
+    bool m_isBusy = false; // sources are being started or stopped
+    bool m_isAskingForRoom = false;
     std::optional<QUrl> m_systemURL; // while the source runs
     std::optional<QUrl> m_micURL;
     RecordingRoom m_room;

@@ -1,8 +1,7 @@
 #include "audio/MicRecorder.h"
 
-#include "base/Tasks.h"
+#include "audio/RemoveFile.h"
 
-#include <QFile>
 #include <QPointer>
 
 #include <utility>
@@ -36,7 +35,7 @@ QCoro::Task<std::expected<void, MicError>> MicRecorder::start(QUrl file, AudioQu
     const bool granted = co_await microphones.requestAccess();
     if (!granted || !self) // or the application is closing
         co_return std::unexpected(MicError(permissionDenied));
-    QFile::remove(path); // usually there is none
+    co_await removeFile(path); // usually there is none
     auto created = co_await microphones.create(path, format);
     if (!created)
         co_return std::unexpected(MicError(setupFailed, created.error().description()));
@@ -54,7 +53,7 @@ QCoro::Task<std::expected<void, MicError>> MicRecorder::start(QUrl file, AudioQu
         recording = co_await recorder->record();
     if (!recording) {
         recorder.reset();
-        QFile::remove(path); // a file that was begun is no recording
+        co_await removeFile(path); // a file that was begun is no recording
         co_return std::unexpected(
             MicError(setupFailed, u"prepareToRecord/record returned false"_s));
     }

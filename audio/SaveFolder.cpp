@@ -16,7 +16,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 constexpr qint64 reserveBytes = 4 * 1024 * 1024;
-constexpr int mixBitRate = 128000;
+constexpr int mixBitRate = 136000;
 
 QString describe(const std::error_code &error)
 {

@@ -2,12 +2,33 @@
 
 #include "audio/PeakMeter.h"
 #include "audio/SystemTrack.h"
+#include "base/Tasks.h"
 #include "platform/CaptureService.h"
 
 #include <QFile>
 #include <QPointer>
 
 using namespace Qt::StringLiterals;
+
+namespace
+{
+// Shared, because a future's value is copied.
+using WriterResult = std::expected<std::shared_ptr<AudioFileWriter>, RecordingError>;
+
+WriterResult setupWriter(AudioFileWriterFactory &writers, const QString &path,
+                         const AudioEncoding &encoding)
+{
+    QFile::remove(path); // usually there is none
+    auto writer = writers.create(path);
+    if (!writer)
+        return std::unexpected(writer.error());
+    if ((*writer)->addInput(encoding) && (*writer)->startWriting())
+        return std::move(*writer);
+    writer->reset();
+    QFile::remove(path); // a file that was begun is no recording
+    return std::unexpected(SystemAudioError(SystemAudioError::Case::writerSetupFailed));
+}
+} // namespace
 
 SystemAudioRecorder::SystemAudioRecorder(CaptureService &service, AudioFileWriterFactory &writers,
                                          const Clock &clock)
@@ -36,6 +57,7 @@ QCoro::Task<std::expected<void, RecordingError>> SystemAudioRecorder::start(QUrl
     using enum SystemAudioError::Case;
     const QPointer self(this);
     const QString path = file.toLocalFile();
+    const auto meter = m_meter;
 
     const auto targets = co_await m_service.targets();
     if (!targets) {
@@ -48,19 +70,27 @@ QCoro::Task<std::expected<void, RecordingError>> SystemAudioRecorder::start(QUrl
         co_return std::unexpected(Error(QString())); // the application is closing
 
     auto stream = m_service.makeStream(targets->first(), CaptureFormat());
-    auto writer = setupWriter(path, encoding(quality));
+    const auto setUp = [&writers = m_writers, path, format = encoding(quality)] {
+        return setupWriter(writers, path, format);
+    };
+    const auto settingUp = inBackground(setUp);
+    const auto writer = co_await settingUp;
     if (!writer) {
         co_await stream->stop();
         co_return std::unexpected(writer.error());
     }
-    auto track = std::make_unique<SystemTrack>(self, m_meter, std::move(*writer));
+    auto track = std::make_unique<SystemTrack>(self, meter, *writer);
     auto started = stream->deliverTo(*track, u"com.parlovance.audio.system"_s);
     if (started)
         started = co_await stream->start();
     if (!started) {
         co_await stream->stop();
-        track->writer().cancel();
-        QFile::remove(path);
+        const auto abandon = [writer = *writer, path] {
+            writer->cancel();
+            QFile::remove(path);
+        };
+        const auto abandoned = inBackground(abandon);
+        co_await abandoned;
         co_return std::unexpected(started.error());
     }
     if (!self) {
@@ -92,20 +122,6 @@ QCoro::Task<std::optional<QUrl>> SystemAudioRecorder::stop()
 double SystemAudioRecorder::currentLevel()
 {
     return m_meter->currentLevel();
-}
-
-SystemAudioRecorder::WriterResult SystemAudioRecorder::setupWriter(const QString &path,
-                                                                   const AudioEncoding &encoding)
-{
-    QFile::remove(path); // usually there is none
-    auto writer = m_writers.create(path);
-    if (!writer)
-        return std::unexpected(writer.error());
-    if ((*writer)->addInput(encoding) && (*writer)->startWriting())
-        return std::move(*writer);
-    writer->reset();
-    QFile::remove(path); // a file that was begun is no recording
-    return std::unexpected(SystemAudioError(SystemAudioError::Case::writerSetupFailed));
 }
 
 void SystemAudioRecorder::reportStop(const QString &reason)

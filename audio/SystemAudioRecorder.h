@@ -53,9 +53,7 @@ public:
 
 private:
     friend class SystemTrack;
-    using WriterResult = std::expected<std::unique_ptr<AudioFileWriter>, RecordingError>;
 
-    WriterResult setupWriter(const QString &path, const AudioEncoding &encoding);
     void reportStop(const QString &reason);
 
     const Logger m_logger{"audio.system"};

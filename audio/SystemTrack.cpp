@@ -8,7 +8,7 @@
 using namespace Qt::StringLiterals;
 
 SystemTrack::SystemTrack(QPointer<SystemAudioRecorder> owner, std::shared_ptr<PeakMeter> meter,
-                         std::unique_ptr<AudioFileWriter> writer)
+                         std::shared_ptr<AudioFileWriter> writer)
     : m_owner(std::move(owner))
     , m_meter(std::move(meter))
     , m_writer(std::move(writer))

@@ -22,7 +22,7 @@ class SystemTrack : public CaptureListener
 public:
     /// Tells \p owner on the main thread, if it still lives then, when the capture ends by itself.
     SystemTrack(QPointer<SystemAudioRecorder> owner, std::shared_ptr<PeakMeter> meter,
-                std::unique_ptr<AudioFileWriter> writer);
+                std::shared_ptr<AudioFileWriter> writer);
 
     /// For finishing or cancelling the file, once the stream has stopped.
     AudioFileWriter &writer() { return *m_writer; }
@@ -36,7 +36,7 @@ private:
     const Logger m_logger{"audio.system"};
     const QPointer<SystemAudioRecorder> m_owner; // followed on the main thread only
     const std::shared_ptr<PeakMeter> m_meter;
-    const std::unique_ptr<AudioFileWriter> m_writer;
+    const std::shared_ptr<AudioFileWriter> m_writer;
     bool m_sessionStarted = false; // capture queue
     bool m_writerFailed = false;   // capture queue
     std::atomic<bool> m_reported = false;

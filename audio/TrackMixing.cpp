@@ -1,10 +1,9 @@
 #include "audio/TrackMixing.h"
 
+#include "audio/RemoveFile.h"
 #include "audio/SaveFolder.h"
 #include "base/Logger.h"
 #include "platform/AudioAssets.h"
-
-#include <QFile>
 
 #include <array>
 
@@ -23,7 +22,7 @@ QCoro::Task<Composed> compose(AudioAssets &assets, QString system, QString mic)
     for (const QString &path : paths) {
         const auto tracks = co_await assets.audioTrackCount(path);
         if (!tracks)
-            co_return Composed(std::unexpected(tracks.error()));
+            co_return std::unexpected(tracks.error());
         if (*tracks < 1)
             co_return Composed(std::nullopt);
     }
@@ -31,7 +30,7 @@ QCoro::Task<Composed> compose(AudioAssets &assets, QString system, QString mic)
     for (const QString &path : paths) {
         const auto duration = co_await assets.durationSeconds(path);
         if (!duration)
-            co_return Composed(std::unexpected(duration.error()));
+            co_return std::unexpected(duration.error());
         composition.insert(path, *duration);
     }
     co_return Composed(composition);
@@ -50,7 +49,7 @@ QCoro::Task<QUrl> mixTracks(AudioAssets &assets, QUrl systemURL, QUrl micURL,
     }
     if (!*composed) {
         logger.error(u"mix: missing audio tracks, falling back to system-only"_s);
-        QFile::remove(mic);
+        co_await removeFile(mic);
         co_return systemURL;
     }
 
@@ -61,15 +60,15 @@ QCoro::Task<QUrl> mixTracks(AudioAssets &assets, QUrl systemURL, QUrl micURL,
         logger.error(u"mix: AVAssetExportSession init failed"_s);
         co_return systemURL;
     }
-    QFile::remove(output); // usually there is none
+    co_await removeFile(output); // usually there is none
     const auto outcome = co_await session->run();
     if (!outcome.completed) {
         const QString reason = outcome.error ? outcome.error->description() : u"unknown"_s;
         logger.error(u"export failed: "_s + reason);
         co_return systemURL;
     }
-    QFile::remove(system);
-    QFile::remove(mic);
+    co_await removeFile(system);
+    co_await removeFile(mic);
     logger.info(u"mixed → "_s + outputURL.fileName());
     co_return outputURL;
 }

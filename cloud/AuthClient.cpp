@@ -1,15 +1,14 @@
 #include "cloud/AuthClient.h"
 
-#include "base/Tasks.h"
 #include "cloud/CallbackUrl.h"
+#include "cloud/PresentableText.h"
 #include "cloud/ServiceReplies.h"
 #include "cloud/ServiceRequests.h"
 #include "platform/Workspace.h"
 
+#include <QFutureWatcher>
 #include <QPointer>
 #include <QUuid>
-
-#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -22,29 +21,17 @@ const auto earlierEmailKey = u"user-email"_s;
 
 const auto none = u"?"_s;
 
-/// The address of an account, unless it could disguise what is around it when it is shown or
-/// logged: control characters, line separators, and marks that change the direction of writing.
-std::optional<QString> presentable(std::optional<QString> email)
+QString truth(bool holds)
 {
-    const auto disguises = [](char32_t character) {
-        switch (QChar::category(character)) {
-        case QChar::Other_Control:
-        case QChar::Other_Format:
-        case QChar::Separator_Line:
-        case QChar::Separator_Paragraph:
-            return true;
-        default: // every other category of Unicode is a character that one can see
-            return false;
-        }
-    };
-    if (email && std::ranges::any_of(email->toUcs4(), disguises))
-        return std::nullopt;
-    return email;
+    return holds ? u"true"_s : u"false"_s;
 }
 
-QFuture<std::expected<MeResponse, DecodingError>> decodedInBackground(QByteArray body)
+/// The address of an account, unless it could disguise what is around it.
+std::optional<QString> undisguised(std::optional<QString> email)
 {
-    return inBackground([body = std::move(body)] { return decodedMe(body); });
+    if (email && presentable(*email) != *email)
+        return std::nullopt;
+    return email;
 }
 } // namespace
 
@@ -80,6 +67,7 @@ std::optional<AuthSession> AuthClient::loadSession()
         if (auto session = decodedSession(*text))
             return session;
     }
+    adoptWhenItComes(m_keychain.lastAnswer());
     const auto earlierToken = m_keychain.get(earlierTokenKey);
     if (!earlierToken || !ServiceRequests::isUsableToken(*earlierToken))
         return std::nullopt;
@@ -90,14 +78,35 @@ std::optional<AuthSession> AuthClient::loadSession()
     return session;
 }
 
+/// The user may have needed longer to unlock the secret store than we waited for it.
+void AuthClient::adoptWhenItComes(const QFuture<std::optional<QString>> &text)
+{
+    auto *const watcher = new QFutureWatcher<std::optional<QString>>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        const auto answer = watcher->future();
+        const auto found = answer.resultCount() > 0 ? answer.result() : std::nullopt;
+        auto session = found ? decodedSession(*found) : std::nullopt;
+        if (!session || m_hasChangedSession)
+            return;
+        m_cachedSession = std::move(session);
+        m_sessionStatus = SessionStatus::cached;
+        Q_EMIT changed();
+        [[maybe_unused]] const auto ignored = validateSession();
+    });
+    watcher->setFuture(text);
+}
+
 void AuthClient::saveSession(const AuthSession &session)
 {
+    m_hasChangedSession = true;
     m_keychain.set(encoded(session), sessionKey);
     m_cachedSession = session;
 }
 
 void AuthClient::deleteSession()
 {
+    m_hasChangedSession = true;
     m_keychain.remove(sessionKey);
     m_cachedSession.reset();
 }
@@ -128,7 +137,7 @@ void AuthClient::handleCallback(const QString &url)
         return;
     }
     m_logger.error(u"callback verify fail: token=%1 state=%2 pending=%3"_s.arg(
-        callback.hasItem(u"token") ? u"1"_s : u"0"_s, callback.hasItem(u"state") ? u"1"_s : u"0"_s,
+        truth(callback.hasItem(u"token")), truth(callback.hasItem(u"state")),
         m_pendingState.value_or(u"nil"_s)));
     m_lastError = u"登录回调验证失败"_s;
     Q_EMIT changed();
@@ -137,7 +146,7 @@ void AuthClient::handleCallback(const QString &url)
 void AuthClient::completeLogin(const QString &token, std::optional<QString> email)
 {
     m_pendingState.reset();
-    email = presentable(std::move(email));
+    email = undisguised(std::move(email));
     if (email && email->isEmpty())
         email.reset();
     saveSession(AuthSession{.token = token, .email = email});
@@ -170,12 +179,12 @@ QCoro::Task<bool> AuthClient::validateSession()
     if (!judgeStatus(outcome->status(), sentToken))
         co_return false;
 
-    const auto me = co_await decodedInBackground(outcome->body());
+    const auto me = co_await readInBackground(&decodedMe, outcome->body());
     if (!self || token() != sentToken)
         co_return false;
     // Accepted is accepted, also with a body that says nothing.
     if (me)
-        adoptEmail(presentable(me->user.email));
+        adoptEmail(undisguised(me->user.email));
     m_sessionStatus = SessionStatus::verified;
     Q_EMIT changed();
     co_return true;

@@ -6,6 +6,7 @@
 #include "cloud/ServiceOrigin.h"
 
 #include <QCoroTask>
+#include <QFuture>
 #include <QObject>
 #include <QString>
 
@@ -32,7 +33,8 @@ class AuthClient : public QObject
     Q_OBJECT
 
 public:
-    /// Loads the session and, on the next turn of the event loop, starts to validate it. The
+    /// Loads the session and, on the next turn of the event loop, starts to validate it. One that
+    /// the secret store gives out later is taken then, unless the user has signed in or out. The
     /// references must outlive this object and its requests.
     AuthClient(ConfiguredOrigin origin, HttpSession &http, SecretStore &secrets,
                Workspace &workspace, QObject *parent = nullptr);
@@ -76,6 +78,7 @@ Q_SIGNALS:
 
 private:
     std::optional<AuthSession> loadSession();
+    void adoptWhenItComes(const QFuture<std::optional<QString>> &text);
     void saveSession(const AuthSession &session);
     void deleteSession();
     void completeLogin(const QString &token, std::optional<QString> email);
@@ -89,6 +92,7 @@ private:
     Logger m_logger{"auth"};
     SessionStatus m_sessionStatus = SessionStatus::loggedOut;
     std::optional<AuthSession> m_cachedSession;
+    bool m_hasChangedSession = false; // since it was loaded, or not found
     std::optional<QString> m_lastError;
     std::optional<QString> m_pendingState; // of the sign-in under way
 };

@@ -46,6 +46,20 @@ std::optional<QString> JsonMembers::optionalText(const QString &name)
     return value.toString();
 }
 
+QString JsonMembers::shortText(const QString &name)
+{
+    const QString value = text(name);
+    require(isShort(value), name, "at most 1 KiB long");
+    return value;
+}
+
+std::optional<QString> JsonMembers::optionalShortText(const QString &name)
+{
+    const auto value = optionalText(name);
+    require(!value || isShort(*value), name, "at most 1 KiB long");
+    return value;
+}
+
 QJsonObject JsonMembers::object(const QString &name)
 {
     const QJsonValue value = m_object.value(name);

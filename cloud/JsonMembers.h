@@ -46,6 +46,11 @@ public:
     /// None where the member is absent or null.
     std::optional<QString> optionalText(const QString &name);
 
+    /// The same for what is kept and shown: a longer text than isShort() allows is no such text.
+    QString shortText(const QString &name);
+    std::optional<QString> optionalShortText(const QString &name);
+    static bool isShort(const QString &text) { return text.toUtf8().size() <= 1024; }
+
     QJsonObject object(const QString &name);
     QJsonArray array(const QString &name);
 

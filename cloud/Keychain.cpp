@@ -26,6 +26,11 @@ std::optional<QString> Keychain::get(const QString &key) const
     return m_store.find(service, key);
 }
 
+QFuture<std::optional<QString>> Keychain::lastAnswer() const
+{
+    return m_store.lastAnswer();
+}
+
 void Keychain::remove(const QString &key)
 {
     m_store.remove(service, key);

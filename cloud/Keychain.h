@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFuture>
 #include <QString>
 
 #include <optional>
@@ -19,6 +20,9 @@ public:
     void set(const QString &value, const QString &key);
 
     std::optional<QString> get(const QString &key) const;
+
+    /// Of the last get(), which may have given up waiting for it. May finish without a result.
+    QFuture<std::optional<QString>> lastAnswer() const;
 
     void remove(const QString &key);
 

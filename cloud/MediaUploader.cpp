@@ -10,13 +10,6 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-/// A reply may be megabytes of JSON; the main thread does not wait for its parsing.
-template<class Result>
-QFuture<Result> readInBackground(Result (*read)(const HttpOutcome &), HttpOutcome outcome)
-{
-    return inBackground([read, outcome = std::move(outcome)] { return read(outcome); });
-}
-
 QFuture<HttpRequest> builtInBackground(ServiceOrigin origin, QStringList ids, QString token)
 {
     return inBackground(

@@ -28,7 +28,7 @@ std::expected<ReconciledMeeting, DecodingError> decodedMeeting(const QJsonValue 
         return std::unexpected(DecodingError(u"\"meetings\" holds something else than objects"_s));
     JsonMembers members(element.toObject());
     ReconciledMeeting meeting{
-        .id = members.text(u"id"_s),
+        .id = members.shortText(u"id"_s),
         .clientRecordingId = members.text(u"clientRecordingId"_s),
         .status = members.optionalText(u"status"_s),
     };
@@ -100,7 +100,7 @@ std::expected<MeResponse, DecodingError> decodedMe(const QByteArray &body)
     JsonMembers members(*object);
     JsonMembers user(members.object(u"user"_s));
     MeResponse response{
-        .user = {.id = user.optionalText(u"id"_s), .email = user.optionalText(u"email"_s)}};
+        .user = {.id = user.optionalText(u"id"_s), .email = user.optionalShortText(u"email"_s)}};
     if (user.error())
         return std::unexpected(*user.error());
     return whole(members, std::move(response));
@@ -129,7 +129,7 @@ std::optional<QString> decodedMeetingId(const QByteArray &body)
         return std::nullopt;
     const QJsonValue doc = object->value("doc"_L1);
     const QJsonValue id = (doc.isObject() ? doc.toObject() : *object).value("id"_L1);
-    if (id.isString() && id.toString().isValidUtf16())
+    if (id.isString() && id.toString().isValidUtf16() && JsonMembers::isShort(id.toString()))
         return id.toString();
     // What is no integer of 64 bits gives whichever default is asked for.
     if (!id.isDouble() || id.toInteger(0) != id.toInteger(1))

@@ -13,7 +13,8 @@
 
 /// What is sent to the service and what comes back. Values; any thread. Encoding gives compact
 /// JSON. Decoding ignores unknown members; a required member that is missing, null or of another
-/// kind, and an optional one of another kind, make the reply undecodable.
+/// kind, and an optional one of another kind, make the reply undecodable. So does an identifier of
+/// a meeting, or the address of an account, of more than 1 KiB: both are kept.
 
 struct SignUploadRequest {
     QString filename; ///< without folders

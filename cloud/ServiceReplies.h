@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Tasks.h"
 #include "cloud/ServiceFailure.h"
 #include "cloud/ServiceRecords.h"
 
@@ -7,8 +8,6 @@
 #include <QString>
 
 #include <expected>
-
-using HttpOutcome = std::expected<HttpReply, TransportError>;
 
 /// What the answer to each upload call means. Pure functions; any thread.
 ///
@@ -24,4 +23,16 @@ std::expected<QString, ServiceFailure> createMeeting(const HttpOutcome &outcome)
 
 /// The meetings in the order in which they came.
 std::expected<QList<ReconciledMeeting>, ServiceFailure> reconcile(const HttpOutcome &outcome);
+
+/// Why a call that awaits JSON got no reply: as the transport says, but one that is too long to be
+/// taken counts as one that cannot be read.
+ServiceFailure failureWithoutReply(const TransportError &error);
 } // namespace ServiceReplies
+
+/// What \p read makes of \p content. In the background: a reply may be megabytes of JSON, and the
+/// main thread does not wait for their parsing.
+template<class Result, class Content>
+QFuture<Result> readInBackground(Result (*read)(const Content &), Content content)
+{
+    return inBackground([read, content = std::move(content)] { return read(content); });
+}

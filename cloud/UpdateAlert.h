@@ -12,6 +12,6 @@ public:
 
     /// Completes when the user has answered: with the position of the button in \p buttons, or any
     /// other number where the window was closed. The first button is the default. All texts are
-    /// plain; \p title may be as long as a server likes.
+    /// plain.
     virtual QCoro::Task<int> present(QString title, QString text, QStringList buttons) = 0;
 };

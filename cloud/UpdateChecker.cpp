@@ -1,6 +1,6 @@
 #include "cloud/UpdateChecker.h"
 
-#include "base/Tasks.h"
+#include "cloud/PresentableText.h"
 #include "cloud/ServiceReplies.h"
 #include "cloud/ServiceRequests.h"
 #include "cloud/UpdateAlert.h"
@@ -17,6 +17,9 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+/// What is longer is no version. It would be shown, logged and compared on the main thread.
+constexpr qsizetype maxVersionLength = 100;
+
 std::optional<qint64> integer(QByteArrayView piece)
 {
     // from_chars takes a minus sign, but no plus sign.
@@ -36,11 +39,6 @@ std::vector<qint64> numbers(const QString &version)
             result.push_back(*number);
     }
     return result;
-}
-
-QFuture<std::expected<LatestReleaseResponse, DecodingError>> decodedInBackground(QByteArray body)
-{
-    return inBackground([body = std::move(body)] { return decodedLatestRelease(body); });
 }
 } // namespace
 
@@ -90,7 +88,7 @@ QCoro::Task<> UpdateChecker::check(bool presentAlert)
     co_await presentUpdateAlert(*release->version);
 }
 
-/// The release, or the sentence for the user.
+/// The release, without a version that cannot be one, or the sentence for the user.
 QCoro::Task<UpdateChecker::Release> UpdateChecker::fetchRelease(ConfiguredOrigin origin,
                                                                 HttpSession *http)
 {
@@ -99,12 +97,15 @@ QCoro::Task<UpdateChecker::Release> UpdateChecker::fetchRelease(ConfiguredOrigin
     const auto request = ServiceRequests::latestRelease(*origin);
     const HttpOutcome outcome = co_await http->send(request);
     if (!outcome)
-        co_return std::unexpected(outcome.error().description());
+        co_return std::unexpected(
+            ServiceReplies::failureWithoutReply(outcome.error()).description());
     if (!outcome->isSuccess())
         co_return std::unexpected(u"服务器的回复无效"_s);
-    auto release = co_await decodedInBackground(outcome->body());
+    auto release = co_await readInBackground(&decodedLatestRelease, outcome->body());
     if (!release)
         co_return std::unexpected(release.error().description());
+    if (release->version && release->version->size() > maxVersionLength)
+        release->version.reset();
     co_return std::move(*release);
 }
 
@@ -130,7 +131,7 @@ bool UpdateChecker::judge(const LatestReleaseResponse &release)
 QCoro::Task<> UpdateChecker::presentUpdateAlert(QString version)
 {
     const QPointer self(this);
-    const QString title = "Parlovance "_L1 + version + u" 可用"_s;
+    const QString title = "Parlovance "_L1 + presentable(version) + u" 可用"_s;
     const QString text = u"你当前使用的是 v"_s + currentVersion() +
                          u"。下载新版后，把图标拖到 Applications 替换即可。"_s;
     const QStringList buttons{u"前往下载"_s, u"稍后"_s};

@@ -55,7 +55,7 @@ public:
 
     const Status &status() const { return m_status; }
 
-    /// Of the last reply that could be read; none where that had none.
+    /// Of the last reply that could be read; none where that had none, or more than 100 characters.
     const std::optional<QString> &latestVersion() const { return m_latestVersion; }
 
     /// When the last reply was read.

@@ -7,13 +7,14 @@
 
 #include <QDir>
 
-AppState::AppState(const AudioPlatform &platform, PrefsStore &prefs,
+AppState::AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsStore &prefs,
                    std::chrono::milliseconds second, QObject *parent)
     : QObject(parent)
     , m_clock(platform.clock)
     , m_prefs(prefs)
     , m_recentsFile(platform.clock)
     , m_recorder(platform)
+    , m_uploader(std::move(uploader))
 {
     // Handed on as calls of their own: a source that reports must not be stopped from within.
     m_recorder.setOnSystemAudioError([this](const QString &message) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/AudioRecorder.h"
+#include "cloud/MediaUploader.h"
 #include "core/RecentSession.h"
 #include "core/RecentsFile.h"
 #include "core/RecordingState.h"
@@ -10,16 +11,20 @@
 #include <QDateTime>
 #include <QList>
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <QTimer>
+#include <QUuid>
 
 #include <chrono>
+#include <functional>
 #include <optional>
 
+class AuthClient;
 class PrefsStore;
 
-/// The state of the application that the views show and work on: the recording and the list of
-/// recent recordings.
+/// The state of the application that the views show and work on: the recording, the list of recent
+/// recordings, and their uploads.
 ///
 /// Owned by the application for the life of the process. Main thread. It stores and announces;
 /// readers read again after a signal, which comes when everything that belongs together is set.
@@ -30,7 +35,7 @@ class AppState : public QObject
 public:
     /// Loads the list from the save folder. The platform objects and \p prefs must outlive this
     /// one. \p second is what the counter of elapsed seconds takes for one.
-    AppState(const AudioPlatform &platform, PrefsStore &prefs,
+    AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsStore &prefs,
              std::chrono::milliseconds second = std::chrono::seconds(1), QObject *parent = nullptr);
     ~AppState() override;
 
@@ -72,6 +77,21 @@ public:
     /// object is destroyed meanwhile.
     QCoro::Task<> finishForQuit();
 
+    /// Whose session uploads are made with; null for nobody's. It may go before this object does.
+    /// Every call, whatever it sets, starts a reconcile.
+    void setAuth(AuthClient *auth);
+
+    /// Uploads a recording. Returns at once; the outcome is in the entry. Nothing happens where
+    /// there is no such entry, or it has no file or is uploaded already.
+    void startUpload(const QUuid &sessionID);
+
+    /// The same for an entry in whatever state. Any number of uploads may run at once, also of one
+    /// entry, where the last to end has the last word.
+    void retryUpload(const QUuid &sessionID);
+
+    /// Asks the service which recordings of the list it holds, and marks those. Silent.
+    QCoro::Task<> reconcileUploadedSessions();
+
 Q_SIGNALS:
     void stateChanged();
     void elapsedChanged();
@@ -91,12 +111,26 @@ private:
 
     RecordingSettings recordingSettings() const;
     void beginRecording();
-    void concludeRecording(const QUrl &file);
+    std::optional<RecentSession> concludeRecording(const QUrl &file);
     RecentSession makeEntry(const QUrl &file) const;
     void tick();
     void handleMicEvent(const MicrophoneEvent &event);
+    QCoro::Task<> stopWithoutRoom();
     QCoro::Task<> stopAndTell(QString message);
     bool isStartingOrRecording() const;
+
+    std::optional<RecentSession> session(const QUuid &sessionID) const;
+    std::optional<QString> token() const;
+    void uploadAfterStop(const RecentSession &entry);
+    void beginUpload(const RecentSession &entry, const QString &clientRecordingId);
+    QCoro::Task<> upload(QUuid sessionID, UploadRequest request);
+    void handleFailedUpload(const QUuid &sessionID, const ServiceFailure &failure,
+                            const QString &token);
+    QString ensureClientRecordingID(const QUuid &sessionID, const QUrl &fileURL);
+
+    /// Applies \p change to the entry, saves and announces. Without the entry nothing happens.
+    void updateSession(const QUuid &sessionID, const std::function<void(RecentSession &)> &change);
+    QCoro::Task<> saveReconciled();
 
     const Clock &m_clock;
     PrefsStore &m_prefs;
@@ -110,6 +144,8 @@ private:
     QList<RecentSession> m_recents;
     RecentsFile m_recentsFile;
     AudioRecorder m_recorder;
+    MediaUploader m_uploader;
+    QPointer<AuthClient> m_auth;
     QTimer m_timer;
     QDateTime m_recordingStartedAt;
     bool m_startInFlight = false; // also where a failed capture has made the state idle again

@@ -86,27 +86,34 @@ QCoro::Task<> AppState::stopRecording()
     if (!self)
         co_return; // the application is closing
     m_state = RecordingState::idle;
+    std::optional<RecentSession> kept;
     if (file)
-        concludeRecording(*file);
+        kept = concludeRecording(*file);
     Q_EMIT stateChanged();
     if (!file)
         co_return;
     Q_EMIT recentsChanged();
     Q_EMIT lastErrorChanged();
     Q_EMIT sessionChanged();
+    if (kept)
+        uploadAfterStop(*kept);
 }
 
-void AppState::concludeRecording(const QUrl &file)
+/// The entry that it became; none where the recording was too short.
+std::optional<RecentSession> AppState::concludeRecording(const QUrl &file)
 {
+    std::optional<RecentSession> kept;
     if (m_elapsed < shortestKeptSeconds) {
         QFile::remove(file.toLocalFile());
         m_lastError = u"录音不足 10 秒，已自动丢弃"_s;
     } else {
-        m_recents.prepend(makeEntry(file));
+        kept = makeEntry(file);
+        m_recents.prepend(*kept);
         saveRecents();
     }
     m_sessionTitle.clear();
     m_selectedTag.reset();
+    return kept;
 }
 
 RecentSession AppState::makeEntry(const QUrl &file) const
@@ -172,8 +179,16 @@ void AppState::tick()
     m_elapsed += 1.0;
     Q_EMIT elapsedChanged();
     const bool isCheckDue = static_cast<qint64>(m_elapsed) % ticksBetweenRoomChecks == 0;
-    if (isCheckDue && !m_recorder.hasRoomFor(roomToGoOn))
-        runDetached(stopAndTell(u"磁盘空间不足，已自动停止录音"_s));
+    if (isCheckDue)
+        runDetached(stopWithoutRoom());
+}
+
+QCoro::Task<> AppState::stopWithoutRoom()
+{
+    const QPointer self(this);
+    const bool hasRoom = co_await m_recorder.hasRoomFor(roomToGoOn);
+    if (self && !hasRoom && m_state == RecordingState::recording)
+        co_await stopAndTell(u"磁盘空间不足，已自动停止录音"_s);
 }
 
 bool AppState::isStartingOrRecording() const

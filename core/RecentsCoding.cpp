@@ -189,7 +189,9 @@ public:
         if (!value)
             return std::nullopt;
         QUrl url(*value);
-        require(url.isValid() && url.isLocalFile() && url.path().startsWith(u'/'));
+        // An escaped NUL would end the path early for the system, behind another file's name.
+        require(url.isValid() && url.isLocalFile() && url.path().startsWith(u'/') &&
+                !url.toLocalFile().contains(QChar::Null));
         return url;
     }
 

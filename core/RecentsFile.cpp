@@ -2,6 +2,7 @@
 
 #include "base/AtomicFile.h"
 #include "base/BoundedRead.h"
+#include "base/Tasks.h"
 #include "core/RecentsCoding.h"
 #include "core/RecordingFile.h"
 #include "core/SessionText.h"
@@ -53,6 +54,18 @@ RecentSession sessionFrom(const QFileInfo &file, const QDateTime &now)
         .fileURL = url,
         .clientRecordingId = clientRecordingId(url),
     };
+}
+
+/// The list on the disk, but not in its place yet. Makes the folder if need be. Fails for a list
+/// that load() would not take again: the older one in the file is worth more then.
+std::expected<std::shared_ptr<AtomicFile::Pending>, Error>
+written(const QString &path, const QList<RecentSession> &sessions)
+{
+    const QByteArray content = encodeRecents(sessions);
+    if (content.size() > maxBytes)
+        return std::unexpected(Error(u"录音列表过长，没有保存"_s));
+    QDir().mkpath(QFileInfo(path).path());
+    return AtomicFile::prepare(path, content);
 }
 } // namespace
 
@@ -106,12 +119,44 @@ QList<RecentSession> RecentsFile::migrateFromDirectory(const QString &folder) co
 std::expected<void, Error> RecentsFile::save(const QString &folder,
                                              const QList<RecentSession> &sessions)
 {
-    const QString path = filePath(folder);
-    QDir().mkpath(QFileInfo(path).path());
-    const auto old =
-        m_ownPaths.contains(path) ? AtomicFile::Old::replaced : AtomicFile::Old::keptAside;
-    const auto saved = AtomicFile::replace(path, encodeRecents(sessions), old);
+    Draft draft{.path = filePath(folder), .file = nullptr, .number = ++m_lastNumber};
+    const auto pending = written(draft.path, sessions);
+    if (!pending)
+        return std::unexpected(pending.error());
+    draft.file = *pending;
+    const auto saved = putInPlace(draft);
     if (saved)
-        m_ownPaths.insert(path);
+        AtomicFile::syncFolderOf(draft.path);
+    return saved;
+}
+
+QFuture<RecentsFile::Draft> RecentsFile::draft(const QString &folder,
+                                               const QList<RecentSession> &sessions)
+{
+    Draft draft{.path = filePath(folder), .file = nullptr, .number = ++m_lastNumber};
+    return inBackground([draft = std::move(draft), sessions]() mutable {
+        draft.file = written(draft.path, sessions).value_or(nullptr);
+        return draft;
+    });
+}
+
+void RecentsFile::adopt(const Draft &draft)
+{
+    // Silent like every save: the list in memory stays, and the next save tries again.
+    if (!draft.file || draft.number < m_numberInPlace || !putInPlace(draft))
+        return;
+    [[maybe_unused]] const auto ignored =
+        inBackground([path = draft.path] { AtomicFile::syncFolderOf(path); });
+}
+
+std::expected<void, Error> RecentsFile::putInPlace(const Draft &draft)
+{
+    const auto old =
+        m_ownPaths.contains(draft.path) ? AtomicFile::Old::replaced : AtomicFile::Old::keptAside;
+    const auto saved = draft.file->putInPlace(old);
+    if (saved) {
+        m_ownPaths.insert(draft.path);
+        m_numberInPlace = draft.number;
+    }
     return saved;
 }

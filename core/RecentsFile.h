@@ -3,13 +3,20 @@
 #include "base/Error.h"
 #include "core/RecentSession.h"
 
+#include <QFuture>
 #include <QList>
 #include <QSet>
 #include <QString>
 
 #include <expected>
+#include <memory>
 
 class Clock;
+
+namespace AtomicFile
+{
+class Pending;
+}
 
 /// The recents list on disk: the hidden file ".sessions.json" in the folder of the recordings.
 /// Owned by AppState, which holds the list itself. Main thread; returns when the disk is done.
@@ -31,9 +38,26 @@ public:
     /// another name.
     std::expected<void, Error> save(const QString &folder, const QList<RecentSession> &sessions);
 
+    /// A list on its way to the disk.
+    struct Draft {
+        QString path;
+        std::shared_ptr<AtomicFile::Pending> file; ///< none: it could not be written
+        quint64 number = 0;                        ///< later lists have higher ones
+    };
+
+    /// The slow part of save() in the background: this thread waits neither for the encoding of a
+    /// long list nor for the disk. adopt() then makes it the file.
+    QFuture<Draft> draft(const QString &folder, const QList<RecentSession> &sessions);
+
+    /// Does nothing where a later list is in the file already.
+    void adopt(const Draft &draft);
+
 private:
+    std::expected<void, Error> putInPlace(const Draft &draft);
     void bringUpToDate(QList<RecentSession> &sessions) const;
 
     const Clock &m_clock;
     QSet<QString> m_ownPaths; ///< what stands there is contained in the list in memory
+    quint64 m_lastNumber = 0;
+    quint64 m_numberInPlace = 0;
 };

@@ -19,8 +19,9 @@ struct AudioEncoding {
 
 /// Writes one track into one file, which plays at any moment up to the last second or so.
 ///
-/// Made on the main thread; startSession() and append() may then be called on one other thread,
-/// until that thread has stopped. The sound is encoded and written by the caller's thread.
+/// Used by one thread at a time: by a background one until it is written to, because the disk may
+/// keep it waiting, then by the one that calls startSession() and append(). The sound is encoded
+/// and written by the caller's thread.
 class AudioFileWriter
 {
 public:
@@ -58,6 +59,6 @@ class AudioFileWriterFactory
 public:
     virtual ~AudioFileWriterFactory() = default;
 
-    /// A writer for the file at \p path (absolute). Touches nothing on disk yet.
+    /// A writer for the file at \p path (absolute). Changes nothing on disk yet. Any thread.
     virtual std::expected<std::unique_ptr<AudioFileWriter>, Error> create(const QString &path) = 0;
 };

@@ -99,6 +99,9 @@ private:
     QString m_technicalText;
 };
 
+/// What became of a request.
+using HttpOutcome = std::expected<HttpReply, TransportError>;
+
 /// The one HTTP session of the process. Any number of requests at once; main thread.
 ///
 /// No cookies, no cache, no redirects, no resending. Only https addresses, and http to loopback
@@ -108,6 +111,6 @@ class HttpSession
 public:
     virtual ~HttpSession() = default;
 
-    /// A reply's body is bounded (8 MiB).
-    virtual QCoro::Task<std::expected<HttpReply, TransportError>> send(HttpRequest request) = 0;
+    /// A reply's body is bounded (8 MiB). That of a success in answer to a file is not kept.
+    virtual QCoro::Task<HttpOutcome> send(HttpRequest request) = 0;
 };

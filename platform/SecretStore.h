@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFuture>
 #include <QString>
 
 #include <optional>
@@ -16,6 +17,10 @@ public:
 
     /// None when there is no such item, when it cannot be had, or when it is not valid UTF-8.
     virtual std::optional<QString> find(const QString &service, const QString &account) = 0;
+
+    /// The answer to the last find(), also where that gave up waiting for it, for instance because
+    /// the user is being asked to unlock the store. May finish without a result.
+    virtual QFuture<std::optional<QString>> lastAnswer() const { return {}; }
 
     virtual void remove(const QString &service, const QString &account) = 0;
 };

@@ -1,7 +1,5 @@
 #include "settings/AudioQuality.h"
 
-#include <utility>
-
 using namespace Qt::StringLiterals;
 
 QString rawValue(AudioQuality quality)
@@ -14,5 +12,5 @@ QString rawValue(AudioQuality quality)
     case AudioQuality::lossless:
         return u"lossless"_s;
     }
-    std::unreachable();
+    Q_UNREACHABLE();
 }

@@ -1,7 +1,5 @@
 #include "settings/UploadStrategy.h"
 
-#include <utility>
-
 using namespace Qt::StringLiterals;
 
 QString rawValue(UploadStrategy strategy)
@@ -14,5 +12,5 @@ QString rawValue(UploadStrategy strategy)
     case UploadStrategy::wifiOnly:
         return u"wifiOnly"_s;
     }
-    std::unreachable();
+    Q_UNREACHABLE();
 }

@@ -51,7 +51,7 @@ private Q_SLOTS:
     void mixOutcomes_data();
     void mixOutcomes();
     void exportGetsBothTracksWhole();
-    void stopDuringStartReturnsAtOnce();
+    void startAndStopDoNotOverlap();
     void levels();
 };
 
@@ -104,15 +104,15 @@ void AudioRecorderTest::roomBeforeAndWhileRecording_data()
     QTest::addColumn<bool>("hasAnHour");
 
     using Bytes = std::optional<qint64>;
-    // In high quality: 128 kbit/s, with the microphone 64 and with it the mix 128 more, that is
-    // 16 or 40 kB a second; and 4 MiB to spare.
+    // In high quality: 128 kbit/s, with the microphone 64 and with it the mix 136 more, that is
+    // 16 or 41 kB a second; and 4 MiB to spare.
     constexpr qint64 spare = 4 * 1024 * 1024;
     QTest::newRow("unknown") << true << Bytes() << true << true;
-    QTest::newRow("two minutes") << true << Bytes(120 * 40000 + spare) << true << false;
-    QTest::newRow("less") << true << Bytes(120 * 40000 + spare - 1) << false << false;
+    QTest::newRow("two minutes") << true << Bytes(120 * 41000 + spare) << true << false;
+    QTest::newRow("less") << true << Bytes(120 * 41000 + spare - 1) << false << false;
     QTest::newRow("one source") << false << Bytes(120 * 16000 + spare) << true << false;
     QTest::newRow("less for one") << false << Bytes(120 * 16000 + spare - 1) << false << false;
-    QTest::newRow("an hour") << true << Bytes(3600 * 40000 + spare) << true << true;
+    QTest::newRow("an hour") << true << Bytes(3600 * 41000 + spare) << true << true;
     QTest::newRow("full") << false << Bytes(0) << false << false;
 }
 
@@ -128,7 +128,7 @@ void AudioRecorderTest::roomBeforeAndWhileRecording()
              starts ? QString() : u"录音保存位置不可用：磁盘空间不足"_s);
     QCOMPARE(rig.script.calls.isEmpty(), !starts);
     if (starts)
-        QTEST(recorder.hasRoomFor(1h), "hasAnHour");
+        QTEST(QCoro::waitFor(recorder.hasRoomFor(1h)), "hasAnHour");
 }
 
 void AudioRecorderTest::listedNamesAreNotTaken_data()
@@ -348,12 +348,13 @@ void AudioRecorderTest::exportGetsBothTracksWhole()
              u"error audio: finishing "_s + systemName + u" failed: assets trouble"_s);
 }
 
-void AudioRecorderTest::stopDuringStartReturnsAtOnce()
+void AudioRecorderTest::startAndStopDoNotOverlap()
 {
     AudioRig rig;
     AudioRecorder recorder(rig.platform());
     rig.script.holdAt(u"capture start"_s);
     auto starting = recorder.start(true, true, settings(rig));
+    QTRY_VERIFY(rig.script.isWaitingAt(u"capture start"_s));
     rig.script.calls.clear();
     auto stopping = recorder.stop();
     QVERIFY(stopping.isReady());
@@ -364,7 +365,15 @@ void AudioRecorderTest::stopDuringStartReturnsAtOnce()
     rig.script.releaseAt(u"capture start"_s);
     QVERIFY(QCoro::waitFor(starting));
     QVERIFY(recorder.isActive());
-    QCOMPARE(nameOf(QCoro::waitFor(recorder.stop())), mixName);
+
+    // Nor does a start come between the stops of the two sources.
+    rig.script.holdAt(u"capture stop"_s);
+    auto ending = recorder.stop();
+    QCOMPARE(failureOf(recorder.start(true, true, settings(rig))), u"已在录音中"_s);
+    QCOMPARE(QCoro::waitFor(recorder.stop()), std::nullopt);
+    rig.script.releaseAt(u"capture stop"_s);
+    QCOMPARE(nameOf(QCoro::waitFor(ending)), mixName);
+    QCOMPARE(failureOf(recorder.start(true, true, settings(rig))), QString());
 }
 
 void AudioRecorderTest::levels()

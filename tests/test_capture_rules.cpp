@@ -1,6 +1,8 @@
 #include "platform/linux/pipewire/AudioGraph.h"
 #include "platform/linux/pipewire/FeedHistory.h"
+#include "platform/linux/pipewire/MicrophoneFile.h"
 #include "platform/linux/pipewire/PowerMeter.h"
+#include "tests/support/FakeAudioFileWriter.h"
 
 #include <QTest>
 
@@ -54,6 +56,9 @@ private Q_SLOTS:
     void remembersWhatWasNoMicrophone();
     void measuresPower();
     void skipsWhatIsNotANumber();
+    void microphoneBeginsWithTheSystemTrack_data();
+    void microphoneBeginsWithTheSystemTrack();
+    void stalledMicrophoneComesBack();
 };
 
 void TestCaptureRules::namesOutputsDefaultFirst()
@@ -140,6 +145,52 @@ void TestCaptureRules::skipsWhatIsNotANumber()
         meter.add({{}, 1, 48000, 5s}, 5s);
         QCOMPARE(meter.decibels(5s), before);
     }
+}
+
+void TestCaptureRules::microphoneBeginsWithTheSystemTrack_data()
+{
+    QTest::addColumn<MediaTime>("origin");
+    QTest::addColumn<MediaTime>("timeZero");
+    QTest::addRow("alone") << MediaTime(0) << MediaTime(1000s);
+    QTest::addRow("at once") << MediaTime(999s) << MediaTime(999s);
+    QTest::addRow("access granted minutes later") << MediaTime(700s) << MediaTime(700s);
+    QTest::addRow("before it") << MediaTime(1001s) << MediaTime(1000s);
+}
+
+void TestCaptureRules::microphoneBeginsWithTheSystemTrack()
+{
+    QFETCH(const MediaTime, origin);
+    Script script;
+    FakeAudioFileWriterFactory writers(script);
+    TrackOrigin systemTrack;
+    systemTrack.set(origin);
+    MicrophoneFile file(*writers.create(u"/nowhere"_s), systemTrack, {});
+    const std::vector<float> sound(480);
+    file.didCapture({sound, 1, 48000, 1000s});
+    QCOMPARE(writers.appended, QList<MediaTime>{1000s});
+    QTEST(*writers.sessionStart, "timeZero");
+}
+
+void TestCaptureRules::stalledMicrophoneComesBack()
+{
+    Script script;
+    FakeAudioFileWriterFactory writers(script);
+    TrackOrigin alone;
+    QStringList told;
+    MicrophoneFile file(*writers.create(u"/nowhere"_s), alone,
+                        [&](const MicrophoneEvent &event) { told.append(event.text); });
+    const std::vector<float> sound(480);
+    file.didCapture({sound, 1, 48000, 1s});
+    file.didStop(Error(u"stalled"_s));
+    file.microphoneChanged(false);
+    file.didCapture({sound, 1, 48000, 9s});
+    QCOMPARE(writers.appended, (QList<MediaTime>{1s, 9s}));
+    // A file that fails then is not told as a second end.
+    writers.isReady = false;
+    writers.failure = Error(u"full"_s);
+    file.didCapture({sound, 1, 48000, 10s});
+    QCOMPARE(writers.appended.size(), 2);
+    QCOMPARE(told, QStringList{u"stalled"_s});
 }
 
 QTEST_GUILESS_MAIN(TestCaptureRules)

@@ -2,6 +2,7 @@
 #include "tests/support/PrivateBus.h"
 
 #include <QDBusConnection>
+#include <QDBusContext>
 #include <QDBusObjectPath>
 #include <QFile>
 #include <QTemporaryDir>
@@ -14,7 +15,7 @@ namespace
 {
 
 /// The portal and the file manager of a desktop, on a connection of their own.
-class FakeDesktop : public QObject
+class FakeDesktop : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.OpenURI")
@@ -34,6 +35,8 @@ public Q_SLOTS:
     QDBusObjectPath OpenURI(const QString &, const QString &address, const QVariantMap &)
     {
         opened.append(address);
+        if (address.endsWith(u"/silent"))
+            sendErrorReply(QDBusError::NoReply);
         return QDBusObjectPath(u"/request"_s);
     }
 
@@ -97,6 +100,8 @@ private Q_SLOTS:
         qputenv("PATH", m_folder.path().toUtf8() + ':' + qgetenv("PATH"));
     }
 
+    void init() { QFile::remove(m_folder.filePath(u"log"_s)); }
+
     void onlyWebAddressesAreOpened()
     {
         FakeDesktop desktop;
@@ -111,6 +116,15 @@ private Q_SLOTS:
                                   u"http://127.0.0.1:8080/%E5%91%A8"_s};
         QTRY_COMPARE(desktop.opened, allowed);
         QCOMPARE(openedByCommand(), QString());
+    }
+
+    void silentPortalMayStillOpen()
+    {
+        const FakeDesktop desktop;
+        m_workspace.openAddress(u"https://example.com/silent"_s);
+        QTRY_COMPARE(desktop.opened.size(), 1);
+        m_workspace.revealFile(u"/tmp/a b/c.m4a"_s); // nobody takes this one
+        QTRY_COMPARE(openedByCommand(), u"/tmp/a b\n"_s);
     }
 
     void filesAreShown()

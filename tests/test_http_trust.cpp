@@ -14,7 +14,6 @@
 
 using namespace Qt::StringLiterals;
 using Kind = TransportError::Kind;
-using Outcome = std::expected<HttpReply, TransportError>;
 
 namespace
 {
@@ -31,6 +30,18 @@ public:
             ++m_requests;
             response.set_content("ok", "text/plain");
         });
+        m_server.Put("/stored", [this](const auto &request, auto &response) {
+            ++m_requests;
+            m_bytesStored = static_cast<int>(request.body.size());
+            response.set_content("thanks", "text/plain");
+        });
+        m_server.Put("/refused", [this](const auto &, auto &response, const auto &reader) {
+            ++m_requests;
+            // The rest is not taken.
+            reader([](const char *, size_t) { return false; });
+            response.status = 403;
+            response.set_content("no", "text/plain");
+        });
         m_thread = std::thread([this] { m_server.listen_after_bind(); });
         while (!m_server.is_running())
             std::this_thread::yield();
@@ -45,25 +56,31 @@ public:
 
     QString address(const QString &host) const { return u"https://%1:%2/"_s.arg(host).arg(m_port); }
     int requests() const { return m_requests; }
+    int bytesStored() const { return m_bytesStored; }
 
 private:
     httplib::SSLServer m_server;
     int m_port;
     std::atomic_int m_requests = 0;
+    std::atomic_int m_bytesStored = 0;
     std::thread m_thread;
 };
 
-Outcome fetch(const QString &address, const QString &trustedAuthority)
+HttpOutcome sent(HttpRequest request, const QString &trustedAuthority)
 {
     HttpSettings settings;
     settings.trustedAuthority = trustedAuthority;
     CurlHttpSession session(settings);
-    HttpRequest request("GET", address);
     request.addHeader("Authorization", "JWT secret");
-    const Awaited<Outcome> awaited(session.send(request));
+    const Awaited<HttpOutcome> awaited(session.send(request));
     if (!awaited.wait())
         qFatal("neither a reply nor an error");
     return awaited.value();
+}
+
+HttpOutcome fetch(const QString &address, const QString &trustedAuthority)
+{
+    return sent(HttpRequest("GET", address), trustedAuthority);
 }
 
 } // namespace
@@ -134,7 +151,7 @@ private Q_SLOTS:
         QFETCH(bool, knowsAuthority);
         QFETCH(bool, isTaken);
         const TrustedServer server(m_folder.filePath(name));
-        const Outcome outcome =
+        const HttpOutcome outcome =
             fetch(server.address(host),
                   knowsAuthority ? m_folder.filePath(u"authority.pem"_s) : QString());
         QCOMPARE(outcome.has_value(), isTaken);
@@ -144,6 +161,33 @@ private Q_SLOTS:
                      qPrintable(outcome.error().description()));
     }
 
+    void uploads_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("body");
+        QTest::newRow("stored") << u"stored"_s << 200 << QByteArray(); // a success says nothing
+        QTest::newRow("refused before its end") << u"refused"_s << 403 << QByteArray("no");
+    }
+
+    void uploads()
+    {
+        QFETCH(const QString, path);
+        const TrustedServer server(m_folder.filePath(u"good"_s));
+        QFile file(m_folder.filePath(u"recording.m4a"_s));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(20'000'000));
+        HttpRequest request("PUT", server.address(u"localhost"_s) + path);
+        request.setBodyFile(file.fileName());
+
+        const HttpOutcome outcome = sent(request, m_folder.filePath(u"authority.pem"_s));
+
+        QVERIFY2(outcome, qPrintable(outcome ? QString() : outcome.error().description()));
+        QTEST(outcome->status(), "status");
+        QTEST(outcome->body(), "body");
+        QCOMPARE(server.requests(), 1);
+        QCOMPARE(server.bytesStored(), outcome->isSuccess() ? 20'000'000 : 0);
+    }
+
     void serverWithoutTls()
     {
         std::atomic_bool sawSecret = false;
@@ -151,7 +195,7 @@ private Q_SLOTS:
             sawSecret = socket.read(4096).contains("secret");
             socket.send("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
         });
-        const Outcome outcome = fetch(u"https://127.0.0.1:%1/"_s.arg(server.port()), {});
+        const HttpOutcome outcome = fetch(u"https://127.0.0.1:%1/"_s.arg(server.port()), {});
         QVERIFY(!outcome);
         QVERIFY(outcome.error().kind() == Kind::noConnection);
         QVERIFY(!sawSecret);

@@ -2,7 +2,11 @@
 #include "settings/PrefsStore.h"
 #include "tests/support/AudioRig.h"
 #include "tests/support/FakeDefaults.h"
+#include "tests/support/FakeHttpSession.h"
 #include "tests/support/FakeLoginItem.h"
+#include "tests/support/FakeSecretStore.h"
+#include "tests/support/FakeWorkspace.h"
+#include "ui/AlertBox.h"
 
 #include <QApplication>
 #include <QTest>
@@ -11,6 +15,31 @@
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
+
+namespace
+{
+/// Tells when the application is asked to leave for the second time.
+class QuitCounter : public QObject
+{
+public:
+    explicit QuitCounter(std::function<void()> second)
+        : m_second(std::move(second))
+    {
+        qApp->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *, QEvent *event) override
+    {
+        if (event->type() == QEvent::Quit && ++m_count == 2)
+            m_second();
+        return false;
+    }
+
+private:
+    std::function<void()> m_second;
+    int m_count = 0;
+};
+} // namespace
 
 /// Every way of leaving the application while it records keeps the recording.
 class TestLeaving : public QObject
@@ -35,7 +64,19 @@ private Q_SLOTS:
         FakeLoginItem loginItem;
         PrefsStore prefs(defaults, loginItem, rig.home.path());
         prefs.setSaveLocation(rig.home.path());
-        AppDelegate delegate(rig.platform(), prefs, 1ms);
+        FakeHttpSession http(rig.script);
+        FakeSecretStore secrets;
+        FakeWorkspace workspace;
+        AlertBox alert;
+        AppDelegate delegate({.audio = rig.platform(),
+                              .prefs = prefs,
+                              .bundle = BundleInformation(),
+                              .serviceOrigin = ServiceOrigin::parse(u"https://s.example"_s),
+                              .http = http,
+                              .secrets = secrets,
+                              .workspace = workspace,
+                              .alert = alert},
+                             1ms);
         AppState &appState = delegate.appState();
 
         appState.toggleRecording();
@@ -43,11 +84,11 @@ private Q_SLOTS:
         rig.script.holdAt(u"mic stop"_s);
         QTimer::singleShot(0, this, [&] { leave(signalNumber); });
         // Asked twice, as by an impatient user; the microphone is still being closed then.
+        const QuitCounter quits([&] { rig.script.releaseAt(u"mic stop"_s); });
         connect(&appState, &AppState::stateChanged, this, [&] {
             if (appState.state() != RecordingState::stopping)
                 return;
             QTimer::singleShot(0, this, [&] { leave(signalNumber); });
-            QTimer::singleShot(50ms, this, [&] { rig.script.releaseAt(u"mic stop"_s); });
         });
         QCOMPARE(QCoreApplication::exec(), 0);
 

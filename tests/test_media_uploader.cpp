@@ -69,36 +69,24 @@ class MediaUploaderTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void newRecordingIsStoredAndCreated();
+    void newRecordingIsStored();
     void knownRecordingIsNotSentAgain();
     void recordingWithoutIdentifierIsUploaded();
-    void failureEndsTheChain_data();
-    void failureEndsTheChain();
     void unusableAddressGetsNothing_data();
     void unusableAddressGetsNothing();
     void fileElsewhereIsNotSentAsAnEmptyOne();
     void reconcileAsksForEachOnce();
     void wrongOriginSendsNothing();
-    void twoAtOnceAndTheUploaderGone();
     void tokenStaysInItsHeader();
 };
 
-void MediaUploaderTest::newRecordingIsStoredAndCreated()
+void MediaUploaderTest::newRecordingIsStored()
 {
     Service service;
 
     QCOMPARE(service.uploaded(recording()), u"7 https://o.example/public"_s);
 
-    QCOMPARE(service.script.calls, wholeChain);
-    QCOMPARE(service.sent(0)[u"clientRecordingIds"_s],
-             QJsonValue(QJsonArray{u"mac-file-rec 1#%"_s}));
     QCOMPARE(service.sent(1)[u"filename"_s], u"rec 1#%.m4a"_s);
-    QCOMPARE(service.http.requests.at(2).address(),
-             u"https://o.example/bucket/key?sig=credential"_s);
-    QCOMPARE(service.http.requests.at(2).bodyFile(), u"/r/rec 1#%.m4a"_s);
-    QCOMPARE(service.sent(3)[u"audioUrl"_s], u"https://o.example/public"_s);
-    QCOMPARE(service.sent(3)[u"clientRecordingId"_s], u"mac-file-rec 1#%"_s);
-    QCOMPARE(service.sent(3)[u"startedAt"_s], u"2025-03-14T09:26:53.589Z"_s);
     const QStringList lines{u"info upload: got signed url, key=bucket/key"_s,
                             u"info upload: OSS PUT ok"_s, u"info upload: meeting created id=7"_s};
     QCOMPARE(service.log.take(), lines);
@@ -127,52 +115,6 @@ void MediaUploaderTest::recordingWithoutIdentifierIsUploaded()
 
     QCOMPARE(service.script.calls, wholeChain.sliced(1));
     QCOMPARE(service.sent(2)[u"clientRecordingId"_s], QJsonValue(u""_s));
-}
-
-void MediaUploaderTest::failureEndsTheChain_data()
-{
-    QTest::addColumn<int>("steps");
-    QTest::addColumn<int>("status"); // 0: the transport fails
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<bool>("isUnauthorized");
-
-    const auto expired = u"登录已过期，请重新登录"_s;
-    const auto noConnection = TransportError(TransportError::Kind::noConnection, u"technical"_s);
-    for (int steps = 1; steps <= 4; ++steps) {
-        QTest::addRow("no connection at step %d", steps)
-            << steps << 0 << QByteArray() << noConnection.description() << false;
-    }
-    for (const int steps : {1, 2, 4})
-        QTest::addRow("401 at step %d", steps) << steps << 401 << QByteArray() << expired << true;
-    QTest::newRow("reconcile fails")
-        << 1 << 500 << QByteArray("a") << u"创建会议记录失败 (HTTP 500)：a"_s << false;
-    QTest::newRow("sign fails") << 2 << 403 << QByteArray("b")
-                                << u"获取签名 URL 失败 (HTTP 403)：b"_s << false;
-    QTest::newRow("401 of the store")
-        << 3 << 401 << QByteArray("c") << u"上传到 OSS 失败 (HTTP 401)：c"_s << false;
-    QTest::newRow("create without identifier")
-        << 4 << 200 << QByteArray("{}") << u"服务器返回异常"_s << false;
-}
-
-void MediaUploaderTest::failureEndsTheChain()
-{
-    QFETCH(const int, steps);
-    QFETCH(const int, status);
-    QFETCH(const QByteArray, body);
-    Service service;
-    const QString last = wholeChain.at(steps - 1);
-    if (status == 0)
-        service.script.failAt(last);
-    else
-        service.http.answer(last, status, body);
-
-    const auto result = QCoro::waitFor(service.uploader.upload(recording(), token));
-
-    QVERIFY(!result);
-    QTEST(result.error().description(), "message");
-    QTEST(result.error().isUnauthorized(), "isUnauthorized");
-    QCOMPARE(service.script.calls, wholeChain.first(steps));
 }
 
 void MediaUploaderTest::unusableAddressGetsNothing_data()
@@ -231,27 +173,6 @@ void MediaUploaderTest::wrongOriginSendsNothing()
     QVERIFY(service.uploaded(recording()).startsWith(u"服务地址配置有误："));
 
     QVERIFY(service.http.requests.isEmpty());
-}
-
-void MediaUploaderTest::twoAtOnceAndTheUploaderGone()
-{
-    Service service;
-    service.script.holdAt(reconcileStep);
-    QStringList identifiers;
-    const auto run = [](QCoro::Task<std::expected<UploadedMeeting, ServiceFailure>> task,
-                        QStringList *done) -> QCoro::Task<> {
-        const auto result = co_await task;
-        done->append(result ? result->id : result.error().description());
-    };
-    auto uploader = std::make_unique<MediaUploader>(service.uploader);
-    const auto first = run(uploader->upload(recording(), token), &identifiers);
-    const auto second = run(uploader->upload(recording(), token), &identifiers);
-    QTRY_COMPARE(service.http.requests.size(), 2);
-
-    uploader.reset();
-    service.script.releaseAt(reconcileStep);
-
-    QTRY_COMPARE(identifiers, QStringList({u"7"_s, u"7"_s}));
 }
 
 void MediaUploaderTest::tokenStaysInItsHeader()

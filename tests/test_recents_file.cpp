@@ -211,6 +211,7 @@ private Q_SLOTS:
             -1);
         row("address of a web page", list(withMember("fileURL", "\"https://a/b.m4a\"")), -1);
         row("path without a scheme", list(withMember("fileURL", "\"/a/b.m4a\"")), -1);
+        row("address with NUL", list(withMember("fileURL", "\"file:///b%00.m4a\"")), -1);
         row("relative address", list(withMember("fileURL", "\"file:b.m4a\"")), -1);
         row("one bad of two", "[" + entry + "," + withoutMember("title") + "]", -1);
         row("object at the top", entry, -1);
@@ -394,6 +395,17 @@ private Q_SLOTS:
         QVERIFY(QFile::remove(story.folder + u"/way"_s));
         QVERIFY(file.save(folder, {minimalSession()}));
         QCOMPARE(titles(RecentsFile(story.clock).load(folder)), QStringList{u"t"_s});
+    }
+
+    void aListThatWouldNotBeReadAgainIsNotSaved()
+    {
+        const Story story;
+        RecentsFile file(story.clock);
+        QVERIFY(file.save(story.folder, {minimalSession()}));
+        RecentSession endless = minimalSession();
+        endless.remoteID = QString(64 << 20, u'a');
+        QVERIFY(!file.save(story.folder, {endless}));
+        QCOMPARE(titles(story.load()), QStringList{u"t"_s});
     }
 
     void leftoversOfAKillAreRemoved()

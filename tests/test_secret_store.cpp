@@ -214,6 +214,8 @@ private Q_SLOTS:
         daemon.signal(SIGSTOP);
         const qint64 first = millisecondsOf([&] { QVERIFY(!store->find(service, key)); });
         QVERIFY2(first >= 500 && first < 1500, qPrintable(QString::number(first)));
+        const auto late = store->lastAnswer();
+        QVERIFY(!late.isFinished());
         QVERIFY(millisecondsOf([&] {
                     store->add(service, key, u"later"_s);
                     QVERIFY(!store->find(service, key));
@@ -221,6 +223,8 @@ private Q_SLOTS:
                 }) < 100);
         // When it moves again, everything has its effect in its order.
         daemon.signal(SIGCONT);
+        QTRY_VERIFY(late.isFinished());
+        QVERIFY(late.resultCount() == 1 && late.result() == u"kept"_s);
         QTRY_COMPARE(store->find(service, key), u"later"_s);
         daemon.signal(SIGSTOP);
         QVERIFY(!store->find(service, key));

@@ -56,7 +56,7 @@ void SignInTest::callback_data()
     const auto untouched = u"loggedOut - - -"_s;
     const auto failed = u"loggedOut - - 登录回调验证失败"_s;
     const auto mismatch = u"error auth: scheme/host mismatch"_s;
-    const auto bothThere = u"error auth: callback verify fail: token=1 state=1 pending=%1"_s;
+    const auto bothThere = u"error auth: callback verify fail: token=true state=true pending=%1"_s;
     const auto noAddress = u"info auth: logged in as unknown"_s;
     const auto row = [](const char *name, const QString &address, const QString &state,
                         const QString &line) { QTest::newRow(name) << address << state << line; };
@@ -67,11 +67,11 @@ void SignInTest::callback_data()
     row("no address at all", u"?"_s, untouched, mismatch);
     row("state in lower case", u"parlovance://auth?token=t&state=%2"_s, failed, bothThere);
     row("no token", u"parlovance://auth?state=%1"_s, failed,
-        u"error auth: callback verify fail: token=0 state=1 pending=%1"_s);
+        u"error auth: callback verify fail: token=false state=true pending=%1"_s);
     row("no state", u"parlovance://auth?token=t"_s, failed,
-        u"error auth: callback verify fail: token=1 state=0 pending=%1"_s);
+        u"error auth: callback verify fail: token=true state=false pending=%1"_s);
     row("no query", u"parlovance://auth"_s, failed,
-        u"error auth: callback verify fail: token=0 state=0 pending=%1"_s);
+        u"error auth: callback verify fail: token=false state=false pending=%1"_s);
     row("token without value", u"parlovance://auth?token&state=%1"_s, failed, bothThere);
     row("token with a line break", u"parlovance://auth?token=t%0d%0aA:b&state=%1"_s, failed,
         bothThere);
@@ -136,7 +136,7 @@ void SignInTest::callbackWithoutAttemptFails()
 
     QCOMPARE(desktop.state(), u"cached t0 old@b.c 登录回调验证失败"_s);
     QCOMPARE(desktop.log.take().last(),
-             u"error auth: callback verify fail: token=1 state=1 pending=nil"_s);
+             u"error auth: callback verify fail: token=true state=true pending=nil"_s);
 }
 
 void SignInTest::sessionLivesOnWhereItCannotBeStored()

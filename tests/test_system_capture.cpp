@@ -9,17 +9,40 @@
 #include <QElapsedTimer>
 #include <QTest>
 #include <QThread>
+#include <QThreadPool>
+
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace
 {
+/// Is held up once, with its first buffer, as by a disk that does not answer.
+class StallingCapture : public KeptCapture
+{
+public:
+    explicit StallingCapture(std::chrono::seconds stall)
+        : m_stall(stall)
+    {
+    }
+
+    void didCapture(const AudioBuffer &buffer) override
+    {
+        std::this_thread::sleep_for(std::exchange(m_stall, 0s));
+        KeptCapture::didCapture(buffer);
+    }
+
+private:
+    std::chrono::seconds m_stall;
+};
+
 /// A capture of what the private session plays, from its creation to end().
 class Capture
 {
 public:
-    Capture()
+    explicit Capture(std::chrono::seconds stall = 0s)
+        : kept(stall)
     {
         QElapsedTimer timer;
         timer.start();
@@ -45,7 +68,7 @@ public:
     }
 
     TrackOrigin origin;
-    KeptCapture kept;
+    StallingCapture kept;
     std::expected<void, Error> started;
     qint64 startMilliseconds = 0;
     QStringList lines;        ///< of the log
@@ -67,7 +90,12 @@ class TestSystemCapture : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { QVERIFY2(!speaker.isEmpty(), "needs a private session"); }
+    void init()
+    {
+        QVERIFY2(!speaker.isEmpty(), "needs a private session");
+        // A new thread for every task: the race detector sees no work being handed to an old one.
+        QThreadPool::globalInstance()->setExpiryTimeout(0);
+    }
 
     void deliversWhatIsPlayed();
     void deliversSilenceWhenNothingPlays();
@@ -75,6 +103,8 @@ private Q_SLOTS:
     void goesOnWithoutItsOutput();
     void keepsTimeWhileStopped();
     void losesNothingWhenBusy();
+    void keepsTimeWhenHeldUp_data();
+    void keepsTimeWhenHeldUp();
 };
 
 void TestSystemCapture::deliversWhatIsPlayed()
@@ -143,7 +173,7 @@ void TestSystemCapture::followsTheDefaultOutput()
     qInfo("%lld ms silent, %lld ms skipped, counter moved by %lld frames, length %.1f ms off",
           silent / 48, trace.skipped / 48, trace.lastOffset - trace.firstOffset,
           capture.lengthError * 1000.0);
-    QVERIFY(trace.lastPlace > static_cast<qint64>(samples.size()) - 4800);
+    QVERIFY(trace.lastPlace > static_cast<qint64>(samples.size()) - 24000);
     QVERIFY(silent < 3 * 48000);
     QVERIFY(trace.skipped < 3 * 48000);
     QCOMPARE(trace.repeated, 0);
@@ -234,6 +264,46 @@ void TestSystemCapture::losesNothingWhenBusy()
         QCOMPARE(trace.repeated, 0);
         QCOMPARE(trace.skipped, 0);
         qInfo("%s", qPrintable(capture.lines.last()));
+        return;
+    }
+    QSKIP(UndisturbedAttempts::skipped);
+}
+
+void TestSystemCapture::keepsTimeWhenHeldUp_data()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<bool>("isLost");
+    QTest::addRow("within ten seconds") << 8 << false;
+    QTest::addRow("beyond") << 14 << true;
+}
+
+void TestSystemCapture::keepsTimeWhenHeldUp()
+{
+    QFETCH(const int, seconds);
+    QFETCH(const bool, isLost);
+    for (UndisturbedAttempts attempts; attempts.next();) {
+        const auto player = SoundSession::play(SoundSession::counterFile(30.0, 1, 2), speaker);
+        Capture capture{std::chrono::seconds(seconds)};
+        QVERIFY(capture.waitFor(seconds + 3.0));
+        capture.end();
+        QCOMPARE(capture.lines.filter(u"lost"_s).size(), isLost ? 1 : 0);
+
+        if (attempts.wasDisturbed())
+            continue;
+        const auto samples = capture.kept.sound.samples();
+        const auto joined = CounterTrace::find(samples, 1).firstPlace;
+        const auto settled = static_cast<std::size_t>(joined + 24000); // see above
+        const auto trace = CounterTrace::find(std::span(samples).subspan(settled), 1);
+        qInfo("%lld frames lost of %zu, length %.1f ms off", trace.skipped, samples.size(),
+              capture.lengthError * 1000.0);
+        QCOMPARE(trace.skipped > 0, isLost);
+        QVERIFY(trace.skipped < 4 * 48000);
+        QCOMPARE(trace.repeated, 0);
+        QCOMPARE(trace.lastOffset, trace.firstOffset);
+        QVERIFY(trace.frames > 2 * 48000);
+        QVERIFY(capture.kept.sound.isWithoutHoles());
+        QVERIFY(std::abs(capture.lengthError) < 0.1);
+        QCOMPARE(capture.kept.stopReasons(), QStringList());
         return;
     }
     QSKIP(UndisturbedAttempts::skipped);

@@ -1,9 +1,13 @@
+#include "audio/TrackMixing.h"
 #include "platform/linux/media/FinishTrack.h"
+#include "platform/linux/media/PartFiles.h"
 #include "platform/linux/media/TrackWriter.h"
+#include "platform/linux/mix/FileAudioAssets.h"
 #include "tests/support/Decoded.h"
 
 #include <QCoreApplication>
 #include <QCoroTask>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -14,6 +18,7 @@
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -67,7 +72,7 @@ bool appendTone(AudioFileWriter &writer, qint64 firstFrame)
 }
 
 /// The process that is killed: records a tone at \p pace times its speed and counts the frames.
-int recordForEver(const QString &path, const QString &counterPath, double pace)
+int recordForEver(const QString &path, double pace, const QString &counterPath)
 {
     LiveTracks live;
     Counter counter(counterPath);
@@ -84,6 +89,50 @@ int recordForEver(const QString &path, const QString &counterPath, double pace)
                         static_cast<qint64>(static_cast<double>(timeOf(frame).count()) / pace)));
     }
     return 1;
+}
+
+/// The process that is killed while it gives tracks their final form, again and again. \p conclude
+/// is told of both, in \p folder /tracks.
+template<class Conclude>
+int concludeForEver(const QString &folder, const QString &counterPath, Conclude conclude)
+{
+    Counter counter(counterPath);
+    const QString system = folder + u"/tracks/r.system.m4a"_s;
+    const QString mic = folder + u"/tracks/r.mic.m4a"_s;
+    do {
+        for (const QString &track : {system, mic}) {
+            const QString again = folder + u"/again.m4a"_s;
+            QFile::remove(again);
+            ::link(qPrintable(folder + u"/closed.m4a"_s), qPrintable(again));
+            ::rename(qPrintable(again), qPrintable(track));
+        }
+        ++counter.value();
+    } while (conclude(system, mic));
+    return 1;
+}
+
+int finishForEver(const QString &folder, const QString &counterPath)
+{
+    return concludeForEver(folder, counterPath, [](const QString &system, const QString &) {
+        return finishTrackFile(system).has_value();
+    });
+}
+
+int mixForEver(const QString &folder, const QString &counterPath)
+{
+    LiveTracks live;
+    FileAudioAssets assets(live);
+    return concludeForEver(folder, counterPath, [&](const QString &system, const QString &mic) {
+        const QUrl track = QUrl::fromLocalFile(system);
+        return QCoro::waitFor(mixTracks(assets, track, QUrl::fromLocalFile(mic), {})) != track;
+    });
+}
+
+int killCount()
+{
+    bool given = false;
+    const int kills = qEnvironmentVariableIntValue("TRACK_KILLS", &given);
+    return given ? kills : 40;
 }
 
 double lastHalfSecondLevel(const Decoded &decoded)
@@ -107,7 +156,7 @@ void replaceContent(const QString &path, const QByteArray &content)
 }
 } // namespace
 
-/// What is left of a track when its recording ends badly.
+/// What is left of a track when its recording, or what follows, ends badly.
 class TestTrackCrash : public QObject
 {
     Q_OBJECT
@@ -120,12 +169,17 @@ private Q_SLOTS:
     void damagedAnywhere_data();
     void damagedAnywhere();
     void fullDisk();
-    void folderRemoved_data();
-    void folderRemoved();
-    void folderMovedAway();
+    void fileTakenAway_data();
+    void fileTakenAway();
+    void killedWhileConcluding_data();
+    void killedWhileConcluding();
 
 private:
     QString path() const { return m_folder->filePath(u"tracks/track.m4a"_s); }
+    QString counterPath() const { return m_folder->filePath(u"counter"_s); }
+    bool runAndKill(const QStringList &arguments, std::chrono::nanoseconds life,
+                    const QString &awaited = {});
+    void checkConcluded(bool isMixed, qint64 frames, QMap<QStringList, int> &seen);
     double lostSeconds(double pace, std::chrono::milliseconds life);
     void record(qint64 frames);
 
@@ -139,22 +193,34 @@ void TestTrackCrash::init()
     QVERIFY(QDir(m_folder->path()).mkdir(u"tracks"_s));
 }
 
+/// Kills this program, run with \p arguments, when its counter has moved, the file \p awaited is
+/// there, and \p life has passed.
+bool TestTrackCrash::runAndKill(const QStringList &arguments, std::chrono::nanoseconds life,
+                                const QString &awaited)
+{
+    QFile::remove(counterPath());
+    Counter counter(counterPath());
+    QProcess process;
+    process.start(QCoreApplication::applicationFilePath(), arguments + QStringList{counterPath()});
+    // By the clock, not by the count: the kill may come in the middle of anything.
+    if (!process.waitForStarted() || !QTest::qWaitFor([&] { return counter.value() > 0; }, 20000))
+        return false;
+    for (const QDeadlineTimer limit(20s); !awaited.isEmpty() && !QFile::exists(awaited);) {
+        if (limit.hasExpired())
+            return false;
+    }
+    std::this_thread::sleep_for(life);
+    ::kill(static_cast<pid_t>(process.processId()), SIGKILL);
+    return process.waitForFinished();
+}
+
 /// Kills a recording after \p life of sound, and checks what it leaves. Seconds that are missing;
 /// negative when something else is wrong.
 double TestTrackCrash::lostSeconds(double pace, std::chrono::milliseconds life)
 {
-    const QString counterPath = m_folder->filePath(u"counter"_s);
-    QFile::remove(counterPath);
-    Counter counter(counterPath);
-    QProcess recorder;
-    recorder.start(QCoreApplication::applicationFilePath(),
-                   {u"--record"_s, path(), counterPath, QString::number(pace)});
-    // By the clock, not by the count: the kill may come in the middle of anything.
-    if (!recorder.waitForStarted() || !QTest::qWaitFor([&] { return counter.value() > 0; }, 20000))
+    const auto realLife = std::chrono::duration_cast<std::chrono::nanoseconds>(life / pace);
+    if (!runAndKill({u"--record"_s, path(), QString::number(pace)}, realLife))
         return -1;
-    std::this_thread::sleep_for(life / pace);
-    ::kill(static_cast<pid_t>(recorder.processId()), SIGKILL);
-    recorder.waitForFinished();
 
     const auto left = decodeFile(path());
     if (!left || left->errorCount > 0)
@@ -167,16 +233,15 @@ double TestTrackCrash::lostSeconds(double pace, std::chrono::milliseconds life)
     if (!finished || finished->fragmented || finished->frameCount() != left->frameCount() ||
         finished->samples != left->samples)
         return -5;
-    return static_cast<double>(counter.value() - left->frameCount()) / stereo.sampleRate;
+    return static_cast<double>(Counter(counterPath()).value() - left->frameCount()) /
+           stereo.sampleRate;
 }
 
 void TestTrackCrash::killedAtAnyMoment_data()
 {
     QTest::addColumn<int>("kills");
     QTest::addColumn<double>("pace");
-    bool given = false;
-    const int kills = qEnvironmentVariableIntValue("TRACK_KILLS", &given);
-    QTest::addRow("fast") << (given ? kills : 40) << 20.0;
+    QTest::addRow("fast") << killCount() << 20.0;
     QTest::addRow("at its own speed") << 5 << 1.0;
 }
 
@@ -313,59 +378,116 @@ void TestTrackCrash::fullDisk()
     }
 }
 
-void TestTrackCrash::folderRemoved_data()
+void TestTrackCrash::fileTakenAway_data()
 {
-    QTest::addColumn<bool>("canBeMadeAgain");
-    QTest::addRow("made again") << true;
-    QTest::addRow("a file in its place") << false;
+    QTest::addColumn<QString>("how");
+    QTest::addColumn<QByteArray>("disk"); // mounted on the folder
+    QTest::addColumn<QString>("failure");
+    const QString none;
+    QTest::addRow("folder removed") << u"rm -r tracks"_s << QByteArray() << none;
+    QTest::addRow("folder moved") << u"mv tracks elsewhere"_s << QByteArray() << none;
+    QTest::addRow("file renamed") << u"mv tracks/track.m4a tracks/b.m4a"_s << QByteArray() << none;
+    QTest::addRow("file replaced")
+        << u"rm tracks/track.m4a; date > tracks/track.m4a"_s << QByteArray() << none;
+    QTest::addRow("volume gone") << u"umount -l tracks"_s << QByteArray("size=1m") << none;
+    QTest::addRow("a file in the folder's place")
+        << u"rm -r tracks; date > tracks"_s << QByteArray()
+        << u"写入录音文件失败：Not a directory"_s;
+    // What was removed takes up its room for as long as it is open.
+    QTest::addRow("no room for another")
+        << u"rm tracks/track.m4a"_s << QByteArray("size=60k") << u"磁盘空间不足"_s;
 }
 
-void TestTrackCrash::folderRemoved()
+void TestTrackCrash::fileTakenAway()
 {
-    QFETCH(bool, canBeMadeAgain);
-    const QString folder = m_folder->filePath(u"tracks"_s);
+    QFETCH(const QString, how);
+    QFETCH(const QByteArray, disk);
+    QFETCH(const QString, failure);
+    const QByteArray folder = QFile::encodeName(m_folder->filePath(u"tracks"_s));
+    if (!disk.isEmpty() && ::mount("none", folder.constData(), "tmpfs", 0, disk.constData()) != 0)
+        QSKIP("mounting is not permitted");
+    const auto unmount = qScopeGuard([&] { ::umount2(folder.constData(), MNT_DETACH); });
+
     TrackWriter writer(path(), m_live);
     QVERIFY(writer.addInput(stereo) && writer.startWriting());
     writer.startSession(0ns);
     constexpr qint64 blocks = 100;
+    const auto sound = noise(0.4, blockFrames * stereo.channelCount, 12);
     for (qint64 i = 0; i < blocks; ++i) {
         if (i == blocks / 2) {
-            QVERIFY(QDir(folder).removeRecursively());
-            if (!canBeMadeAgain)
-                replaceContent(folder, "in the way");
+            QProcess shell;
+            shell.setWorkingDirectory(m_folder->path());
+            shell.start(u"sh"_s, {u"-c"_s, how});
+            QVERIFY(shell.waitForFinished() && shell.exitCode() == 0);
         }
-        const bool appended = appendTone(writer, i * blockFrames);
-        QVERIFY(appended || !canBeMadeAgain);
+        QVERIFY(appendBlock(writer, i * blockFrames, sound) || !failure.isEmpty());
     }
     QCoro::waitFor(writer.finish());
-    if (canBeMadeAgain) {
-        QVERIFY(!writer.failure());
-        const auto decoded = decodeFile(path());
-        QVERIFY(decoded);
+    QCOMPARE(writer.failure().value_or(Error({})).description(), failure);
+    if (!QFileInfo(QString::fromLocal8Bit(folder)).isDir())
+        return;
+    // Whole, or as much as there was room for.
+    const auto decoded = decodeFile(path());
+    QVERIFY(decoded);
+    QCOMPARE(decoded->errorCount, 0);
+    QVERIFY(decoded->frameCount() > stereo.sampleRate / 2);
+    if (failure.isEmpty())
         QCOMPARE(decoded->frameCount(), blocks * blockFrames);
+}
+
+/// Whatever carries a final name is whole, and nothing is missing.
+void TestTrackCrash::checkConcluded(bool isMixed, qint64 frames, QMap<QStringList, int> &seen)
+{
+    const QDir tracks(m_folder->filePath(u"tracks"_s));
+    removeAbandonedParts(tracks.path());
+    const QStringList left = tracks.entryList(QDir::Files | QDir::Hidden);
+    ++seen[left];
+    QVERIFY(left.contains(u"r.m4a"_s) || !isMixed || left.size() == 2);
+    QVERIFY(left.contains(u"r.system.m4a"_s) || isMixed);
+    for (const QString &name : left) {
+        const auto decoded = decodeFile(tracks.filePath(name));
+        QVERIFY2(decoded, qPrintable(name));
         QCOMPARE(decoded->errorCount, 0);
-    } else {
-        QVERIFY(writer.failure());
-        QVERIFY(writer.failure()->description().startsWith(u"写入录音文件失败："));
-        QCOMPARE(contentOf(folder), QByteArray("in the way"));
+        QCOMPARE(decoded->frameCount(), frames);
     }
 }
 
-void TestTrackCrash::folderMovedAway()
+void TestTrackCrash::killedWhileConcluding_data()
 {
-    TrackWriter writer(path(), m_live);
-    QVERIFY(writer.addInput(stereo) && writer.startWriting());
-    writer.startSession(0ns);
-    constexpr qint64 blocks = 100;
-    for (qint64 i = 0; i < blocks; ++i) {
-        if (i == blocks / 2)
-            QVERIFY(QDir(m_folder->path()).rename(u"tracks"_s, u"elsewhere"_s));
-        QVERIFY(appendTone(writer, i * blockFrames));
+    QTest::addColumn<bool>("isMixed");
+    QTest::addRow("finishing") << false;
+    QTest::addRow("mixing") << true;
+}
+
+void TestTrackCrash::killedWhileConcluding()
+{
+    QFETCH(const bool, isMixed);
+    constexpr qint64 frames = 2 * 48000;
+    record(frames);
+    const QString folder = m_folder->path();
+    QVERIFY(QFile::rename(path(), folder + u"/closed.m4a"_s));
+    const quint32 seed = std::random_device()();
+    qInfo("seed %u", seed);
+    std::mt19937 random(seed);
+    const QStringList arguments{isMixed ? u"--mix"_s : u"--finish"_s, folder};
+    QVERIFY(runAndKill(arguments, 1s));
+    // In every step of the first two rounds, however fast the machine is.
+    std::uniform_real_distribution<> life(0.0, 2.0 / double(Counter(counterPath()).value()));
+    QMap<QStringList, int> seen;
+    for (int i = 0; i < killCount(); ++i) {
+        const std::chrono::duration<double> seconds(life(random));
+        QVERIFY(runAndKill(arguments, std::chrono::round<std::chrono::nanoseconds>(seconds)));
+        checkConcluded(isMixed, frames, seen);
+        if (!isMixed)
+            continue;
+        // Between the publishing of the mix and the removal of the tracks, or soon after.
+        const QString mix = folder + u"/tracks/r.m4a"_s;
+        QFile::remove(mix);
+        QVERIFY(runAndKill(arguments, std::chrono::microseconds(20 * i), mix));
+        checkConcluded(isMixed, frames, seen);
     }
-    QCoro::waitFor(writer.finish());
-    const auto decoded = decodeFile(m_folder->filePath(u"elsewhere/track.m4a"_s));
-    QVERIFY(decoded);
-    QCOMPARE(decoded->frameCount(), blocks * blockFrames);
+    for (const auto &[names, times] : seen.asKeyValueRange())
+        qInfo("%d times %s", times, qPrintable(names.join(u", "_s)));
 }
 
 int main(int argc, char **argv)
@@ -373,7 +495,11 @@ int main(int argc, char **argv)
     QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() == 5 && arguments[1] == u"--record"_s)
-        return recordForEver(arguments[2], arguments[3], arguments[4].toDouble());
+        return recordForEver(arguments[2], arguments[3].toDouble(), arguments[4]);
+    if (arguments.size() == 4 && arguments[1] == u"--finish"_s)
+        return finishForEver(arguments[2], arguments[3]);
+    if (arguments.size() == 4 && arguments[1] == u"--mix"_s)
+        return mixForEver(arguments[2], arguments[3]);
     TestTrackCrash test;
     return QTest::qExec(&test, argc, argv);
 }

@@ -3,6 +3,7 @@
 #include "tests/support/AudioRig.h"
 #include "tests/support/FakeDefaults.h"
 #include "tests/support/FakeLoginItem.h"
+#include "tests/support/NoService.h"
 #include "ui/TrayIcon.h"
 
 #include <QSignalSpy>
@@ -30,7 +31,7 @@ private Q_SLOTS:
     void init()
     {
         m_prefs.setSaveLocation(m_rig.home.path());
-        m_appState = std::make_unique<AppState>(m_rig.platform(), m_prefs);
+        m_appState = std::make_unique<AppState>(m_rig.platform(), m_service.uploader(), m_prefs);
     }
 
     void firstItemFollowsTheRecorder()
@@ -63,6 +64,7 @@ private:
     AudioRig m_rig;
     FakeDefaults m_defaults;
     FakeLoginItem m_loginItem;
+    NoService m_service;
     PrefsStore m_prefs{m_defaults, m_loginItem, m_rig.home.path()};
     std::unique_ptr<AppState> m_appState;
 };

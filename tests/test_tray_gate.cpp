@@ -41,6 +41,11 @@ private:
     bool m_hasHost;
 };
 
+bool noClassicTray()
+{
+    return false;
+}
+
 } // namespace
 
 /// When the first tray icon is allowed, on a bus where the registry comes early, late or never.
@@ -52,7 +57,7 @@ private Q_SLOTS:
     void opensAtOnceWhereAHostIs()
     {
         const FakeWatcher watcher(true);
-        TrayGate gate(1h);
+        TrayGate gate(noClassicTray, 1h);
         QSignalSpy opened(&gate, &TrayGate::opened);
         gate.wait();
         QVERIFY(opened.wait());
@@ -60,7 +65,7 @@ private Q_SLOTS:
 
     void opensWhenTheRegistryArrives()
     {
-        TrayGate gate(1h);
+        TrayGate gate(noClassicTray, 1h);
         QSignalSpy opened(&gate, &TrayGate::opened);
         gate.wait();
         QVERIFY(!opened.wait(100));
@@ -71,7 +76,7 @@ private Q_SLOTS:
     void aRegistryAloneIsNoTray()
     {
         FakeWatcher watcher(false);
-        TrayGate gate(1h);
+        TrayGate gate(noClassicTray, 1h);
         QSignalSpy opened(&gate, &TrayGate::opened);
         gate.wait();
         QVERIFY(!opened.wait(100));
@@ -79,11 +84,16 @@ private Q_SLOTS:
         QVERIFY(opened.wait());
     }
 
-    void opensAfterTheGraceAndOnlyOnce()
+    void opensForAClassicTrayAndOnlyOnce()
     {
-        TrayGate gate(10ms);
+        bool isThere = false;
+        int asked = 0;
+        TrayGate gate([&] { return ++asked, isThere; }, 10ms);
         QSignalSpy opened(&gate, &TrayGate::opened);
         gate.wait();
+        QTRY_VERIFY(asked > 2);
+        QCOMPARE(opened.size(), 0);
+        isThere = true;
         QVERIFY(opened.wait());
         const FakeWatcher watcher(true);
         QVERIFY(!opened.wait(100));

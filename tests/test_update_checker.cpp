@@ -192,6 +192,11 @@ void UpdateCheckerTest::outcomes_data()
     row("version null", 200, R"({"version":null})", noVersion, noVersionLine);
     row("version empty", 200, R"({"version":""})", noVersion, noVersionLine);
     row("no version", 200, "{}", noVersion, noVersionLine);
+    row("version of a hundred characters", 200, R"({"version":"1.)" + QByteArray(98, '0') + "\"}",
+        u"upToDate "_s,
+        u"info update: up to date (current=1.2.0, latest=1.%1)"_s.arg(QString(98, u'0')));
+    row("longer version", 200, R"({"version":"2.)" + QByteArray(99, '0') + "\"}", noVersion,
+        noVersionLine);
     row("offline", 0, "", failed + broken, failedLine + broken);
     row("refused", 401, R"({"version":"2"})", u"failed 服务器的回复无效"_s,
         failedLine + u"服务器的回复无效"_s);
@@ -258,9 +263,10 @@ void UpdateCheckerTest::eachVersionIsAnnouncedOnce()
     QCOMPARE(rig.alert.shown, QStringList(text));
     QCOMPARE(rig.workspace.opened, QStringList());
 
-    rig.offer("1.4");
+    rig.offer(R"(1.4.\u202e\n0)");
     rig.check(true);
     QCOMPARE(rig.alert.shown.size(), 2);
+    QVERIFY(rig.alert.shown.last().startsWith(u"Parlovance 1.4.0 可用|"));
 }
 
 void UpdateCheckerTest::firstButtonOpensTheDownloadPage()

@@ -7,6 +7,8 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -19,12 +21,16 @@ const auto watcherInterface = u"org.kde.StatusNotifierWatcher"_s;
 
 } // namespace
 
-TrayGate::TrayGate(std::chrono::milliseconds grace, QObject *parent)
+TrayGate::TrayGate(std::function<bool()> hasClassicTray, std::chrono::milliseconds grace,
+                   QObject *parent)
     : QObject(parent)
+    , m_hasClassicTray(std::move(hasClassicTray))
 {
-    m_grace.setSingleShot(true);
     m_grace.setInterval(grace);
-    connect(&m_grace, &QTimer::timeout, this, &TrayGate::open);
+    connect(&m_grace, &QTimer::timeout, this, [this] {
+        if (m_hasClassicTray())
+            open();
+    });
 }
 
 void TrayGate::wait()

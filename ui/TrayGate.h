@@ -4,6 +4,7 @@
 #include <QTimer>
 
 #include <chrono>
+#include <functional>
 
 class QDBusPendingCallWatcher;
 
@@ -11,21 +12,24 @@ class QDBusPendingCallWatcher;
 ///
 /// The toolkit decides once, at the first tray icon, between the desktop bus and the X11 tray, and
 /// a bus without a host of tray icons at that moment means the X11 tray for the life of the
-/// process. So the first icon waits for a host, and for a grace period where none shows up: then
-/// the X11 tray, which may appear at any time, is the right choice. Main thread.
+/// process. So the first icon waits for a host, and is made without one only when there is an X11
+/// tray and the host had its time: a desktop's own tray may come up later than the program. Main
+/// thread.
 class TrayGate : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit TrayGate(std::chrono::milliseconds grace = std::chrono::seconds(5),
+    /// \p hasClassicTray tells whether an X11 tray is there now; asked after every \p grace.
+    explicit TrayGate(std::function<bool()> hasClassicTray,
+                      std::chrono::milliseconds grace = std::chrono::seconds(5),
                       QObject *parent = nullptr);
 
     /// Starts to wait. Once; connect opened() before.
     void wait();
 
 Q_SIGNALS:
-    /// A host is there, or the grace period is over. Once.
+    /// A tray is there. Once.
     void opened();
 
 private Q_SLOTS:
@@ -35,6 +39,7 @@ private:
     void hostAnswered(QDBusPendingCallWatcher *answer);
     void open();
 
+    std::function<bool()> m_hasClassicTray;
     QTimer m_grace;
     bool m_isOpen = false;
 };

@@ -3,6 +3,7 @@
 #include "tests/fuzz/Fuzz.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace
 {
@@ -28,8 +29,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
         require(!value || value->size() <= text.size(), "a value does not grow");
     }
     const auto token = url.value(u"token");
-    require(!token || !ServiceRequests::isUsableToken(*token) ||
-                std::ranges::none_of(*token, [](QChar c) { return c < u' ' || c > u'~'; }),
-            "a usable token can stand in a header");
+    if (token && ServiceRequests::isUsableToken(*token)) {
+        static const auto origin = ServiceOrigin::parse(QStringLiteral("https://s.example"));
+        const HttpRequest request = ServiceRequests::identity(*origin, *token);
+        const QByteArray header = request.headers().first().value;
+        require(QString::fromUtf8(header) == QStringLiteral("JWT ") + *token,
+                "the header holds the token unchanged");
+        require(std::ranges::none_of(header, [](char c) { return std::iscntrl(c) != 0; }),
+                "the header is one line");
+    }
     return 0;
 }

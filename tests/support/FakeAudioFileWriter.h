@@ -4,7 +4,9 @@
 #include "tests/support/Script.h"
 
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QFile>
+#include <QThread>
 
 #include <memory>
 
@@ -52,6 +54,8 @@ private:
         }
         bool startWriting() override
         {
+            if (QThread::currentThread() == QCoreApplication::instance()->thread())
+                qFatal("a disk may keep the main thread waiting");
             // A disk may fill up after the file was made.
             return write(1) && m_factory.m_script.note(QStringLiteral("writer start"));
         }

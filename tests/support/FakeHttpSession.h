@@ -12,8 +12,6 @@
 class FakeHttpSession : public HttpSession
 {
 public:
-    using Outcome = std::expected<HttpReply, TransportError>;
-
     explicit FakeHttpSession(Script &script)
         : m_script(script)
     {
@@ -21,16 +19,16 @@ public:
 
     void answer(const QString &step, int status, const QByteArray &body = {})
     {
-        m_outcomes.insert_or_assign(step, Outcome(HttpReply(status, body)));
+        m_outcomes.insert_or_assign(step, HttpOutcome(HttpReply(status, body)));
     }
 
     void fail(const QString &step, TransportError::Kind kind)
     {
         const TransportError error(kind, QStringLiteral("technical"));
-        m_outcomes.insert_or_assign(step, Outcome(std::unexpected(error)));
+        m_outcomes.insert_or_assign(step, HttpOutcome(std::unexpected(error)));
     }
 
-    QCoro::Task<Outcome> send(HttpRequest request) override
+    QCoro::Task<HttpOutcome> send(HttpRequest request) override
     {
         requests.append(request);
         const QString address = request.address();
@@ -41,10 +39,10 @@ public:
         if (!isConnected || found == m_outcomes.end()) {
             const TransportError error(TransportError::Kind::noConnection,
                                        QStringLiteral("technical"));
-            co_return Outcome(std::unexpected(error));
+            co_return HttpOutcome(std::unexpected(error));
         }
         // A copy: what is returned by name is moved from, also where it is no local.
-        const Outcome outcome = found->second;
+        const HttpOutcome outcome = found->second;
         co_return outcome;
     }
 
@@ -52,5 +50,5 @@ public:
 
 private:
     Script &m_script;
-    std::map<QString, Outcome> m_outcomes;
+    std::map<QString, HttpOutcome> m_outcomes;
 };

@@ -2,11 +2,19 @@
 
 #include "platform/Volume.h"
 
+#include <QCoreApplication>
+#include <QThread>
+
 /// Has as much room as the test says.
 class FakeVolume : public Volume
 {
 public:
-    std::optional<qint64> availableBytes(const QString &) const override { return available; }
+    std::optional<qint64> availableBytes(const QString &) const override
+    {
+        if (QThread::currentThread() == QCoreApplication::instance()->thread())
+            qFatal("a disk may keep the main thread waiting");
+        return available;
+    }
 
     std::optional<qint64> available;
 };

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QCoroTask>
+#include <QMutexLocker>
 #include <QSet>
 #include <QString>
 #include <QStringList>
 
+#include <algorithm>
 #include <coroutine>
 #include <map>
 #include <utility>
@@ -40,9 +42,16 @@ public:
 
     bool isWaitingAt(const QString &step) { return !m_gates[step].waiting.empty(); }
 
-    /// Notes the call. Whether the step succeeds.
+    bool isWaitingAnywhere() const
+    {
+        return std::ranges::any_of(m_gates,
+                                   [](const auto &gate) { return !gate.second.waiting.empty(); });
+    }
+
+    /// Notes the call. Whether the step succeeds. Any thread.
     bool note(const QString &step)
     {
+        const QMutexLocker lock(&m_mutex);
         calls.append(step);
         return !m_failing.contains(step);
     }
@@ -50,7 +59,7 @@ public:
     /// The same for an operation that takes time.
     QCoro::Task<bool> reach(QString step)
     {
-        calls.append(step);
+        note(step);
         co_await Passage(m_gates[step]);
         co_return !m_failing.contains(step);
     }
@@ -76,6 +85,7 @@ private:
         Gate &m_gate;
     };
 
+    QMutex m_mutex; ///< between the main thread and one in the background
     QSet<QString> m_failing;
     std::map<QString, Gate> m_gates;
 };

@@ -38,8 +38,6 @@ public:
     /// Waits until the other side closes or the server stops.
     void waitForEnd();
 
-    int descriptor() const { return m_socket; }
-
 private:
     int m_socket;
 };

@@ -143,12 +143,6 @@ void LocalService::misbehave(Exchange exchange, const Misbehaviour &misbehaviour
     m_faults.insert_or_assign(exchange, Fault{misbehaviour, times});
 }
 
-void LocalService::behave(Exchange exchange)
-{
-    const std::scoped_lock lock(m_mutex);
-    m_faults.erase(exchange);
-}
-
 std::optional<LocalService::Exchange> LocalService::exchangeNamed(const QString &name)
 {
     const auto found = std::ranges::find(exchangeNames, name.toStdString());

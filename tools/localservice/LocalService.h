@@ -47,7 +47,6 @@ public:
 
     /// Answers the next \p times requests of an exchange that way; -1: all until told otherwise.
     void misbehave(Exchange exchange, const Misbehaviour &misbehaviour, int times = -1);
-    void behave(Exchange exchange);
 
     /// All requests since the start or since the last clear, with those that were misbehaved to.
     QList<ReceivedRequest> requests() const { return m_log.requests(); }

@@ -58,13 +58,6 @@ Misbehaviour Misbehaviour::closed(qint64 afterBodyBytes)
     return result;
 }
 
-Misbehaviour Misbehaviour::early(qint64 afterBodyBytes) const
-{
-    Misbehaviour result = *this;
-    result.m_bodyBytesRead = afterBodyBytes;
-    return result;
-}
-
 Misbehaviour Misbehaviour::replyLost()
 {
     Misbehaviour result;

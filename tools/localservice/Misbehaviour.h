@@ -31,9 +31,6 @@ public:
     /// No reply: a reset once so many bytes of the request's body are read; -1: all of them.
     static Misbehaviour closed(qint64 afterBodyBytes);
 
-    /// An answer before so many bytes of the request's body are read.
-    Misbehaviour early(qint64 afterBodyBytes) const;
-
     /// Does what is asked, but the reply never arrives.
     static Misbehaviour replyLost();
 

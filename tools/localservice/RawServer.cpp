@@ -70,6 +70,11 @@ ssize_t Connection::write(const char *data, size_t size)
 RawServer::RawServer()
 {
     new_task_queue = [] { return new httplib::ThreadPool(threadCount); };
+    // The library's own choice would let two servers share one port.
+    set_socket_options([](socket_t socket) {
+        const int yes = 1;
+        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
+    });
 }
 
 void RawServer::stopNow()

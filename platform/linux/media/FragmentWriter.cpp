@@ -1,5 +1,6 @@
 #include "platform/linux/media/FragmentWriter.h"
 
+#include "platform/linux/media/BoxReader.h"
 #include "platform/linux/media/FragmentBoxes.h"
 #include "platform/linux/media/MovieBoxes.h"
 
@@ -7,12 +8,14 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <array>
 
 using namespace std::chrono_literals;
 
 namespace
 {
 constexpr auto syncInterval = 5s;
+constexpr std::size_t boxHeader = 8; ///< size and type
 
 std::size_t packetsPerFragment(const AacFormat &format)
 {
@@ -109,15 +112,34 @@ std::expected<void, Error> FragmentWriter::append(std::span<const std::byte> byt
 
 std::expected<void, Error> FragmentWriter::restoreWhenRemoved()
 {
-    if (m_file.hasName())
+    if (m_file.isAt(m_path))
         return {};
     QDir().mkpath(QFileInfo(m_path).path());
     auto file = OutputFile::create(m_path);
     if (!file)
         return keep(std::unexpected(file.error()));
     const auto copied = file->copyFrom(m_file, m_end);
+    if (!copied) // as much of it as there is room for
+        (void)file->truncate(fragmentEndBefore(file->size().value_or(0)));
     m_file = *std::move(file);
     return keep(copied);
+}
+
+qint64 FragmentWriter::fragmentEndBefore(qint64 limit) const
+{
+    std::array<std::byte, boxHeader> header{};
+    qint64 fragmentEnd = 0;
+    for (qint64 position = 0; m_file.read(position, header) == boxHeader;) {
+        BoxReader box(header);
+        const quint32 size = box.u32();
+        position += size;
+        if (size < boxHeader || position > limit)
+            break;
+        const bool isIndex = std::ranges::equal(box.rest(), std::as_bytes(std::span("moof", 4)));
+        if (!isIndex) // its data come next
+            fragmentEnd = position;
+    }
+    return fragmentEnd;
 }
 
 std::expected<void, Error> FragmentWriter::syncWhenDue()

@@ -17,8 +17,9 @@
 ///
 /// A fragment lasts a little under a second, so that with what the encoder holds back a second is
 /// the most that a kill takes away; it is written at once. What a power cut takes away is bounded
-/// by a sync every five seconds. A file that somebody removes, even with its folder, is made again
-/// with all that was in it. Memory does not grow. Used by one thread at a time.
+/// by a sync every five seconds. A file that somebody removes or moves, even with its folder, is
+/// made again at its path with all that was in it. Memory does not grow. Used by one thread at a
+/// time.
 class FragmentWriter
 {
 public:
@@ -33,6 +34,9 @@ public:
     /// encoder's delay; it ends within the last packet.
     std::expected<void, Error> finish(qint64 frameCount);
 
+    /// Syncs what there is of a file that ended early. Nothing tells when that fails as well.
+    void syncRest() { (void)m_file.sync(); }
+
 private:
     using Clock = std::chrono::steady_clock;
 
@@ -41,6 +45,7 @@ private:
     std::expected<void, Error> append(std::span<const std::byte> bytes);
     std::expected<void, Error> writePending(qint64 lastDuration);
     std::expected<void, Error> restoreWhenRemoved();
+    qint64 fragmentEndBefore(qint64 limit) const;
     std::expected<void, Error> syncWhenDue();
     std::expected<void, Error> keep(std::expected<void, Error> result);
 

@@ -37,6 +37,7 @@ auto uninterrupted(Call call)
         result = call();
     return result;
 }
+
 /// What a call that syncs has returned. A file system that cannot sync has nothing to report.
 std::expected<void, Error> synced(int result)
 {
@@ -169,10 +170,16 @@ std::expected<void, Error> OutputFile::copyFrom(const OutputFile &other, qint64 
     return {};
 }
 
-bool OutputFile::hasName() const
+bool OutputFile::isAt(const QString &path) const
 {
-    struct stat status = {};
-    return ::fstat(m_descriptor.get(), &status) < 0 || status.st_nlink > 0;
+    struct stat ours = {};
+    struct stat there = {};
+    if (::fstat(m_descriptor.get(), &ours) < 0)
+        return true;
+    // Where it cannot be told, the file is not given up.
+    if (::lstat(QFile::encodeName(path).constData(), &there) < 0)
+        return errno != ENOENT && errno != ENOTDIR;
+    return ours.st_dev == there.st_dev && ours.st_ino == there.st_ino;
 }
 
 std::expected<void, Error> OutputFile::syncData()
@@ -189,7 +196,7 @@ std::expected<void, Error> syncFolder(const QString &folder)
 {
     const FileDescriptor descriptor(
         ::open(QFile::encodeName(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!descriptor.isOpen() || ::fsync(descriptor.get()) < 0)
+    if (!descriptor.isOpen())
         return failed();
-    return {};
+    return synced(uninterrupted([&] { return ::fsync(descriptor.get()); }));
 }

@@ -38,8 +38,9 @@ public:
     /// Writes the first \p length bytes of \p other here.
     std::expected<void, Error> copyFrom(const OutputFile &other, qint64 length);
 
-    /// False once the file was removed: what is written still arrives, and is lost when it closes.
-    bool hasName() const;
+    /// False once the file was removed or moved, or its volume taken away: what is written still
+    /// arrives, but is lost to whoever looks for it at \p path.
+    bool isAt(const QString &path) const;
 
     /// Puts the content on the disk. sync() also waits for what only the name needs.
     std::expected<void, Error> syncData();

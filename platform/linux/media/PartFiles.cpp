@@ -28,9 +28,7 @@ std::expected<void, Error> publishPart(const QString &target)
     const QByteArray to = QFile::encodeName(target);
     if (std::rename(from.constData(), to.constData()) != 0)
         return std::unexpected(writeError(errno));
-    // Where this fails, a power cut brings the old file back, which is as good.
-    (void)syncFolder(QFileInfo(target).path());
-    return {};
+    return syncFolder(QFileInfo(target).path());
 }
 
 void removeAbandonedParts(const QString &folder)

@@ -12,7 +12,9 @@
 /// The temporary name for \p target, in its folder.
 QString partPath(const QString &target);
 
-/// Gives the complete and synced file at partPath() its name, replacing what stands there.
+/// Gives the complete and synced file at partPath() its name, replacing what stands there. An error
+/// also when the disk did not learn the name: until it did, nothing that the file was made of may
+/// go.
 std::expected<void, Error> publishPart(const QString &target);
 
 /// Removes the part files in \p folder that nobody is writing.

@@ -91,7 +91,9 @@ void TrackWriter::State::finish()
         if (const auto finished = file->finish(encoder->frameCount()); !finished)
             fail(finished.error());
     }
-    if (live && !failure)
+    if (failure)
+        file->syncRest();
+    else if (live)
         live->end(encoder->frameCount());
     close();
 }

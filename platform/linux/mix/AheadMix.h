@@ -14,7 +14,7 @@
 class MixFile;
 
 /// Mixes two tracks while they are recorded, on one thread of low priority, so that little is left
-/// to do when they end. Memory does not grow.
+/// to do when they end. Memory: the index of the mix, 0.7 MB an hour.
 ///
 /// Made and destroyed on the main thread, which neither waits for; finish() runs on any other.
 /// When the mix is in doubt (a lost track, an error of the disk) its file is removed at once, and

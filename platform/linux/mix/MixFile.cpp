@@ -1,6 +1,5 @@
 #include "platform/linux/mix/MixFile.h"
 
-#include "base/FileDescriptor.h"
 #include "platform/linux/media/AacEncoder.h"
 #include "platform/linux/media/PartFiles.h"
 #include "platform/linux/mix/MixEncoding.h"
@@ -8,9 +7,6 @@
 #include "platform/linux/mix/TrackLength.h"
 
 #include <QFile>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -60,15 +56,6 @@ void MixFile::add(const AacPacket &packet)
     ++m_packetCount;
     if (const auto added = m_muxer.addPacket(packet); !added)
         m_failure = added.error();
-}
-
-void MixFile::sync() const
-{
-    // Only a head start: finish() syncs, and tells when it could not.
-    const FileDescriptor file(
-        ::open(QFile::encodeName(m_temporaryPath).constData(), O_RDONLY | O_CLOEXEC));
-    if (file.isOpen())
-        ::fdatasync(file.get());
 }
 
 std::expected<void, Error> MixFile::finish(qint64 frameCount)

@@ -28,7 +28,7 @@ public:
     const std::optional<Error> &failure() const { return m_failure; }
 
     /// Puts what was written so far on the disk, so that little is left for the end.
-    void sync() const;
+    void sync() { m_muxer.sync(); }
 
     /// Completes the file on the disk and reads its index back.
     std::expected<void, Error> finish(qint64 frameCount);

@@ -6,8 +6,6 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
-#include <algorithm>
-
 using namespace Qt::StringLiterals;
 
 namespace
@@ -57,21 +55,14 @@ std::expected<void, Error> RateConverter::convert(const float *stereo, int frame
     const int room = swr_get_out_samples(m_context.get(), frames);
     if (room < 0)
         return failed(room);
-    const std::size_t before = m_samples.size();
-    m_samples.resize(before + static_cast<std::size_t>(room) * 2);
-    auto *out = reinterpret_cast<std::uint8_t *>(m_samples.data() + before);
+    std::vector<float> &waiting = m_queue.samples();
+    const std::size_t before = waiting.size();
+    waiting.resize(before + static_cast<std::size_t>(room) * 2);
+    auto *out = reinterpret_cast<std::uint8_t *>(waiting.data() + before);
     const auto *in = reinterpret_cast<const std::uint8_t *>(stereo);
     const int made = swr_convert(m_context.get(), &out, room, stereo ? &in : nullptr, frames);
     if (made < 0)
         return failed(made);
-    m_samples.resize(before + static_cast<std::size_t>(made) * 2);
+    waiting.resize(before + static_cast<std::size_t>(made) * 2);
     return {};
-}
-
-void RateConverter::take(std::span<float> stereo)
-{
-    Q_ASSERT(stereo.size() <= m_samples.size());
-    const auto last = m_samples.begin() + static_cast<std::ptrdiff_t>(stereo.size());
-    std::copy(m_samples.begin(), last, stereo.begin());
-    m_samples.erase(m_samples.begin(), last);
 }

@@ -1,13 +1,11 @@
 #pragma once
 
 #include "base/Error.h"
-
-#include <QtGlobal>
+#include "platform/linux/mix/StereoQueue.h"
 
 #include <expected>
 #include <memory>
 #include <span>
-#include <vector>
 
 struct SwrContext;
 
@@ -24,10 +22,10 @@ public:
     /// Nothing follows: what is held back becomes available.
     std::expected<void, Error> finish();
 
-    qint64 available() const { return static_cast<qint64>(m_samples.size()) / 2; }
+    qint64 available() const { return m_queue.frames(); }
 
     /// Takes the next frames: \p stereo must not be longer than available().
-    void take(std::span<float> stereo);
+    void take(std::span<float> stereo) { m_queue.take(stereo); }
 
 private:
     struct Deleter {
@@ -39,5 +37,5 @@ private:
     std::expected<void, Error> convert(const float *stereo, int frames);
 
     Context m_context;
-    std::vector<float> m_samples;
+    StereoQueue m_queue;
 };

@@ -62,6 +62,7 @@ bool isTwoBoxes(Bytes bytes)
     }
     return bytes.empty();
 }
+
 /// Duration in the movie header (ISO/IEC 14496-12, 8.2.2) in front of the index that \p bytes
 /// begin.
 std::optional<qint64> movieDuration(Bytes bytes)

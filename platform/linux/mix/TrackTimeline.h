@@ -1,9 +1,8 @@
 #pragma once
 
-#include <QtGlobal>
+#include "platform/linux/mix/StereoQueue.h"
 
 #include <span>
-#include <vector>
 
 /// The sound of one track in order of time: interleaved stereo from frame 0 on, without holes.
 ///
@@ -20,10 +19,10 @@ public:
     void take(std::span<float> stereo);
 
     qint64 position() const { return m_position; } ///< the next frame to be taken
-    qint64 available() const { return static_cast<qint64>(m_samples.size()) / 2; }
+    qint64 available() const { return m_queue.frames(); }
     qint64 end() const { return m_position + available(); }
 
 private:
-    std::vector<float> m_samples;
+    StereoQueue m_queue;
     qint64 m_position = 0;
 };

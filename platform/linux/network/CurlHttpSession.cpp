@@ -60,7 +60,7 @@ CurlHttpSession::~CurlHttpSession()
     }
 }
 
-QCoro::Task<std::expected<HttpReply, TransportError>> CurlHttpSession::send(HttpRequest request)
+QCoro::Task<HttpOutcome> CurlHttpSession::send(HttpRequest request)
 {
     const auto address = WebAddress::parse(request.address(), m_loopbackHttp);
     if (!address) {
@@ -72,13 +72,13 @@ QCoro::Task<std::expected<HttpReply, TransportError>> CurlHttpSession::send(Http
                                                  u"control character in a header"_s));
     }
     const uint64_t number = ++m_lastNumber;
-    auto promise = std::make_unique<QPromise<Outcome>>();
-    const QFuture<Outcome> future = promise->future();
+    auto promise = std::make_unique<QPromise<HttpOutcome>>();
+    const QFuture<HttpOutcome> future = promise->future();
     promise->start();
     m_inFlight.emplace(number, std::move(promise));
     m_loop->start(std::make_unique<CurlTransfer>(number, std::move(request), *address));
     // The session may be gone after this line.
-    const Outcome outcome = co_await future;
+    const HttpOutcome outcome = co_await future;
     co_return outcome;
 }
 

@@ -24,15 +24,13 @@ public:
     CurlHttpSession(const CurlHttpSession &) = delete;
     CurlHttpSession &operator=(const CurlHttpSession &) = delete;
 
-    QCoro::Task<std::expected<HttpReply, TransportError>> send(HttpRequest request) override;
+    QCoro::Task<HttpOutcome> send(HttpRequest request) override;
 
 private:
-    using Outcome = std::expected<HttpReply, TransportError>;
-
     void deliver();
 
     WebAddress::LoopbackHttp m_loopbackHttp;
-    std::unordered_map<uint64_t, std::unique_ptr<QPromise<Outcome>>> m_inFlight;
+    std::unordered_map<uint64_t, std::unique_ptr<QPromise<HttpOutcome>>> m_inFlight;
     uint64_t m_lastNumber = 0;
     std::unique_ptr<CurlLoop> m_loop;
     std::unique_ptr<QSocketNotifier> m_notifier; ///< last: it watches a descriptor of the loop

@@ -80,7 +80,7 @@ void CurlTransfer::setConnection()
     CURL *const curl = easy();
     curl_easy_setopt(curl, CURLOPT_URL, m_address.encoded().constData());
     curl_easy_setopt(curl, CURLOPT_PATH_AS_IS, 1L);
-    curl_easy_setopt(curl, CURLOPT_USERAGENT, m_settings.userAgent.constData());
+    curl_easy_setopt(curl, CURLOPT_USERAGENT, "Parlovance");
     curl_easy_setopt(curl, CURLOPT_ERRORBUFFER, m_errorText.data());
     curl_easy_setopt(curl, CURLOPT_PRIVATE, this);
 
@@ -165,14 +165,19 @@ HttpOutcome CurlTransfer::outcome(CURLcode code)
 {
     if (code != CURLE_OK)
         return std::unexpected(failure(code));
-    long status = 0;
-    curl_easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &status);
     // To curl a connection that ends amid the headers is the end of the reply.
-    if (!m_isHeadWhole || status < 200) {
+    if (!m_isHeadWhole || status() < 200) {
         return std::unexpected(
             TransportError(TransportError::Kind::brokenReply, u"the reply ended in its headers"_s));
     }
-    return HttpReply(static_cast<int>(status), std::move(m_reply));
+    return HttpReply(status(), std::move(m_reply));
+}
+
+int CurlTransfer::status() const
+{
+    long status = 0;
+    curl_easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &status);
+    return static_cast<int>(status);
 }
 
 TransportError CurlTransfer::failure(CURLcode code) const
@@ -210,6 +215,9 @@ bool CurlTransfer::hasStalled(Clock::time_point now)
 
 size_t CurlTransfer::takeReply(const char *data, size_t size)
 {
+    // What a store says when it has taken a file is for nobody, however long it is.
+    if (m_file && HttpReply(status(), {}).isSuccess())
+        return size;
     if (static_cast<size_t>(m_settings.replyLimitBytes - m_reply.size()) < size) {
         m_ownFailure.emplace(TransportError::Kind::replyTooLarge,
                              u"more than %1 bytes"_s.arg(m_settings.replyLimitBytes));

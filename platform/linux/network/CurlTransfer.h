@@ -11,9 +11,6 @@
 #include <optional>
 #include <string_view>
 
-/// What became of a request.
-using HttpOutcome = std::expected<HttpReply, TransportError>;
-
 /// One request on its way. Made on the main thread, then used on the network thread alone.
 class CurlTransfer
 {
@@ -47,6 +44,7 @@ private:
     void setConnection();
     void setBody();
     bool setHeaders();
+    int status() const;
     size_t takeReply(const char *data, size_t size);
     size_t takeHeader(std::string_view line);
     size_t giveFile(std::span<char> target);

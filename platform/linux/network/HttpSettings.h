@@ -2,7 +2,6 @@
 
 #include "platform/WebAddress.h"
 
-#include <QByteArray>
 #include <QString>
 
 #include <chrono>
@@ -16,8 +15,6 @@ struct HttpSettings {
     qsizetype replyLimitBytes = 8 * 1024 * 1024;
 
     WebAddress::LoopbackHttp loopbackHttp = WebAddress::LoopbackHttp::refused;
-
-    QByteArray userAgent = QByteArrayLiteral("Parlovance");
 
     /// A PEM file of an authority that is trusted besides the system's; for tests.
     QString trustedAuthority;

@@ -21,10 +21,17 @@ Error lastSystemError()
 
 std::expected<UploadFile, Error> UploadFile::open(const QString &path)
 {
-    // Without blocking: opening a pipe that nobody writes to would wait for ever.
-    FileDescriptor descriptor(
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    // The system would read the path up to there, and open another file than the one that is named.
+    if (path.contains(QChar::Null))
+        return std::unexpected(Error(u"not the path of a file"_s));
+    // Without blocking: opening a pipe that nobody writes to would wait for ever. Without following
+    // a link, which may lend the name of a recording to any file: what is sent is what was judged
+    // by its name. Links to folders on the way there are followed.
+    FileDescriptor descriptor(::open(QFile::encodeName(path).constData(),
+                                     O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
     struct stat status{};
+    if (!descriptor.isOpen() && errno == ELOOP)
+        return std::unexpected(Error(u"a symbolic link"_s));
     if (!descriptor.isOpen() || fstat(descriptor.get(), &status) != 0)
         return std::unexpected(lastSystemError());
     if (!S_ISREG(status.st_mode))

@@ -13,7 +13,8 @@
 class UploadFile
 {
 public:
-    /// Fails for what cannot be opened and for what is no regular file (a pipe would block).
+    /// Fails for what cannot be opened and for what is no regular file (a pipe would block, a link
+    /// would lend its name to another file).
     static std::expected<UploadFile, Error> open(const QString &path);
 
     int64_t sizeBytes() const { return m_size; }

@@ -32,6 +32,9 @@ constexpr MediaTime patience = 5s;
 /// A relink takes milliseconds; a missing microphone is told after this.
 constexpr MediaTime absenceDelay = 1s;
 
+/// What is done to the sound is logged when nothing was for this long: a gap is one line.
+constexpr MediaTime settledDelay = 1s;
+
 constexpr auto watchInterval = 250ms;
 
 /// The system cuts names of threads to this many bytes.
@@ -147,8 +150,10 @@ void CaptureTrack::drain(MediaTime hold)
         const CapturedCycle cycle = *front;
         const bool isHeard = !isMicrophone() || mayBeHeard(cycle, hold);
         m_stream->ring().take(m_samples);
-        if (!isHeard)
+        if (!isHeard) {
             std::ranges::fill(m_samples, 0.0F);
+            m_withheld += cycle.frames;
+        }
         m_assembler.append(cycle, m_samples);
     }
 }
@@ -173,7 +178,7 @@ void CaptureTrack::watch()
     watchStream(elapsed);
     if (m_hasStarted && !m_hasEnded && isMicrophone())
         watchMicrophone(now);
-    writeLog();
+    logWhenSettled(now);
 }
 
 void CaptureTrack::watchStream(MediaTime elapsed)
@@ -211,6 +216,16 @@ void CaptureTrack::watchMicrophone(MediaTime now)
     m_settings.presenceChanged(isLinked);
 }
 
+void CaptureTrack::logWhenSettled(MediaTime now)
+{
+    const Record record{m_assembler.record(), m_withheld};
+    if (record != m_seen)
+        m_lastChange = now;
+    m_seen = record;
+    if (now - m_lastChange > settledDelay)
+        writeLog();
+}
+
 void CaptureTrack::writeLog()
 {
     const auto milliseconds = [this](qint64 frames) {
@@ -218,12 +233,14 @@ void CaptureTrack::writeLog()
     };
     if (const auto lost = static_cast<qint64>(m_stream->ring().takeLostFrames()); lost > 0)
         m_logger.error(u"%1 ms were lost: the worker was held up"_s.arg(milliseconds(lost)));
-    const TrackAssembler::Record record = m_assembler.record();
+    const Record record{m_assembler.record(), m_withheld};
     if (record == m_logged)
         return;
-    m_logger.info(u"%1 ms of silence filled in, %2 ms of overlap cut"_s
-                      .arg(milliseconds(record.silence - m_logged.silence))
-                      .arg(milliseconds(record.cut - m_logged.cut)));
+    const auto &[silence, cut] = record.assembled;
+    m_logger.info(u"%1 ms of silence filled in, %2 ms of overlap cut, %3 ms withheld"_s
+                      .arg(milliseconds(silence - m_logged.assembled.silence))
+                      .arg(milliseconds(cut - m_logged.assembled.cut))
+                      .arg(milliseconds(record.withheld - m_logged.withheld)));
     m_logged = record;
 }
 

@@ -48,6 +48,14 @@ public:
     void close();
 
 private:
+    /// What was done to the sound so far, in frames.
+    struct Record {
+        TrackAssembler::Record assembled;
+        qint64 withheld = 0; ///< silenced, because it may not have come from a microphone
+
+        bool operator==(const Record &) const = default;
+    };
+
     std::expected<void, Error> open();
     bool isMicrophone() const { return !m_settings.stream.capturesSink; }
 
@@ -59,6 +67,7 @@ private:
     void watchStream(MediaTime elapsed);
     void watchOutputLink(MediaTime elapsed);
     void watchMicrophone(MediaTime now);
+    void logWhenSettled(MediaTime now);
     void writeLog();
     void completeStart(const std::expected<void, Error> &outcome);
     void end(const Error &reason);
@@ -78,7 +87,10 @@ private:
     // The worker's own.
     TrackAssembler m_assembler;
     std::vector<float> m_samples;
-    TrackAssembler::Record m_logged;
+    qint64 m_withheld = 0;
+    Record m_logged;
+    Record m_seen; ///< at the last look
+    MediaTime m_lastChange{0};
     MediaTime m_lastWatch{0};
     MediaTime m_idle{0};     ///< how long nothing has arrived, while we ran
     MediaTime m_unlinked{0}; ///< how long an output has not been linked, while we ran

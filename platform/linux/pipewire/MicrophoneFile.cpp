@@ -2,14 +2,9 @@
 
 #include "platform/linux/pipewire/MediaClock.h"
 
-using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
+#include <algorithm>
 
-namespace
-{
-/// An older origin belongs to a track that did not start together with this one.
-constexpr MediaTime oldestOrigin = 10s;
-} // namespace
+using namespace Qt::StringLiterals;
 
 MicrophoneFile::MicrophoneFile(std::unique_ptr<AudioFileWriter> writer, TrackOrigin &origin,
                                EventHandler handler)
@@ -34,9 +29,8 @@ void MicrophoneFile::didCapture(const AudioBuffer &buffer)
 void MicrophoneFile::begin(MediaTime firstSound)
 {
     m_hasBegun = true;
-    const MediaTime origin = m_origin.time().value_or(firstSound);
-    const bool isTogether = origin <= firstSound && firstSound - origin < oldestOrigin;
-    m_writer->startSession(isTogether ? origin : firstSound);
+    // However long ago the other track began: the question for access may have been answered late.
+    m_writer->startSession(std::min(m_origin.time().value_or(firstSound), firstSound));
 }
 
 void MicrophoneFile::didStop(const Error &reason)

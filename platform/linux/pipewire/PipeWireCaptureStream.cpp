@@ -40,8 +40,11 @@ PipeWireCaptureStream::PipeWireCaptureStream(PipeWireServer &server, TrackOrigin
 
 PipeWireCaptureStream::~PipeWireCaptureStream()
 {
-    if (m_capture)
-        m_capture->track->close();
+    if (!m_capture)
+        return;
+    m_capture->track->close();
+    if (!m_isStopped)
+        m_origin.clear();
 }
 
 std::expected<void, Error> PipeWireCaptureStream::deliverTo(CaptureListener &listener,

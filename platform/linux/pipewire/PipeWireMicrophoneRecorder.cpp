@@ -54,9 +54,9 @@ void PipeWireMicrophoneRecorder::post(const MicrophoneEvent &event)
 QCoro::Task<bool> PipeWireMicrophoneRecorder::prepare()
 {
     const std::shared_ptr<MicrophoneFile> file = m_file;
-    if (!file->writer().addInput(m_encoding))
-        co_return false;
-    const auto creating = inBackground([file] { return file->writer().startWriting(); });
+    const auto creating = inBackground([file, encoding = m_encoding] {
+        return file->writer().addInput(encoding) && file->writer().startWriting();
+    });
     co_return co_await creating;
 }
 

@@ -14,14 +14,14 @@ bool isAllowed(PipeWireServer &server)
 }
 
 /// Without a microphone the stream would be linked to what the speakers play.
-std::expected<std::shared_ptr<PipeWireConnection>, Error> findMicrophone(PipeWireServer &server)
+std::expected<void, Error> findMicrophone(PipeWireServer &server)
 {
     const auto connection = server.connection();
     if (!connection)
         return std::unexpected(connection.error().error);
     if (!(*connection)->graph().hasMicrophone())
         return std::unexpected(Error(u"没有找到麦克风"_s));
-    return *connection;
+    return {};
 }
 } // namespace
 
@@ -47,9 +47,9 @@ PipeWireMicrophones::create(QString path, AudioEncoding encoding)
     TrackOrigin &origin = m_origin;
     AudioFileWriterFactory &writers = m_writers;
     const auto looking = inBackground([&server] { return findMicrophone(server); });
-    const auto connection = co_await looking;
-    if (!connection)
-        co_return std::unexpected(connection.error());
+    const auto found = co_await looking;
+    if (!found)
+        co_return std::unexpected(found.error());
     auto writer = writers.create(path);
     if (!writer)
         co_return std::unexpected(writer.error());

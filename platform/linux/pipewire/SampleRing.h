@@ -4,13 +4,16 @@
 
 #include <atomic>
 #include <cstddef>
+#include <memory>
 #include <span>
 #include <vector>
 
 /// Carries captured cycles from the data thread to a worker, in order.
 ///
-/// One thread writes, one reads; neither ever waits for the other. All memory is allocated and
-/// touched in the constructor. What does not fit is counted and left out as a whole cycle.
+/// One thread writes, one reads; neither ever waits for the other. All memory is allocated in the
+/// constructor. Whenever nothing waits, writing begins at the front again, so that only the front
+/// is ever resident unless the worker falls behind. What does not fit is counted and left out as a
+/// whole cycle.
 class SampleRing
 {
 public:
@@ -39,16 +42,23 @@ public:
     }
 
 private:
-    const std::size_t m_channelCount;
-    std::vector<CapturedCycle> m_cycles;
-    std::vector<float> m_samples;
+    struct Slot {
+        CapturedCycle cycle;
+        std::size_t begin = 0; ///< of its samples, counted like m_samplesWritten
+    };
 
-    // Counters of everything ever written or taken; the place in the vector is the remainder.
+    void rewind() noexcept;
+
+    const std::size_t m_channelCount;
+    std::vector<Slot> m_slots;
+    const std::size_t m_sampleCapacity;
+    const std::unique_ptr<float[]> m_samples; ///< its pages come with the first use
+
+    // Counters of everything ever written or taken; the place in the memory is the remainder.
     std::atomic<std::size_t> m_cyclesWritten{0};
     std::atomic<std::size_t> m_cyclesTaken{0};
     std::atomic<std::size_t> m_samplesTaken{0};
     std::size_t m_samplesWritten = 0; ///< data thread only
-    std::size_t m_samplesRead = 0;    ///< worker only
     std::atomic<quint64> m_lostFrames{0};
     std::atomic<std::size_t> m_highestFill{0};
 };

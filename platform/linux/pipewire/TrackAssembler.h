@@ -43,9 +43,6 @@ public:
     /// Hands out what is still pending. Nothing can follow.
     void finish();
 
-    /// When the track began; none before its first cycle.
-    std::optional<MediaTime> origin() const { return m_origin; }
-
     /// When the frame that is appended next will be heard.
     MediaTime end() const;
 
@@ -66,9 +63,9 @@ private:
     TimeLine m_timeLine;
     DriftCorrection m_drift;
     std::unique_ptr<FineResampler> m_resampler; ///< null while nothing has to be corrected
-    std::optional<MediaTime> m_origin;
-    qint64 m_appended = 0;  ///< frames before the correction of drift
-    qint64 m_delivered = 0; ///< frames after it
+    std::optional<MediaTime> m_origin; ///< when the track began; none before its first cycle
+    qint64 m_appended = 0;             ///< frames before the correction of drift
+    qint64 m_delivered = 0;            ///< frames after it
     Record m_record;
     std::vector<float> m_history; ///< the last frames that were delivered untouched
     std::vector<float> m_stretched;

@@ -3,6 +3,7 @@
 #include "platform/linux/secrets/SecretItems.h"
 #include "platform/linux/secrets/SecretWorker.h"
 
+#include <QPromise>
 #include <QStringDecoder>
 
 namespace
@@ -45,11 +46,16 @@ void SecretServiceStore::add(const QString &service, const QString &account, con
 
 std::optional<QString> SecretServiceStore::find(const QString &service, const QString &account)
 {
-    // Shared: a call that comes back late still writes it.
-    const auto found = std::make_shared<std::optional<std::string>>();
-    const bool hasAnswered = m_worker->runWithin(
-        m_patience, [key = keyOf(service, account), found] { *found = SecretItems::find(key); });
-    return hasAnswered && *found ? textOf(**found) : std::nullopt;
+    // Shared: a call that comes back late still finishes it.
+    const auto answer = std::make_shared<QPromise<std::optional<QString>>>();
+    m_lastAnswer = answer->future();
+    answer->start();
+    const auto search = [key = keyOf(service, account), answer] {
+        const auto found = SecretItems::find(key);
+        answer->addResult(found ? textOf(*found) : std::nullopt);
+        answer->finish();
+    };
+    return m_worker->runWithin(m_patience, search) ? m_lastAnswer.result() : std::nullopt;
 }
 
 void SecretServiceStore::remove(const QString &service, const QString &account)

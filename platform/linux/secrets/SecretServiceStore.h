@@ -26,9 +26,11 @@ public:
 
     void add(const QString &service, const QString &account, const QString &value) override;
     std::optional<QString> find(const QString &service, const QString &account) override;
+    QFuture<std::optional<QString>> lastAnswer() const override { return m_lastAnswer; }
     void remove(const QString &service, const QString &account) override;
 
 private:
     std::chrono::milliseconds m_patience;
+    QFuture<std::optional<QString>> m_lastAnswer;
     std::shared_ptr<SecretWorker> m_worker; ///< shared with its thread, which may outlive the store
 };

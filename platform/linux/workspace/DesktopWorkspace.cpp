@@ -3,6 +3,7 @@
 #include "platform/WebAddress.h"
 
 #include <QDBusConnection>
+#include <QDBusError>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QFileInfo>
@@ -26,7 +27,8 @@ void callOrOpen(const QDBusMessage &message, const QString &target)
         QDBusConnection::sessionBus().asyncCall(message, answerLimitMilliseconds);
     auto *const watcher = new QDBusPendingCallWatcher(call);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, target] {
-        if (watcher->isError())
+        // Who took the message and is silent may still do what it says; a page is not opened twice.
+        if (watcher->isError() && watcher->error().type() != QDBusError::NoReply)
             QProcess::startDetached(u"xdg-open"_s, {target});
         watcher->deleteLater();
     });

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "audio/AudioRecorder.h"
+#include "cloud/ServiceOrigin.h"
+#include "platform/BundleInformation.h"
+
+class HttpSession;
+class PrefsStore;
+class SecretStore;
+class UpdateAlert;
+class Workspace;
+
+/// What the application stands on; everything must outlive it.
+struct AppPlatform {
+    AudioPlatform audio;
+    PrefsStore &prefs;
+    BundleInformation bundle;
+    ConfiguredOrigin serviceOrigin;
+    HttpSession &http;
+    SecretStore &secrets;
+    Workspace &workspace;
+    UpdateAlert &alert;
+};

@@ -1,0 +1,7 @@
+#pragma once
+
+#include <QString>
+
+/// \p text without what could disguise it, or what stands around it, when it is shown or logged:
+/// control characters, line separators, and marks that change the direction of writing. Any thread.
+QString presentable(const QString &text);
