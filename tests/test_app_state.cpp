@@ -5,6 +5,9 @@
 #include "tests/support/FakeLoginItem.h"
 #include "tests/support/NoService.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QRandomGenerator>
 #include <QTest>
 #include <QThreadPool>
@@ -111,6 +114,8 @@ private Q_SLOTS:
     void stopWithoutFileIsSilent();
     void changesComeInOnePiece();
     void listFollowsTheSaveFolder();
+    void listIsBroughtUpToDateAtStart_data();
+    void listIsBroughtUpToDateAtStart();
     void sameSecondTwiceLosesNothing();
     void failedSystemAudioStopsAndTells_data();
     void failedSystemAudioStopsAndTells();
@@ -309,6 +314,48 @@ void AppStateTest::listFollowsTheSaveFolder()
     const QStringList names = stage.listedNames();
     stage.start();
     QCOMPARE(stage.listedNames(), names);
+}
+
+void AppStateTest::listIsBroughtUpToDateAtStart_data()
+{
+    QTest::addColumn<QByteArray>("list"); // empty: none
+    QTest::addColumn<QStringList>("recordings");
+    QTest::addColumn<QStringList>("stored"); // title and status, or what is there instead
+    const QByteArray interrupted =
+        R"([{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","title":"周会",)"
+        R"("duration":"12s","durationSeconds":12,"when":"刚刚",)"
+        R"("startedAt":757382400,"status":"processing"}])";
+    QTest::newRow("an upload that did not end")
+        << interrupted << QStringList() << QStringList{u"周会 ready"_s};
+    QTest::newRow("no list") << QByteArray() << QStringList{u"a.m4a"_s}
+                             << QStringList{u"a ready"_s};
+    QTest::newRow("a damaged list")
+        << QByteArray("[{") << QStringList{u"a.m4a"_s} << QStringList{u"a ready"_s};
+    QTest::newRow("nothing at all") << QByteArray() << QStringList() << QStringList{u"no file"_s};
+}
+
+void AppStateTest::listIsBroughtUpToDateAtStart()
+{
+    QFETCH(const QByteArray, list);
+    QFETCH(const QStringList, recordings);
+    Stage stage;
+    const auto put = [&stage](const QString &name, const QByteArray &content) {
+        QFile file(stage.rig.home.filePath(name));
+        return file.open(QFile::WriteOnly) && file.write(content) == content.size();
+    };
+    if (!list.isEmpty())
+        QVERIFY(put(u".sessions.json"_s, list));
+    for (const QString &name : recordings)
+        QVERIFY(put(name, QByteArray(96'000, 'a')));
+    stage.start();
+
+    QStringList stored;
+    QFile file(stage.rig.home.filePath(u".sessions.json"_s));
+    if (!file.open(QFile::ReadOnly))
+        stored.append(u"no file"_s);
+    for (const QJsonValue &entry : QJsonDocument::fromJson(file.readAll()).array())
+        stored.append(entry[u"title"_s].toString() + u' ' + entry[u"status"_s].toString());
+    QTEST(stored, "stored");
 }
 
 void AppStateTest::sameSecondTwiceLosesNothing()

@@ -111,17 +111,6 @@ private Q_SLOTS:
         QCOMPARE(defaults.writes, writes);
     }
 
-    void aStoreIsSharedWhileItLives()
-    {
-        FakeDefaults defaults;
-        FakeLoginItem loginItem;
-        for (int i = 0; i < 2; ++i) {
-            PrefsStore store(defaults, loginItem);
-            PrefsStore::share(store);
-            QCOMPARE(&PrefsStore::shared(), &store);
-        }
-    }
-
     void valuesOutliveTheProcess()
     {
         const QTemporaryDir folder;
