@@ -34,6 +34,7 @@ AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds 
 void AppDelegate::applicationDidFinishLaunching()
 {
     m_appState.setAuth(&m_auth);
+    runDetached(m_appState.recoverRecordings());
     m_trayGate.wait();
     QTimer::singleShot(updateCheckDelay, this, &AppDelegate::checkForUpdate);
 }

@@ -1,6 +1,6 @@
 #include "audio/AudioRecorder.h"
 
-#include "audio/TrackMixing.h"
+#include "audio/ClosedTracks.h"
 #include "base/Logger.h"
 #include "base/Tasks.h"
 #include "platform/AudioAssets.h"
@@ -21,46 +21,6 @@ constexpr std::chrono::seconds roomToStart{120};
 AudioQuality sourceQuality(AudioQuality quality)
 {
     return quality == AudioQuality::standard ? AudioQuality::standard : AudioQuality::high;
-}
-
-/// The container alone takes some hundred bytes, and a kilobyte is no tenth of a second.
-QFuture<bool> fileHasContent(const std::optional<QUrl> &url)
-{
-    return inBackground([url] { return url && QFileInfo(url->toLocalFile()).size() > 1024; });
-}
-
-QCoro::Task<> finishTrack(AudioAssets &assets, QUrl track)
-{
-    constexpr Logger logger("audio");
-    const auto finished = co_await assets.finishTrack(track.toLocalFile());
-    if (!finished) {
-        logger.error(
-            u"finishing %1 failed: %2"_s.arg(track.fileName(), finished.error().description()));
-    }
-}
-
-/// From the closed tracks to the file that stands for the recording. Knows no recorder, so that it
-/// ends whatever becomes of that.
-QCoro::Task<std::optional<QUrl>> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
-                                                   std::optional<QUrl> mic,
-                                                   std::unique_ptr<MixAhead> ahead)
-{
-    const bool hasSystem = co_await fileHasContent(system);
-    const bool hasMic = co_await fileHasContent(mic);
-    if (hasSystem && hasMic) {
-        const QUrl result = co_await mixTracks(assets, *system, *mic, std::move(ahead));
-        if (result != *system)
-            co_return result;
-    }
-    ahead.reset();
-    if (hasSystem)
-        co_await finishTrack(assets, *system);
-    const bool stillHasMic = co_await fileHasContent(mic);
-    if (stillHasMic) // a failed mix may have removed it
-        co_await finishTrack(assets, *mic);
-    if (hasSystem)
-        co_return system;
-    co_return hasMic ? mic : std::nullopt;
 }
 } // namespace
 
@@ -155,6 +115,11 @@ QCoro::Task<std::optional<QUrl>> AudioRecorder::stop()
         m_micURL.reset();
     }
     co_return co_await concludeRecording(assets, systemFile, micFile, std::move(ahead));
+}
+
+QCoro::Task<QList<RecoveredRecording>> AudioRecorder::recoverRecordings(RecordingSettings settings)
+{
+    return ::recoverRecordings(m_platform.assets, std::move(settings));
 }
 
 AudioRecorder::Levels AudioRecorder::currentLevels()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "audio/ClosedTracks.h"
 #include "audio/MicRecorder.h"
 #include "audio/RecordingError.h"
 #include "audio/RecordingSettings.h"
@@ -55,6 +56,9 @@ public:
     /// The file of the finished recording; none when nothing usable was recorded, or nothing was
     /// active: a start under way goes on and is ended by a later stop.
     QCoro::Task<std::optional<QUrl>> stop();
+
+    /// Concludes the recordings that an earlier run left when it was killed.
+    QCoro::Task<QList<RecoveredRecording>> recoverRecordings(RecordingSettings settings);
 
     /// Zero while inactive.
     Levels currentLevels();

@@ -17,6 +17,8 @@ namespace
 {
 constexpr qint64 reserveBytes = 4 * 1024 * 1024;
 constexpr int mixBitRate = 136000;
+const auto namePrefix = u"recording-"_s;
+const auto nameFormat = u"yyyy-MM-dd-HH-mm-ss"_s;
 
 QString describe(const std::error_code &error)
 {
@@ -65,9 +67,9 @@ RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime
 {
     const QDir folder(settings.saveDirectory.toLocalFile());
     for (QDateTime second = now;; second = second.addSecs(1)) {
-        const QString stem = u"recording-"_s + second.toString(u"yyyy-MM-dd-HH-mm-ss");
-        const QString system = folder.absoluteFilePath(stem + u".system.m4a"_s);
-        const QString mic = folder.absoluteFilePath(stem + u".mic.m4a"_s);
+        const QString stem = namePrefix + second.toString(nameFormat);
+        const QString system = folder.absoluteFilePath(stem + systemTrackEnding);
+        const QString mic = folder.absoluteFilePath(stem + micTrackEnding);
         const QString mix = folder.absoluteFilePath(stem + u".m4a"_s);
         const auto isListed = [&](const QString &path) {
             return settings.listedFiles.contains(QDir::cleanPath(path));
@@ -78,6 +80,12 @@ RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime
                                   .mix = QUrl::fromLocalFile(mix)};
         }
     }
+}
+
+QDateTime recordingStart(const QUrl &file)
+{
+    return QDateTime::fromString(QFileInfo(file.fileName()).baseName().sliced(namePrefix.size()),
+                                 nameFormat);
 }
 
 QUrl mixURL(const QUrl &systemURL)

@@ -3,12 +3,13 @@
 #include "audio/RecordingError.h"
 #include "audio/RecordingSettings.h"
 
+#include <QDateTime>
+#include <QLatin1String>
 #include <QUrl>
 
 #include <chrono>
 #include <expected>
 
-class QDateTime;
 class Volume;
 
 /// The files of one recording.
@@ -35,6 +36,14 @@ std::expected<void, AudioRecorderError> createSaveFolder(const RecordingSettings
 /// Names after the second of \p now (local time), or after the first later one whose three names
 /// are not among the listed files.
 RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime &now);
+
+/// What the names of the two tracks end with.
+constexpr QLatin1String systemTrackEnding(".system.m4a");
+constexpr QLatin1String micTrackEnding(".mic.m4a");
+
+/// When the recording with the file \p file began, in local time, as its name says; invalid where
+/// it does not.
+QDateTime recordingStart(const QUrl &file);
 
 /// The file that replaces both tracks: the name of \p systemURL without its last two extensions.
 QUrl mixURL(const QUrl &systemURL);

@@ -72,6 +72,10 @@ public:
     /// The capture of the machine's sound has ended by itself for the reason \p message.
     QCoro::Task<> handleSystemAudioError(QString message);
 
+    /// Lists the recordings that an earlier run did not stop because it was killed, or the machine
+    /// was. Too short ones are thrown away as always. Once, at launch.
+    QCoro::Task<> recoverRecordings();
+
     /// For leaving the application: completes when nothing is recorded any more. A recording, also
     /// one that is just starting, is stopped and kept by the usual rules. Never completes if this
     /// object is destroyed meanwhile.
@@ -113,6 +117,7 @@ private:
     void beginRecording();
     std::optional<RecentSession> concludeRecording(const QUrl &file);
     RecentSession makeEntry(const QUrl &file) const;
+    RecentSession makeEntry(const RecoveredRecording &recording) const;
     void tick();
     void handleMicEvent(const MicrophoneEvent &event);
     QCoro::Task<> stopWithoutRoom();
@@ -148,5 +153,6 @@ private:
     QPointer<AuthClient> m_auth;
     QTimer m_timer;
     QDateTime m_recordingStartedAt;
+    bool m_isRecovering = false;
     bool m_startInFlight = false; // also where a failed capture has made the state idle again
 };

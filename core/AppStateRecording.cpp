@@ -10,6 +10,8 @@
 #include <QFile>
 #include <QPointer>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -130,6 +132,51 @@ RecentSession AppState::makeEntry(const QUrl &file) const
     return entry;
 }
 
+RecentSession AppState::makeEntry(const RecoveredRecording &recording) const
+{
+    const QDateTime now = m_clock.now();
+    RecentSession entry;
+    entry.startedAt = recording.startedAt.isValid() ? recording.startedAt : now;
+    entry.title = defaultTitle(entry.startedAt);
+    entry.duration = formatDuration(recording.durationSeconds);
+    entry.durationSeconds = static_cast<qint64>(recording.durationSeconds);
+    entry.when = relativeTime(entry.startedAt, now);
+    entry.fileURL = recording.file;
+    entry.clientRecordingId = clientRecordingId(recording.file);
+    return entry;
+}
+
+QCoro::Task<> AppState::recoverRecordings()
+{
+    const QPointer self(this);
+    m_isRecovering = true;
+    auto settings = recordingSettings();
+    const auto recovered = co_await m_recorder.recoverRecordings(std::move(settings));
+    if (!self)
+        co_return; // the application is closing
+    m_isRecovering = false;
+    QList<RecentSession> entries;
+    for (const RecoveredRecording &recording : recovered) {
+        if (recording.durationSeconds < shortestKeptSeconds)
+            QFile::remove(recording.file.toLocalFile());
+        else
+            entries.append(makeEntry(recording));
+    }
+    for (const RecentSession &entry : entries) {
+        const auto older = std::ranges::find_if(m_recents, [&entry](const RecentSession &listed) {
+            return listed.startedAt < entry.startedAt;
+        });
+        m_recents.insert(older, entry);
+    }
+    if (!entries.isEmpty())
+        saveRecents();
+    Q_EMIT stateChanged(); // for those who wait for it to leave
+    if (!entries.isEmpty())
+        Q_EMIT recentsChanged();
+    for (const RecentSession &entry : entries)
+        uploadAfterStop(entry);
+}
+
 QCoro::Task<> AppState::handleSystemAudioError(QString message)
 {
     if (isStartingOrRecording())
@@ -166,7 +213,7 @@ QCoro::Task<> AppState::stopAndTell(QString message)
 QCoro::Task<> AppState::finishForQuit()
 {
     const QPointer self(this);
-    while (self && (m_state != RecordingState::idle || m_startInFlight)) {
+    while (self && (m_state != RecordingState::idle || m_startInFlight || m_isRecovering)) {
         if (m_state == RecordingState::recording)
             co_await stopRecording();
         else

@@ -5,6 +5,7 @@
 #include <QCoroTask>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <expected>
 #include <memory>
@@ -82,6 +83,10 @@ public:
     /// Gives a closed track its final form: the index in front, the first sample at zero, the exact
     /// length. When that fails the file stays as it was, which plays.
     virtual QCoro::Task<std::expected<void, Error>> finishTrack(QString path) = 0;
+
+    /// The tracks in \p folder, of those whose names fit \p nameFilters, that an ended run has
+    /// neither closed nor finished. Sorted by name.
+    virtual QCoro::Task<QStringList> abandonedTracks(QString folder, QStringList nameFilters) = 0;
 
     /// Removes the temporary files that an interrupted run left in \p folder.
     virtual void removeLeftovers(const QString &folder) = 0;

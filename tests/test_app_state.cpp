@@ -5,6 +5,7 @@
 #include "tests/support/FakeLoginItem.h"
 #include "tests/support/NoService.h"
 
+#include <QCoroTask>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -114,6 +115,8 @@ private Q_SLOTS:
     void stopWithoutFileIsSilent();
     void changesComeInOnePiece();
     void listFollowsTheSaveFolder();
+    void killedRecordingsAreListedAtLaunch_data();
+    void killedRecordingsAreListedAtLaunch();
     void listIsBroughtUpToDateAtStart_data();
     void listIsBroughtUpToDateAtStart();
     void sameSecondTwiceLosesNothing();
@@ -311,6 +314,62 @@ void AppStateTest::listFollowsTheSaveFolder()
     QCOMPARE(stage.app->recents().size(), 2);
     QCOMPARE(QDir(other).entryList(QDir::Files | QDir::Hidden),
              QStringList({u".sessions.json"_s, u"recording-2025-03-07-14-06-00.m4a"_s}));
+    const QStringList names = stage.listedNames();
+    stage.start();
+    QCOMPARE(stage.listedNames(), names);
+}
+
+void AppStateTest::killedRecordingsAreListedAtLaunch_data()
+{
+    QTest::addColumn<QStringList>("tracks"); // left behind, beside "recording-2026-02-03-04-05-06"
+    QTest::addColumn<double>("seconds");
+    QTest::addColumn<QStringList>("listed"); // file, title and duration; the newest first
+    QTest::addColumn<QStringList>("calls");
+    const QStringList mixed{u"abandoned"_s,       u"tracks system"_s,  u"tracks mic"_s,
+                            u"duration system"_s, u"duration mic"_s,   u"export make"_s,
+                            u"export run"_s,      u"duration system"_s};
+    QTest::newRow("both tracks") << QStringList{u".system.m4a"_s, u".mic.m4a"_s} << 75.0
+                                 << QStringList{u"recording-2026-02-03-04-05-06.m4a "
+                                                "录音 2026-02-03 04:05 1m"_s}
+                                 << mixed;
+    QTest::newRow("one track") << QStringList{u".mic.m4a"_s} << 75.0
+                               << QStringList{u"recording-2026-02-03-04-05-06.mic.m4a "
+                                              "录音 2026-02-03 04:05 1m"_s}
+                               << QStringList{u"abandoned"_s, u"finish mic"_s, u"duration mic"_s};
+    QTest::newRow("too short") << QStringList{u".mic.m4a"_s} << 9.9 << QStringList()
+                               << QStringList{u"abandoned"_s, u"finish mic"_s, u"duration mic"_s};
+    QTest::newRow("none") << QStringList() << 75.0 << QStringList() << QStringList{u"abandoned"_s};
+}
+
+void AppStateTest::killedRecordingsAreListedAtLaunch()
+{
+    QFETCH(const QStringList, tracks);
+    QFETCH(const double, seconds);
+    QFETCH(const QStringList, listed);
+    Stage stage;
+    FakeAudioAssets &assets = stage.rig.assets;
+    assets.duration = {{u"system"_s, seconds}, {u"mic"_s, seconds}};
+    const QString stem = stage.rig.home.filePath(u"recording-2026-02-03-04-05-06"_s);
+    for (const QString &ending : tracks) {
+        QFile file(stem + ending);
+        QVERIFY(file.open(QFile::WriteOnly) && file.resize(3000));
+        assets.abandoned.append(file.fileName());
+    }
+    // Twice, as the next launch finds what stands in the list then.
+    for (int launch = 0; launch < 2; ++launch) {
+        stage.rig.script.calls.clear();
+        QCoro::waitFor(stage.app->recoverRecordings());
+        if (launch == 0)
+            QTEST(stage.rig.script.calls, "calls");
+    }
+
+    QStringList found;
+    for (const RecentSession &entry : stage.app->recents()) {
+        found.append(entry.fileURL->fileName() + u' ' + entry.title + u' ' + entry.duration);
+        QVERIFY(QFile::exists(entry.fileURL->toLocalFile()));
+    }
+    QCOMPARE(found, listed);
+    QCOMPARE(QFile::exists(stem + u".mic.m4a"_s), !listed.isEmpty() && tracks.size() == 1);
     const QStringList names = stage.listedNames();
     stage.start();
     QCOMPARE(stage.listedNames(), names);

@@ -182,6 +182,10 @@ private:
     void checkConcluded(bool isMixed, qint64 frames, QMap<QStringList, int> &seen);
     double lostSeconds(double pace, std::chrono::milliseconds life);
     void record(qint64 frames);
+    QStringList abandonedTracks() const
+    {
+        return abandonedTrackFiles(QFileInfo(path()).path(), {u"*.m4a"_s});
+    }
 
     std::unique_ptr<QTemporaryDir> m_folder;
     LiveTracks m_live;
@@ -273,6 +277,7 @@ void TestTrackCrash::record(qint64 frames)
     QVERIFY(writer.addInput(stereo) && writer.startWriting());
     writer.startSession(0ns);
     QVERIFY(appendBlock(writer, 0, noise(0.4, frames * stereo.channelCount, 8)));
+    QCOMPARE(abandonedTracks(), QStringList()); // somebody is writing it
     QCoro::waitFor(writer.finish());
 }
 
@@ -288,10 +293,12 @@ void TestTrackCrash::cutAnywhere()
         replaceContent(path(), whole.first(cut));
         // Noise: the bytes are spread evenly.
         const double there = static_cast<double>(cut) * frames / static_cast<double>(whole.size());
+        QCOMPARE(abandonedTracks(), QStringList{path()});
         const auto torn = decodeFile(path());
         QVERIFY(torn);
         QVERIFY(static_cast<double>(torn->frameCount()) > there - 1.2 * stereo.sampleRate);
         QVERIFY(finishTrackFile(path()));
+        QCOMPARE(abandonedTracks(), QStringList());
         const auto finished = decodeFile(path());
         QVERIFY(finished);
         QCOMPARE(finished->errorCount, 0);

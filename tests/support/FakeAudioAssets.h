@@ -61,6 +61,13 @@ public:
         co_return Finished();
     }
 
+    QCoro::Task<QStringList> abandonedTracks(QString, QStringList) override
+    {
+        co_await m_script.reach(QStringLiteral("abandoned"));
+        const QStringList found = abandoned;
+        co_return found;
+    }
+
     void removeLeftovers(const QString &folder) override
     {
         leftoversFolder = folder;
@@ -71,6 +78,7 @@ public:
     QHash<QString, double> duration;
     std::optional<Error> exportError = Error(QStringLiteral("assets trouble"));
     MixComposition lastComposition;
+    QStringList abandoned;  ///< paths
     QStringList aheadFiles; ///< names of the two tracks and of the output
     QString leftoversFolder;
 

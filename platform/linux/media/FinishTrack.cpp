@@ -5,6 +5,7 @@
 #include "platform/linux/media/M4aMuxer.h"
 #include "platform/linux/media/PartFiles.h"
 
+#include <QDir>
 #include <QFile>
 #include <QScopeGuard>
 
@@ -88,4 +89,16 @@ std::expected<void, Error> finishTrackFile(const QString &path)
         return published;
     removal.dismiss();
     return {};
+}
+
+QStringList abandonedTrackFiles(const QString &folder, const QStringList &nameFilters)
+{
+    const QDir directory(folder);
+    QStringList tracks;
+    for (const QString &name : directory.entryList(nameFilters, QDir::Files, QDir::Name)) {
+        const QString path = directory.absoluteFilePath(name);
+        if (isAbandoned(path) && FragmentReader::open(path))
+            tracks.append(path);
+    }
+    return tracks;
 }

@@ -3,6 +3,7 @@
 #include "base/Error.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <expected>
 
@@ -13,3 +14,6 @@
 /// The new file is made beside the old one, checked, and takes its name; when anything fails the
 /// old one stays. Any thread; takes about a quarter of a second for an hour.
 std::expected<void, Error> finishTrackFile(const QString &path);
+
+/// The fragmented tracks in \p folder that nobody is writing, by name. Any thread.
+QStringList abandonedTrackFiles(const QString &folder, const QStringList &nameFilters);

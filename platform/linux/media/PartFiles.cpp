@@ -9,7 +9,6 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -31,15 +30,19 @@ std::expected<void, Error> publishPart(const QString &target)
     return syncFolder(QFileInfo(target).path());
 }
 
+bool isAbandoned(const QString &path)
+{
+    const FileDescriptor file(::open(QFile::encodeName(path).constData(),
+                                     O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    return file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
 void removeAbandonedParts(const QString &folder)
 {
     const QDir directory(folder);
     const QDir::Filters plainFiles = QDir::Files | QDir::Hidden | QDir::NoSymLinks;
     for (const QString &name : directory.entryList({u".*.m4a.part"_s}, plainFiles)) {
-        const QByteArray path = QFile::encodeName(directory.filePath(name));
-        const FileDescriptor file(
-            ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-        if (file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0)
-            ::unlink(path.constData());
+        if (const QString path = directory.filePath(name); isAbandoned(path))
+            QFile::remove(path);
     }
 }

@@ -17,5 +17,9 @@ QString partPath(const QString &target);
 /// go.
 std::expected<void, Error> publishPart(const QString &target);
 
+/// Whether nobody writes the file at \p path through an OutputFile. False where it cannot be
+/// opened.
+bool isAbandoned(const QString &path);
+
 /// Removes the part files in \p folder that nobody is writing.
 void removeAbandonedParts(const QString &folder);

@@ -134,6 +134,13 @@ QCoro::Task<std::expected<void, Error>> FileAudioAssets::finishTrack(QString pat
     co_return co_await done;
 }
 
+QCoro::Task<QStringList> FileAudioAssets::abandonedTracks(QString folder, QStringList nameFilters)
+{
+    const auto find = [folder, nameFilters] { return abandonedTrackFiles(folder, nameFilters); };
+    const auto found = inBackground(find);
+    co_return co_await found;
+}
+
 void FileAudioAssets::removeLeftovers(const QString &folder)
 {
     inBackground([folder] { removeAbandonedParts(folder); });

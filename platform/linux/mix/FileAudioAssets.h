@@ -22,6 +22,7 @@ public:
                                               const QString &outputPath,
                                               std::unique_ptr<MixAhead> ahead) override;
     QCoro::Task<std::expected<void, Error>> finishTrack(QString path) override;
+    QCoro::Task<QStringList> abandonedTracks(QString folder, QStringList nameFilters) override;
     void removeLeftovers(const QString &folder) override;
 
 private:

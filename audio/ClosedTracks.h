@@ -1,0 +1,43 @@
+#pragma once
+
+#include "audio/RecordingSettings.h"
+
+#include <QCoroTask>
+#include <QDateTime>
+#include <QFuture>
+#include <QList>
+#include <QUrl>
+
+#include <memory>
+#include <optional>
+
+class AudioAssets;
+class MixAhead;
+
+/// From the closed tracks of a recording to the file that stands for it. None of these knows a
+/// recorder, so that they end whatever becomes of that. Main thread; the work runs elsewhere.
+/// \p assets must outlive them.
+
+/// Whether there is a file, and sound in it.
+QFuture<bool> fileHasContent(const std::optional<QUrl> &url);
+
+/// A failure is logged; the file stays as it was, which plays.
+QCoro::Task<> finishTrack(AudioAssets &assets, QUrl track);
+
+/// Mixes both tracks, or finishes the one that has sound; none where neither has. \p ahead may be
+/// null.
+QCoro::Task<std::optional<QUrl>> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
+                                                   std::optional<QUrl> mic,
+                                                   std::unique_ptr<MixAhead> ahead);
+
+/// A recording that was not stopped, because the program or the machine ended.
+struct RecoveredRecording {
+    QUrl file;
+    QDateTime startedAt; ///< to the second, as its name says
+    double durationSeconds = 0.0;
+};
+
+/// Concludes the recordings that an earlier run left in the folder of \p settings. One that is
+/// among the listed files is left alone.
+QCoro::Task<QList<RecoveredRecording>> recoverRecordings(AudioAssets &assets,
+                                                         RecordingSettings settings);
