@@ -39,8 +39,8 @@ QByteArray waveHeader(quint32 dataBytes, quint16 channels)
     return header;
 }
 
-/// \p kind is that of pactl: sinks or sources. Never suspended: WirePlumber 0.4 crashes when an idle
-/// device goes away within its timeout.
+/// \p kind is that of pactl: sinks or sources. Never suspended: WirePlumber 0.4 crashes when an
+/// idle device goes away within its timeout.
 QString addDevice(const QString &kind, const QString &name, const QStringList &arguments)
 {
     const QStringList command{u"pactl"_s, u"load-module"_s, u"module-null-sink"_s,
