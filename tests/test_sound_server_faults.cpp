@@ -137,7 +137,7 @@ void TestSoundServerFaults::survivesAShortFreeze()
     meeting.end();
     // However long silence is filled in, it is not told over and over.
     const QStringList lines = log.take().filter(u"filled in"_s);
-    QVERIFY2(lines.size() >= 2 && lines.size() <= 4, qPrintable(lines.join(u'\n')));
+    QVERIFY2(lines.size() >= 2 && lines.size() <= 12, qPrintable(lines.join(u'\n')));
     qInfo("length %.1f ms off", meeting.lengthError * 1000.0);
     QVERIFY(std::abs(meeting.lengthError) < 0.1);
     QVERIFY(meeting.system.sound.isWithoutHoles());
