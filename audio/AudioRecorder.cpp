@@ -1,13 +1,10 @@
 #include "audio/AudioRecorder.h"
 
-#include "audio/ClosedTracks.h"
-#include "base/Logger.h"
 #include "base/Tasks.h"
 #include "platform/AudioAssets.h"
 #include "platform/Clock.h"
 #include "platform/Volume.h"
 
-#include <QFileInfo>
 #include <QPointer>
 
 #include <algorithm>
@@ -104,6 +101,7 @@ QCoro::Task<std::optional<QUrl>> AudioRecorder::stop()
     AudioAssets &assets = m_platform.assets;
     m_isActive = false;
     m_isBusy = true;
+    m_finishFailure.reset();
     auto ahead = std::move(m_mixAhead);
     const auto systemFile = co_await m_system.stop();
     if (!self)
@@ -114,7 +112,11 @@ QCoro::Task<std::optional<QUrl>> AudioRecorder::stop()
         m_systemURL.reset();
         m_micURL.reset();
     }
-    co_return co_await concludeRecording(assets, systemFile, micFile, std::move(ahead));
+    const auto concluded =
+        co_await concludeRecording(assets, systemFile, micFile, std::move(ahead));
+    if (self)
+        m_finishFailure = concluded.failure;
+    co_return concluded.file;
 }
 
 QCoro::Task<QList<RecoveredRecording>> AudioRecorder::recoverRecordings(RecordingSettings settings)

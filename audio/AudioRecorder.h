@@ -57,6 +57,9 @@ public:
     /// active: a start under way goes on and is ended by a later stop.
     QCoro::Task<std::optional<QUrl>> stop();
 
+    /// Why a file of the last recording could not be made plain; it plays all the same.
+    const std::optional<Error> &finishFailure() const { return m_finishFailure; }
+
     /// Concludes the recordings that an earlier run left when it was killed.
     QCoro::Task<QList<RecoveredRecording>> recoverRecordings(RecordingSettings settings);
 
@@ -96,6 +99,7 @@ private:
     bool m_isAskingForRoom = false;
     std::optional<QUrl> m_systemURL; // while the source runs
     std::optional<QUrl> m_micURL;
+    std::optional<Error> m_finishFailure;
     RecordingRoom m_room;
     std::unique_ptr<MixAhead> m_mixAhead;
 };

@@ -15,26 +15,16 @@ namespace
 {
 constexpr Logger logger("audio");
 
-struct Tracks {
-    std::optional<QUrl> system;
-    std::optional<QUrl> mic;
-};
-
-/// By what the names of a recording's files have in common. The other track may have been finished
-/// before the end came.
-QMap<QString, Tracks> tracksByRecording(const QStringList &paths, const QSet<QString> &listedFiles)
+/// The other track of a recording may have been finished before the end came, so that it is not
+/// among \p tracks. By the recordings' own files, so that each is there once.
+QMap<QString, RecordingFiles> unlistedRecordings(const QStringList &tracks,
+                                                 const RecordingSettings &settings)
 {
-    QMap<QString, Tracks> recordings;
-    for (const QString &path : paths) {
-        const QString stem = path.chopped(
-            path.endsWith(systemTrackEnding) ? systemTrackEnding.size() : micTrackEnding.size());
-        const bool isListed = listedFiles.contains(stem + u".m4a"_s) ||
-                              listedFiles.contains(stem + systemTrackEnding) ||
-                              listedFiles.contains(stem + micTrackEnding);
-        if (isListed)
-            continue;
-        recordings[stem] = {.system = QUrl::fromLocalFile(stem + systemTrackEnding),
-                            .mic = QUrl::fromLocalFile(stem + micTrackEnding)};
+    QMap<QString, RecordingFiles> recordings;
+    for (const QString &track : tracks) {
+        const RecordingFiles files = recordingFiles(track);
+        if (!files.isListed(settings))
+            recordings.insert(files.mix.toLocalFile(), files);
     }
     return recordings;
 }
@@ -46,35 +36,45 @@ QFuture<bool> fileHasContent(const std::optional<QUrl> &url)
     return inBackground([url] { return url && QFileInfo(url->toLocalFile()).size() > 1024; });
 }
 
-QCoro::Task<> finishTrack(AudioAssets &assets, QUrl track)
+QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track)
 {
     const auto finished = co_await assets.finishTrack(track.toLocalFile());
     if (!finished) {
         logger.error(
             u"finishing %1 failed: %2"_s.arg(track.fileName(), finished.error().description()));
     }
+    co_return finished;
 }
 
-QCoro::Task<std::optional<QUrl>> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
-                                                   std::optional<QUrl> mic,
-                                                   std::unique_ptr<MixAhead> ahead)
+QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
+                                                  std::optional<QUrl> mic,
+                                                  std::unique_ptr<MixAhead> ahead)
 {
+    ConcludedRecording concluded;
     const bool hasSystem = co_await fileHasContent(system);
     const bool hasMic = co_await fileHasContent(mic);
     if (hasSystem && hasMic) {
         const QUrl result = co_await mixTracks(assets, *system, *mic, std::move(ahead));
-        if (result != *system)
-            co_return result;
+        if (result != *system) {
+            concluded.file = result;
+            co_return concluded;
+        }
     }
     ahead.reset();
     if (hasSystem)
-        co_await finishTrack(assets, *system);
-    const bool stillHasMic = co_await fileHasContent(mic);
-    if (stillHasMic) // a failed mix may have removed it
-        co_await finishTrack(assets, *mic);
-    if (hasSystem)
-        co_return system;
-    co_return hasMic ? mic : std::nullopt;
+        concluded.file = system;
+    else if (hasMic)
+        concluded.file = mic;
+    const QList<std::optional<QUrl>> tracks{system, mic};
+    for (const auto &track : tracks) {
+        const bool remains = co_await fileHasContent(track); // a failed mix may have removed one
+        if (!remains)
+            continue;
+        const auto finished = co_await finishTrack(assets, *track);
+        if (!finished)
+            concluded.failure = finished.error();
+    }
+    co_return concluded;
 }
 
 QCoro::Task<QList<RecoveredRecording>> recoverRecordings(AudioAssets &assets,
@@ -83,11 +83,12 @@ QCoro::Task<QList<RecoveredRecording>> recoverRecordings(AudioAssets &assets,
     const QStringList filters{u"recording-*"_s + systemTrackEnding,
                               u"recording-*"_s + micTrackEnding};
     const QString folder = settings.saveDirectory.toLocalFile();
-    const QStringList paths = co_await assets.abandonedTracks(folder, filters);
-    const auto recordings = tracksByRecording(paths, settings.listedFiles);
+    const QStringList tracks = co_await assets.abandonedTracks(folder, filters);
+    const auto recordings = unlistedRecordings(tracks, settings);
     QList<RecoveredRecording> recovered;
-    for (const Tracks &tracks : recordings) {
-        const auto file = co_await concludeRecording(assets, tracks.system, tracks.mic, nullptr);
+    for (const RecordingFiles &files : recordings) {
+        const auto concluded = co_await concludeRecording(assets, files.system, files.mic, nullptr);
+        const auto &file = concluded.file;
         if (!file)
             continue;
         const auto duration = co_await assets.durationSeconds(file->toLocalFile());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "audio/RecordingSettings.h"
+#include "base/Error.h"
 
 #include <QCoroTask>
 #include <QDateTime>
@@ -8,6 +9,7 @@
 #include <QList>
 #include <QUrl>
 
+#include <expected>
 #include <memory>
 #include <optional>
 
@@ -21,14 +23,19 @@ class MixAhead;
 /// Whether there is a file, and sound in it.
 QFuture<bool> fileHasContent(const std::optional<QUrl> &url);
 
-/// A failure is logged; the file stays as it was, which plays.
-QCoro::Task<> finishTrack(AudioAssets &assets, QUrl track);
+/// A failure is logged, too; the file stays as it was, which plays.
+QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track);
 
-/// Mixes both tracks, or finishes the one that has sound; none where neither has. \p ahead may be
-/// null.
-QCoro::Task<std::optional<QUrl>> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
-                                                   std::optional<QUrl> mic,
-                                                   std::unique_ptr<MixAhead> ahead);
+/// What became of a recording.
+struct ConcludedRecording {
+    std::optional<QUrl> file;     ///< that stands for it; none where neither track has sound
+    std::optional<Error> failure; ///< of finishing a track
+};
+
+/// Mixes both tracks, or finishes those that have sound. \p ahead may be null.
+QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
+                                                  std::optional<QUrl> mic,
+                                                  std::unique_ptr<MixAhead> ahead);
 
 /// A recording that was not stopped, because the program or the machine ended.
 struct RecoveredRecording {

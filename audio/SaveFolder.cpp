@@ -9,6 +9,8 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 
 using namespace Qt::StringLiterals;
@@ -32,7 +34,23 @@ QString describe(const std::error_code &error)
         return u"同名位置上不是文件夹"_s;
     return QString::fromStdString(error.message());
 }
+
+/// \p stem: the path that the names of the files have in common.
+RecordingFiles filesOf(const QString &stem)
+{
+    const QString path = QDir::cleanPath(stem);
+    return RecordingFiles{.system = QUrl::fromLocalFile(path + systemTrackEnding),
+                          .mic = QUrl::fromLocalFile(path + micTrackEnding),
+                          .mix = QUrl::fromLocalFile(path + u".m4a"_s)};
+}
 } // namespace
+
+bool RecordingFiles::isListed(const RecordingSettings &settings) const
+{
+    return std::ranges::any_of(std::array{system, mic, mix}, [&settings](const QUrl &file) {
+        return settings.listedFiles.contains(file.toLocalFile());
+    });
+}
 
 bool RecordingRoom::lasts(const Volume &volume, std::chrono::seconds duration) const
 {
@@ -67,19 +85,17 @@ RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime
 {
     const QDir folder(settings.saveDirectory.toLocalFile());
     for (QDateTime second = now;; second = second.addSecs(1)) {
-        const QString stem = namePrefix + second.toString(nameFormat);
-        const QString system = folder.absoluteFilePath(stem + systemTrackEnding);
-        const QString mic = folder.absoluteFilePath(stem + micTrackEnding);
-        const QString mix = folder.absoluteFilePath(stem + u".m4a"_s);
-        const auto isListed = [&](const QString &path) {
-            return settings.listedFiles.contains(QDir::cleanPath(path));
-        };
-        if (!isListed(system) && !isListed(mic) && !isListed(mix)) {
-            return RecordingFiles{.system = QUrl::fromLocalFile(system),
-                                  .mic = QUrl::fromLocalFile(mic),
-                                  .mix = QUrl::fromLocalFile(mix)};
-        }
+        const QString name = namePrefix + second.toString(nameFormat);
+        const RecordingFiles files = filesOf(folder.absoluteFilePath(name));
+        if (!files.isListed(settings))
+            return files;
     }
+}
+
+RecordingFiles recordingFiles(const QString &path)
+{
+    const bool isSystem = path.endsWith(systemTrackEnding);
+    return filesOf(path.chopped(isSystem ? systemTrackEnding.size() : micTrackEnding.size()));
 }
 
 QDateTime recordingStart(const QUrl &file)

@@ -12,11 +12,14 @@
 
 class Volume;
 
-/// The files of one recording.
+/// The files of one recording. Their paths are clean, as those of the listed files are.
 struct RecordingFiles {
     QUrl system;
     QUrl mic;
     QUrl mix;
+
+    /// Whether one of them is among the listed files of \p settings.
+    bool isListed(const RecordingSettings &settings) const;
 };
 
 /// How much room a recording takes, and where.
@@ -40,6 +43,9 @@ RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime
 /// What the names of the two tracks end with.
 constexpr QLatin1String systemTrackEnding(".system.m4a");
 constexpr QLatin1String micTrackEnding(".mic.m4a");
+
+/// The files of the recording that the track at \p path belongs to.
+RecordingFiles recordingFiles(const QString &path);
 
 /// When the recording with the file \p file began, in local time, as its name says; invalid where
 /// it does not.

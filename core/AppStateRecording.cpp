@@ -20,6 +20,17 @@ namespace
 constexpr double shortestKeptSeconds = 10.0;
 constexpr int ticksBetweenRoomChecks = 5;
 constexpr auto roomToGoOn = 60s;
+
+RecentSession untitledEntry(const QUrl &file, double seconds, const QDateTime &startedAt)
+{
+    RecentSession entry;
+    entry.duration = formatDuration(seconds);
+    entry.durationSeconds = static_cast<qint64>(seconds);
+    entry.startedAt = startedAt;
+    entry.fileURL = file;
+    entry.clientRecordingId = clientRecordingId(file);
+    return entry;
+}
 } // namespace
 
 void AppState::toggleRecording()
@@ -112,6 +123,8 @@ std::optional<RecentSession> AppState::concludeRecording(const QUrl &file)
         kept = makeEntry(file);
         m_recents.prepend(*kept);
         saveRecents();
+        if (const auto &failure = m_recorder.finishFailure())
+            m_lastError = u"录音已保存，但文件整理失败："_s + failure->description();
     }
     m_sessionTitle.clear();
     m_selectedTag.reset();
@@ -121,28 +134,20 @@ std::optional<RecentSession> AppState::concludeRecording(const QUrl &file)
 RecentSession AppState::makeEntry(const QUrl &file) const
 {
     const QDateTime now = m_clock.now();
-    RecentSession entry;
+    const QDateTime startedAt = m_recordingStartedAt.isValid() ? m_recordingStartedAt : now;
+    RecentSession entry = untitledEntry(file, m_elapsed, startedAt);
     entry.title = m_sessionTitle.isEmpty() ? defaultTitle(now) : m_sessionTitle;
-    entry.duration = formatDuration(m_elapsed);
-    entry.durationSeconds = static_cast<qint64>(m_elapsed);
     entry.when = u"刚刚"_s;
-    entry.startedAt = m_recordingStartedAt.isValid() ? m_recordingStartedAt : now;
-    entry.fileURL = file;
-    entry.clientRecordingId = clientRecordingId(file);
     return entry;
 }
 
 RecentSession AppState::makeEntry(const RecoveredRecording &recording) const
 {
     const QDateTime now = m_clock.now();
-    RecentSession entry;
-    entry.startedAt = recording.startedAt.isValid() ? recording.startedAt : now;
-    entry.title = defaultTitle(entry.startedAt);
-    entry.duration = formatDuration(recording.durationSeconds);
-    entry.durationSeconds = static_cast<qint64>(recording.durationSeconds);
-    entry.when = relativeTime(entry.startedAt, now);
-    entry.fileURL = recording.file;
-    entry.clientRecordingId = clientRecordingId(recording.file);
+    const QDateTime startedAt = recording.startedAt.isValid() ? recording.startedAt : now;
+    RecentSession entry = untitledEntry(recording.file, recording.durationSeconds, startedAt);
+    entry.title = defaultTitle(startedAt);
+    entry.when = relativeTime(startedAt, now);
     return entry;
 }
 

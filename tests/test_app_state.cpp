@@ -111,6 +111,7 @@ private Q_SLOTS:
     void failedStartChangesOnlyStateAndMessage();
     void nineSecondsDiscardTheRecording();
     void tenSecondsKeepTheRecording();
+    void unfinishedFileIsKeptAndTold();
     void tagLivesForOneRecording();
     void stopWithoutFileIsSilent();
     void changesComeInOnePiece();
@@ -256,6 +257,17 @@ void AppStateTest::titleIsTakenAsTyped()
     }
 }
 
+void AppStateTest::unfinishedFileIsKeptAndTold()
+{
+    Stage stage;
+    stage.app->setMicOn(false);
+    stage.rig.script.failAt(u"finish system"_s);
+    stage.record(10);
+    QCOMPARE(stage.listedNames(), QStringList(u"recording-2025-03-07-14-05-00.system.m4a"_s));
+    QVERIFY(QFile::exists(stage.app->recents().first().fileURL->toLocalFile()));
+    QCOMPARE(stage.app->lastError(), u"录音已保存，但文件整理失败：assets trouble"_s);
+}
+
 void AppStateTest::tagLivesForOneRecording()
 {
     Stage stage;
@@ -349,7 +361,9 @@ void AppStateTest::killedRecordingsAreListedAtLaunch()
     Stage stage;
     FakeAudioAssets &assets = stage.rig.assets;
     assets.duration = {{u"system"_s, seconds}, {u"mic"_s, seconds}};
-    const QString stem = stage.rig.home.filePath(u"recording-2026-02-03-04-05-06"_s);
+    // However the folder is spelled, what is listed is known again.
+    stage.prefs.setSaveLocation(stage.rig.home.path() + u"/."_s);
+    const QString stem = stage.prefs.saveLocation() + u"/recording-2026-02-03-04-05-06"_s;
     for (const QString &ending : tracks) {
         QFile file(stem + ending);
         QVERIFY(file.open(QFile::WriteOnly) && file.resize(3000));
