@@ -19,7 +19,7 @@ private Q_SLOTS:
 void TestSampleRing::keepsOrderBetweenThreads()
 {
     constexpr quint64 cycles = 200'000;
-    SampleRing ring(2, 64, 4096);
+    SampleRing ring(2, 4099);
     std::thread writer([&ring] {
         std::vector<float> samples;
         float value = 0.0F;
@@ -38,16 +38,14 @@ void TestSampleRing::keepsOrderBetweenThreads()
     bool isInOrder = true;
     std::vector<float> samples;
     for (quint64 number = 0; number < cycles;) {
-        const CapturedCycle *front = ring.front();
-        if (front == nullptr) {
+        const auto cycle = ring.take(samples);
+        if (!cycle) {
             std::this_thread::yield();
             continue;
         }
-        isInOrder = isInOrder && front->ticks == number &&
-                    front->frames == static_cast<quint32>(1 + number % 37);
-        const std::size_t count = front->frames * 2U;
-        ring.take(samples);
-        isInOrder = isInOrder && samples.size() == count;
+        isInOrder = isInOrder && cycle->ticks == number &&
+                    cycle->frames == static_cast<quint32>(1 + number % 37) &&
+                    samples.size() == cycle->frames * 2U;
         for (const float sample : samples) {
             expected = expected < 1e6F ? expected + 1 : 0;
             isInOrder = isInOrder && sample == expected;
@@ -56,32 +54,37 @@ void TestSampleRing::keepsOrderBetweenThreads()
     }
     writer.join();
     QVERIFY(isInOrder);
-    QVERIFY(ring.front() == nullptr);
+    QVERIFY(!ring.take(samples));
 }
 
 void TestSampleRing::countsWhatDoesNotFit()
 {
-    SampleRing ring(1, 4, 1024);
-    const std::vector<float> samples(500, 1.0F);
-    for (quint64 number = 0; number < 4; ++number)
-        ring.write({MediaTime(0), number, 48000, 500}, samples);
-    QCOMPARE(ring.takeLostFrames(), 1000U);
-    QCOMPARE(ring.takeLostFrames(), 0U);
-    QCOMPARE(ring.highestFill(), 1000U);
-
+    // Two cycles fit; a third does not, whatever has been taken before.
+    constexpr std::size_t frames = 500;
+    SampleRing ring(1, 3 * (frames + SampleRing::headerSamples) - 1);
+    const std::vector<float> samples(frames, 1.0F);
     std::vector<float> taken;
-    ring.take(taken);
-    QVERIFY(ring.write({MediaTime(0), 7, 48000, 500}, samples));
-    QCOMPARE(ring.front()->ticks, 1U);
-    ring.take(taken);
-    QCOMPARE(ring.front()->ticks, 7U);
+    quint64 number = 0;
+    for (int round = 0; round < 3; ++round) {
+        const quint64 first = number;
+        for (int cycle = 0; cycle < 4; ++cycle)
+            ring.write({MediaTime(0), number++, 48000, frames}, samples);
+        QCOMPARE(ring.takeLostFrames(), 2 * frames);
+        QCOMPARE(ring.takeLostFrames(), 0U);
+        QCOMPARE(ring.take(taken)->ticks, first);
+        QVERIFY(ring.write({MediaTime(0), number++, 48000, frames}, samples));
+        QCOMPARE(ring.take(taken)->ticks, first + 1);
+        QCOMPARE(ring.take(taken)->ticks, first + 4);
+        QVERIFY(!ring.take(taken));
+    }
+    QCOMPARE(ring.highestFill(), 2 * (frames + SampleRing::headerSamples));
 
-    // Many short cycles run out of places before they run out of samples.
-    ring.take(taken);
-    QCOMPARE(ring.front(), nullptr);
-    for (quint64 number = 0; number < 5; ++number)
-        ring.write({MediaTime(0), number, 48000, 10}, std::span(samples).first(10));
-    QCOMPARE(ring.takeLostFrames(), 10U);
+    // What never fits leaves the ring as it was.
+    const std::vector<float> tooLong(4 * frames, 1.0F);
+    QVERIFY(!ring.write({MediaTime(0), 0, 48000, 4 * frames}, tooLong));
+    QVERIFY(ring.write({MediaTime(0), 99, 48000, frames}, samples));
+    QCOMPARE(ring.take(taken)->ticks, 99U);
+    QCOMPARE(taken, samples);
 }
 
 void TestSampleRing::holdsTenSeconds_data()

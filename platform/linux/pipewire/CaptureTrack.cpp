@@ -121,9 +121,8 @@ void CaptureTrack::run()
     m_lastWatch = mediaNow();
     const MediaTime hold = isMicrophone() ? newsDelay : MediaTime(0);
     while (!m_isStopping) {
-        const bool isHolding = m_stream->ring().front() != nullptr;
-        m_stream->wait(isHolding ? std::chrono::round<std::chrono::milliseconds>(hold)
-                                 : watchInterval);
+        m_stream->wait(m_held.empty() ? watchInterval
+                                      : std::chrono::round<std::chrono::milliseconds>(hold));
         drain(hold);
         watch();
     }
@@ -140,21 +139,29 @@ void CaptureTrack::run()
     completeStart(std::unexpected(cancelled()));
 }
 
-void CaptureTrack::drain(MediaTime hold)
+void CaptureTrack::takeArrived()
 {
-    while (const CapturedCycle *front = m_stream->ring().front()) {
+    for (HeldCycle arrived;; m_held.push_back(std::move(arrived))) {
+        const auto cycle = m_stream->ring().take(arrived.samples);
+        if (!cycle)
+            return;
+        arrived.cycle = *cycle;
         m_idle = MediaTime(0);
         completeStart({});
-        if (front->now + hold > mediaNow())
-            return;
-        const CapturedCycle cycle = *front;
-        const bool isHeard = !isMicrophone() || mayBeHeard(cycle, hold);
-        m_stream->ring().take(m_samples);
+    }
+}
+
+void CaptureTrack::drain(MediaTime hold)
+{
+    takeArrived();
+    for (; !m_held.empty() && m_held.front().cycle.now + hold <= mediaNow(); m_held.pop_front()) {
+        HeldCycle &held = m_held.front();
+        const bool isHeard = !isMicrophone() || mayBeHeard(held.cycle, hold);
         if (!isHeard) {
-            std::ranges::fill(m_samples, 0.0F);
-            m_withheld += cycle.frames;
+            std::ranges::fill(held.samples, 0.0F);
+            m_withheld += held.cycle.frames;
         }
-        m_assembler.append(cycle, m_samples);
+        m_assembler.append(held.cycle, held.samples);
     }
 }
 

@@ -10,11 +10,13 @@
 #include <QPromise>
 
 #include <atomic>
+#include <deque>
 #include <expected>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 /// One source from the sound server to its listener: a stream, and the worker thread that drains
 /// it into a continuous track and watches over it.
@@ -56,11 +58,17 @@ private:
         bool operator==(const Record &) const = default;
     };
 
+    struct HeldCycle {
+        CapturedCycle cycle;
+        std::vector<float> samples;
+    };
+
     std::expected<void, Error> open();
     bool isMicrophone() const { return !m_settings.stream.capturesSink; }
 
     // The worker.
     void run();
+    void takeArrived();
     void drain(MediaTime hold);
     bool mayBeHeard(const CapturedCycle &cycle, MediaTime hold);
     void watch();
@@ -86,7 +94,8 @@ private:
 
     // The worker's own.
     TrackAssembler m_assembler;
-    std::vector<float> m_samples;
+    std::deque<HeldCycle> m_held; ///< arrived, and waiting for the news; not in the ring, which
+                                  ///< begins at its front only when it is empty
     qint64 m_withheld = 0;
     Record m_logged;
     Record m_seen; ///< at the last look

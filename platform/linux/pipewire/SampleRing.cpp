@@ -1,82 +1,90 @@
 #include "platform/linux/pipewire/SampleRing.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 
 namespace
 {
 /// What waits as a rule fits here; touched before the data thread comes.
 constexpr std::size_t usualSamples = 1U << 15U;
+
+using Header = std::array<float, SampleRing::headerSamples>;
 } // namespace
 
 SampleRing SampleRing::tenSeconds(int channelCount)
 {
-    constexpr std::size_t cycles = 1U << 14U;
-    constexpr std::size_t frames = 1U << 19U;
-    return {channelCount, cycles, frames * static_cast<std::size_t>(channelCount)};
+    constexpr std::size_t frames = 480'000;
+    constexpr std::size_t shortestCycle = 32;
+    return {channelCount, frames * static_cast<std::size_t>(channelCount) +
+                              frames / shortestCycle * headerSamples};
 }
 
-SampleRing::SampleRing(int channelCount, std::size_t cycleCapacity, std::size_t sampleCapacity)
+SampleRing::SampleRing(int channelCount, std::size_t capacity)
     : m_channelCount(static_cast<std::size_t>(channelCount))
-    , m_slots(cycleCapacity)
-    , m_sampleCapacity(sampleCapacity)
-    , m_samples(std::make_unique_for_overwrite<float[]>(sampleCapacity))
+    , m_capacity(capacity)
+    , m_memory(std::make_unique_for_overwrite<float[]>(capacity))
 {
-    std::fill_n(m_samples.get(), std::min(sampleCapacity, usualSamples), 0.0F);
+    std::fill_n(m_memory.get(), std::min(capacity, usualSamples), 0.0F);
 }
 
-/// With nothing waiting the worker touches neither counter nor samples.
-void SampleRing::rewind() noexcept
+std::span<float> SampleRing::untilWrap(std::size_t begin, std::size_t count) const noexcept
 {
-    m_samplesWritten += m_sampleCapacity - 1;
-    m_samplesWritten -= m_samplesWritten & (m_sampleCapacity - 1);
-    m_samplesTaken.store(m_samplesWritten, std::memory_order_relaxed);
+    const std::size_t place = begin % m_capacity;
+    return {m_memory.get() + place, std::min(count, m_capacity - place)};
+}
+
+/// Where the next begins.
+std::size_t SampleRing::copyIn(std::size_t begin, std::span<const float> samples) noexcept
+{
+    const auto first = untilWrap(begin, samples.size());
+    std::ranges::copy(samples.first(first.size()), first.begin());
+    std::ranges::copy(samples.subspan(first.size()), m_memory.get());
+    return begin + samples.size();
 }
 
 bool SampleRing::write(const CapturedCycle &cycle, std::span<const float> samples) noexcept
 {
-    const std::size_t written = m_cyclesWritten.load(std::memory_order_relaxed);
-    const std::size_t cycles = written - m_cyclesTaken.load(std::memory_order_acquire);
-    if (cycles == 0)
-        rewind();
-    const std::size_t waiting =
-        m_samplesWritten - m_samplesTaken.load(std::memory_order_acquire) + samples.size();
-    if (cycles == m_slots.size() || waiting > m_sampleCapacity) {
+    const std::size_t written = m_written.load(std::memory_order_relaxed);
+    std::size_t taken = m_taken.load(std::memory_order_acquire);
+    if (taken == written) {
+        // Nothing waits, so that the worker touches neither counter nor memory.
+        taken = (written + m_capacity - 1) / m_capacity * m_capacity;
+        m_taken.store(taken, std::memory_order_relaxed);
+    }
+    const std::size_t begin = std::max(taken, written);
+    const std::size_t waiting = begin - taken + headerSamples + samples.size();
+    if (waiting > m_capacity) {
         m_lostFrames.fetch_add(cycle.frames, std::memory_order_relaxed);
         return false;
     }
-    const std::size_t begin = m_samplesWritten & (m_sampleCapacity - 1);
-    const auto untilWrap = samples.first(std::min(samples.size(), m_sampleCapacity - begin));
-    std::ranges::copy(untilWrap, m_samples.get() + begin);
-    std::ranges::copy(samples.subspan(untilWrap.size()), m_samples.get());
-    m_slots[written & (m_slots.size() - 1)] = {cycle, m_samplesWritten};
-    m_samplesWritten += samples.size();
-    m_cyclesWritten.store(written + 1, std::memory_order_release);
+    const std::size_t samplesBegin = copyIn(begin, std::bit_cast<Header>(cycle));
+    m_written.store(copyIn(samplesBegin, samples), std::memory_order_release);
     if (waiting > m_highestFill.load(std::memory_order_relaxed))
         m_highestFill.store(waiting, std::memory_order_relaxed);
     return true;
 }
 
-const CapturedCycle *SampleRing::front() const noexcept
+std::optional<CapturedCycle> SampleRing::take(std::vector<float> &samples)
 {
-    const std::size_t taken = m_cyclesTaken.load(std::memory_order_relaxed);
-    if (taken == m_cyclesWritten.load(std::memory_order_acquire))
-        return nullptr;
-    return &m_slots[taken & (m_slots.size() - 1)].cycle;
-}
-
-void SampleRing::take(std::vector<float> &samples)
-{
-    const std::size_t taken = m_cyclesTaken.load(std::memory_order_relaxed);
-    const Slot &slot = m_slots[taken & (m_slots.size() - 1)];
-    const std::size_t count = slot.cycle.frames * m_channelCount;
-    const std::span<const float> all(m_samples.get(), m_sampleCapacity);
-    const std::size_t begin = slot.begin & (m_sampleCapacity - 1);
-    const auto untilWrap = all.subspan(begin, std::min(count, m_sampleCapacity - begin));
-    const auto wrapped = all.first(count - untilWrap.size());
-    samples.assign(untilWrap.begin(), untilWrap.end());
-    samples.insert(samples.end(), wrapped.begin(), wrapped.end());
-    m_samplesTaken.store(slot.begin + count, std::memory_order_release);
-    m_cyclesTaken.store(taken + 1, std::memory_order_release);
+    // In this order: the data thread moves what was taken past what was written before it writes.
+    const std::size_t written = m_written.load(std::memory_order_acquire);
+    std::size_t begin = m_taken.load(std::memory_order_relaxed);
+    if (begin >= written)
+        return std::nullopt;
+    const auto copyOut = [this, &begin](std::span<float> out) {
+        const auto first = untilWrap(begin, out.size());
+        std::ranges::copy(first, out.begin());
+        std::copy_n(m_memory.get(), out.size() - first.size(), out.begin() + std::ssize(first));
+        begin += out.size();
+    };
+    Header header;
+    copyOut(header);
+    const auto cycle = std::bit_cast<CapturedCycle>(header);
+    samples.resize(cycle.frames * m_channelCount);
+    copyOut(samples);
+    m_taken.store(begin, std::memory_order_release);
+    return cycle;
 }
 
 quint64 SampleRing::takeLostFrames() noexcept

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -17,48 +18,44 @@
 class SampleRing
 {
 public:
+    /// What a cycle takes besides its samples, in samples.
+    static constexpr std::size_t headerSamples = sizeof(CapturedCycle) / sizeof(float);
+
     /// Room for ten seconds at 48 kHz, however short the cycles are (the shortest has 32 frames).
     static SampleRing tenSeconds(int channelCount);
 
-    /// \p cycleCapacity and \p sampleCapacity (all channels together) are powers of two.
-    SampleRing(int channelCount, std::size_t cycleCapacity, std::size_t sampleCapacity);
+    /// \p capacity: samples of all channels together, headers included.
+    SampleRing(int channelCount, std::size_t capacity);
 
     /// For the data thread. False when there was no room. \p samples has cycle.frames frames.
     bool write(const CapturedCycle &cycle, std::span<const float> samples) noexcept;
 
-    /// For the worker. The oldest cycle, or null; valid until it is taken.
-    const CapturedCycle *front() const noexcept;
-
-    /// For the worker. Moves the samples of front() into \p samples, which is replaced.
-    void take(std::vector<float> &samples);
+    /// For the worker. The oldest cycle; its samples go into \p samples, which is replaced. Null
+    /// where none waits.
+    std::optional<CapturedCycle> take(std::vector<float> &samples);
 
     /// For the worker. Frames that found no room since the last call.
     quint64 takeLostFrames() noexcept;
 
-    /// Samples of all channels that were waiting at the worst moment so far. Any thread.
+    /// Samples of all channels that were waiting at the worst moment so far, headers included. Any
+    /// thread.
     std::size_t highestFill() const noexcept
     {
         return m_highestFill.load(std::memory_order_relaxed);
     }
 
 private:
-    struct Slot {
-        CapturedCycle cycle;
-        std::size_t begin = 0; ///< of its samples, counted like m_samplesWritten
-    };
-
-    void rewind() noexcept;
+    std::span<float> untilWrap(std::size_t begin, std::size_t count) const noexcept;
+    std::size_t copyIn(std::size_t begin, std::span<const float> samples) noexcept;
 
     const std::size_t m_channelCount;
-    std::vector<Slot> m_slots;
-    const std::size_t m_sampleCapacity;
-    const std::unique_ptr<float[]> m_samples; ///< its pages come with the first use
+    const std::size_t m_capacity;
+    const std::unique_ptr<float[]> m_memory; ///< its pages come with the first use
 
-    // Counters of everything ever written or taken; the place in the memory is the remainder.
-    std::atomic<std::size_t> m_cyclesWritten{0};
-    std::atomic<std::size_t> m_cyclesTaken{0};
-    std::atomic<std::size_t> m_samplesTaken{0};
-    std::size_t m_samplesWritten = 0; ///< data thread only
+    // Counters of everything ever written or taken, and of what was skipped to begin at the front;
+    // the place in the memory is the remainder.
+    std::atomic<std::size_t> m_written{0};
+    std::atomic<std::size_t> m_taken{0};
     std::atomic<quint64> m_lostFrames{0};
     std::atomic<std::size_t> m_highestFill{0};
 };
