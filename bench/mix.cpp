@@ -1,7 +1,7 @@
 // The mix against FFmpeg's command-line program doing the same sum and the same encode, and how
 // long a stop waits for a mix that was made while recording.
 //
-//   bench_mix [minutes of sound, 20] [hours of the long recording, 4] [its speed, 60]
+//   bench_mix [minutes of sound, 20] [hours of the long recording, 4] [its speed, 30]
 
 #include "bench/MeetingSound.h"
 #include "platform/linux/media/AacEncoder.h"
@@ -339,7 +339,7 @@ int main(int argc, char **argv)
     }
     const int minutes = arguments.value(1, u"20"_s).toInt();
     const double hours = arguments.value(2, u"4"_s).toDouble();
-    const double speed = arguments.value(3, u"60"_s).toDouble();
+    const double speed = arguments.value(3, u"30"_s).toDouble();
 
     const QTemporaryDir temporary;
     const QDir folder(temporary.path());

@@ -14,7 +14,8 @@
 struct AudioEncoding {
     int sampleRate = 48000; ///< frames per second
     int channelCount = 2;
-    int bitRate = 128000; ///< bits per second
+    int bitRate = 128000;     ///< bits per second
+    int highestFrequency = 0; ///< Hz; 0 for the encoder's own choice
 };
 
 /// Writes one track into one file, which plays at any moment up to the last second or so.

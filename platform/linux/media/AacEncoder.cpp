@@ -52,11 +52,14 @@ int AacEncoder::State::open(const AudioEncoding &encoding)
     codec->sample_fmt = AV_SAMPLE_FMT_FLTP;
     codec->sample_rate = encoding.sampleRate;
     codec->bit_rate = encoding.bitRate;
+    codec->cutoff = encoding.highestFrequency;
     codec->time_base = {1, encoding.sampleRate};
     codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER | AV_CODEC_FLAG_BITEXACT;
     av_channel_layout_default(&codec->ch_layout, encoding.channelCount);
     // At these rates as good as the default coder, at a half to a fifth of its cost on speech.
     av_opt_set(codec->priv_data, "aac_coder", "fast", 0);
+    // Temporal noise shaping takes time here and loses 0.15 dB.
+    av_opt_set_int(codec->priv_data, "aac_tns", 0, 0);
     if (const int result = avcodec_open2(codec.get(), aac, nullptr); result < 0)
         return result;
     if (codec->frame_size != aacFrameLength || codec->initial_padding != aacFrameLength)
