@@ -95,7 +95,8 @@ public:
         auth.emplace(configured, http, secrets, workspace);
         app->setAuth(&*auth);
         const bool hasUnknown = !std::ranges::all_of(entries, &RecentSession::isUploaded);
-        const qsizetype awaited = !isSignedIn ? 0 : hasUnknown ? 2 : 1;
+        const qsizetype exchanges = hasUnknown ? 2 : 1;
+        const qsizetype awaited = isSignedIn ? exchanges : 0;
         waitUntil([&] { return script.calls.size() == awaited && !http.isBusy(); });
         http.restart();
         service->clearRequests();
