@@ -15,6 +15,8 @@ namespace
 {
 
 constexpr double gap = 1;
+constexpr auto activeInterval = 33'333us; // a thirtieth of a second
+constexpr auto idleInterval = 125ms;
 
 } // namespace
 
@@ -24,7 +26,7 @@ LevelMeter::LevelMeter(int bars, QWidget *parent)
     , m_timeline(new Timeline(*this))
 {
     setFixedSize(40, 14);
-    m_timeline->setInterval(125ms);
+    m_timeline->setInterval(idleInterval);
 }
 
 void LevelMeter::setLevel(double level)
@@ -37,7 +39,7 @@ void LevelMeter::setActive(bool isActive)
     if (m_isActive == isActive)
         return;
     m_isActive = isActive;
-    m_timeline->setInterval(isActive ? 33ms : 125ms);
+    m_timeline->setInterval(isActive ? activeInterval : idleInterval);
     update();
 }
 

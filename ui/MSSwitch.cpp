@@ -12,7 +12,6 @@ namespace
 constexpr QSize capsuleSize{30, 17};
 constexpr double inset = 1.5;
 constexpr double knobRadius = 7;
-constexpr double shadowRadius = 1;
 
 QEasingCurve easeInOut()
 {
@@ -28,13 +27,14 @@ QColor between(const QColor &from, const QColor &to, double position)
                   mixed(from.blue(), to.blue()));
 }
 
-// Black at 30 % behind a disc, blurred over the shadow's radius on either side of its edge.
+// The shadow is black at 30 %, blurred by 1 (the deviation of the bell curve) around the knob's
+// edge, and ends where the capsule does.
 void paintKnob(QPainter &painter, QPointF centre)
 {
-    constexpr double reach = knobRadius + shadowRadius;
+    constexpr double reach = knobRadius + inset;
     QRadialGradient shadow(centre, reach);
-    shadow.setColorAt((knobRadius - shadowRadius) / reach, QColor::fromRgbF(0, 0, 0, 0.30F));
     shadow.setColorAt(knobRadius / reach, QColor::fromRgbF(0, 0, 0, 0.15F));
+    shadow.setColorAt((knobRadius + 1) / reach, QColor::fromRgbF(0, 0, 0, 0.048F));
     shadow.setColorAt(1, Qt::transparent);
     painter.setBrush(shadow);
     painter.drawEllipse(centre, reach, reach);

@@ -6,6 +6,8 @@
 
 #include <QPainter>
 #include <QPen>
+#include <QPixmap>
+#include <QPixmapCache>
 
 #include <cmath>
 
@@ -95,8 +97,34 @@ void paintGlyph(QPainter &painter, QPointF centre, Look look)
         painter.drawRoundedRect(around(centre, 18), 3, 3);
         return;
     case Look::stopping:
-        return paintSpinner(painter, centre, Timeline::seconds());
+        return; // a spinner, which moves
     }
+}
+
+// What stands still. Kept, as it is the costliest to draw and is needed at every tick.
+QPixmap face(Look look, bool isDown, double pixelRatio)
+{
+    const QString key =
+        u"record button %1 %2 %3"_s.arg(static_cast<int>(look)).arg(isDown).arg(pixelRatio);
+    QPixmap pixmap;
+    if (QPixmapCache::find(key, &pixmap))
+        return pixmap;
+    pixmap = QPixmap((QSizeF(side, side) * pixelRatio).toSize());
+    pixmap.setDevicePixelRatio(pixelRatio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QPointF centre(side / 2.0, side / 2.0);
+    if (const QColor accent = accentOf(look); accent.isValid()) {
+        paintRing(painter, centre, MS::faded(accent, look == Look::live ? 0.18 : 0.15));
+        paintDisc(painter, around(centre, discDiameter), MS::faded(accent, isDown ? 0.7 : 0.5));
+    } else {
+        paintRing(painter, centre, MS::border);
+    }
+    paintGlyph(painter, centre, look);
+    painter.end();
+    QPixmapCache::insert(key, pixmap);
+    return pixmap;
 }
 
 } // namespace
@@ -117,7 +145,7 @@ void RecordButton::setLook(Look look)
     m_look = look;
     setEnabled(look == Look::idle || look == Look::live);
     setAccessibleName(nameOf(look));
-    m_timeline->setInterval(look == Look::disabled ? 0ms : 33ms);
+    m_timeline->setInterval(look == Look::disabled ? 0us : 33'333us);
     update();
 }
 
@@ -136,17 +164,15 @@ bool RecordButton::hitButton(const QPoint &position) const
 void RecordButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
     const QPointF centre = QRectF(rect()).center();
-    const QColor accent = accentOf(m_look);
-    if (accent.isValid()) {
-        RecordButtonRipple::paint(painter, centre, accent, Timeline::seconds());
-        paintRing(painter, centre, MS::faded(accent, m_look == Look::live ? 0.18 : 0.15));
-        paintDisc(painter, around(centre, discDiameter), MS::faded(accent, isDown() ? 0.7 : 0.5));
-    } else {
-        paintRing(painter, centre, MS::border);
-    }
-    paintGlyph(painter, centre, m_look);
+    const double pixelRatio = devicePixelRatioF();
+    if (const QColor accent = accentOf(m_look); accent.isValid())
+        painter.drawImage(
+            QPointF(), RecordButtonRipple::picture(side, pixelRatio, accent, Timeline::seconds()));
+    painter.drawPixmap(QPointF(), face(m_look, isDown(), pixelRatio));
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (m_look == Look::stopping)
+        paintSpinner(painter, centre, Timeline::seconds());
     if (hasFocus()) {
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(MS::textDim, 1.5));

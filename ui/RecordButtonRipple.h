@@ -1,8 +1,6 @@
 #pragma once
 
-class QColor;
-class QPainter;
-class QPointF;
+#include <QImage>
 
 /// Two rings, a second apart, that spread behind the record button and fade. Without state: they
 /// follow from the time.
@@ -17,6 +15,6 @@ public:
     /// Ring \p k, 0 or 1, at \p seconds since 1970.
     static Ring ring(int k, double seconds);
 
-    static void paint(QPainter &painter, const QPointF &centre, const QColor &color,
-                      double seconds);
+    /// Both rings around the middle of a square of \p side points, with \p pixelRatio pixels each.
+    static QImage picture(int side, double pixelRatio, const QColor &color, double seconds);
 };

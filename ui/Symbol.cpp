@@ -27,15 +27,16 @@ struct Drawing {
     int margin = 0;
 };
 
-// Edges of the drawings lie on the pixels of a square of 22. What a tray shows is drawn for 16 as
-// well, where 22 would blur, and stands in the middle of 24.
+// Edges of the drawings lie on the pixels of a square of 22, which stands in the middle of one of
+// 24. Where other sizes would blur too much, a drawing of its own lies in a folder named after
+// them.
 Drawing drawingFor(QStringView name, int side)
 {
     const QString file = u":/symbols/%1.svg"_s.arg(name);
     if (side % 24 == 0)
         return {file, side / 24};
-    const QString small = u":/symbols/16/%1.svg"_s.arg(name);
-    return {side % 16 == 0 && QFile::exists(small) ? small : file, 0};
+    const QString exact = u":/symbols/%1/%2.svg"_s.arg(side).arg(name);
+    return {QFile::exists(exact) ? exact : file, 0};
 }
 
 // The drawings are black; a tray and a theme have colours of their own. Null for an unknown name.

@@ -21,16 +21,26 @@ Timeline::Timeline(QWidget &part)
     , m_part(part)
     , m_timer(this)
 {
-    connect(&m_timer, &QTimer::timeout, &m_part, qOverload<>(&QWidget::update));
+    m_timer.setSingleShot(true);
+    m_timer.setTimerType(Qt::PreciseTimer);
+    connect(&m_timer, &QTimer::timeout, this, [this] {
+        m_part.update();
+        waitForTick();
+    });
     m_part.installEventFilter(this);
 }
 
-void Timeline::setInterval(std::chrono::milliseconds interval)
+void Timeline::setInterval(std::chrono::microseconds interval)
 {
     if (m_interval == interval)
         return;
     m_interval = interval;
     run();
+}
+
+std::chrono::microseconds Timeline::interval() const
+{
+    return m_timer.isActive() ? m_interval : std::chrono::microseconds(0);
 }
 
 double Timeline::seconds()
@@ -53,7 +63,15 @@ bool Timeline::eventFilter(QObject *watched, QEvent *event)
 void Timeline::run()
 {
     if (m_part.isVisible() && m_interval.count() > 0)
-        m_timer.start(m_interval);
+        waitForTick();
     else
         m_timer.stop();
+}
+
+void Timeline::waitForTick()
+{
+    // The timer counts whole milliseconds: rounded up, it never fires before the tick.
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    const auto left = m_interval - now % m_interval;
+    m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(left));
 }

@@ -9,6 +9,9 @@ class QWidget;
 
 /// Repaints a part of a panel at an interval, for as long as that part is visible. Owned by the
 /// part. Main thread.
+///
+/// The ticks of all parts fall on multiples of their intervals, so that those which are due at the
+/// same time are painted and sent to the screen together.
 class Timeline : public QObject
 {
     Q_OBJECT
@@ -17,7 +20,10 @@ public:
     explicit Timeline(QWidget &part);
 
     /// Zero: the part stands still.
-    void setInterval(std::chrono::milliseconds interval);
+    void setInterval(std::chrono::microseconds interval);
+
+    /// The interval at which the part is repainted now: zero while it is hidden or stands still.
+    std::chrono::microseconds interval() const;
 
     /// Now, in seconds since 1970: what every moving part draws.
     static double seconds();
@@ -29,8 +35,9 @@ public:
 
 private:
     void run();
+    void waitForTick();
 
     QWidget &m_part;
     QTimer m_timer;
-    std::chrono::milliseconds m_interval{0};
+    std::chrono::microseconds m_interval{0};
 };

@@ -15,6 +15,8 @@ namespace
 {
 
 constexpr double gap = 2;
+constexpr auto liveInterval = 50ms;
+constexpr auto idleInterval = 166'667us; // a sixth of a second
 
 // What is no number counts as silence.
 double share(double value)
@@ -33,7 +35,7 @@ Waveform::Waveform(int bars, double seed, QWidget *parent)
     , m_playedColor(MS::amber)
 {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    m_timeline->setInterval(167ms);
+    m_timeline->setInterval(idleInterval);
 }
 
 void Waveform::setLive(bool isLive)
@@ -41,7 +43,7 @@ void Waveform::setLive(bool isLive)
     if (m_isLive == isLive)
         return;
     m_isLive = isLive;
-    m_timeline->setInterval(isLive ? 50ms : 167ms);
+    m_timeline->setInterval(isLive ? liveInterval : idleInterval);
     update();
 }
 
