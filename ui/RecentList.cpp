@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -32,11 +33,12 @@ RecentList::RecentList(AppState &app, Workspace &workspace, QWidget *parent)
     m_bar->setSingleStep(wheelStep);
     connect(m_bar, &QScrollBar::valueChanged, this, &RecentList::place);
     connect(&m_app, &AppState::recentsChanged, this, &RecentList::refresh);
-    refresh();
 }
 
 void RecentList::refresh()
 {
+    if (!isVisible())
+        return;
     const Anchor seen = anchor();
     measure();
     if (indexOf(m_current) < 0 && !m_slots.isEmpty())
@@ -47,14 +49,28 @@ void RecentList::refresh()
 
 void RecentList::measure()
 {
-    const int width = m_viewport->width();
     m_slots.clear();
     m_slots.reserve(m_app.recents().size());
     m_total = 0;
     for (const RecentSession &session : m_app.recents()) {
         m_slots.append(Slot{.id = session.id, .top = m_total});
-        m_total += RecentRow::heightFor(session, width);
+        m_total += heightOf(session);
     }
+}
+
+/// What is wrapped takes too long to lay out ten thousand times at every change.
+int RecentList::heightOf(const RecentSession &session)
+{
+    const int width = m_viewport->width();
+    if (session.status != RecentSession::Status::failed)
+        return RecentRow::heightFor(session, width);
+    if (width != std::exchange(m_measuredWidth, width))
+        m_measuredHeights.clear();
+    const QString text = RecentRow::subtitle(session);
+    auto height = m_measuredHeights.constFind(text);
+    if (height == m_measuredHeights.cend())
+        height = m_measuredHeights.insert(text, RecentRow::heightFor(session, width));
+    return *height;
 }
 
 /// The first entry in view. None at the very top, where new entries are to be seen.
@@ -217,6 +233,11 @@ void RecentList::resizeEvent(QResizeEvent *)
     const int barWidth = m_bar->sizeHint().width();
     m_viewport->setGeometry(0, 0, std::max(0, width() - barWidth), height());
     m_bar->setGeometry(width() - barWidth, 0, barWidth, height());
+    refresh();
+}
+
+void RecentList::showEvent(QShowEvent *)
+{
     refresh();
 }
 
