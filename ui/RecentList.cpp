@@ -19,6 +19,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 constexpr int wheelStep = 16;
+constexpr int gap = 2; // between two rows
 } // namespace
 
 RecentList::RecentList(AppState &app, Workspace &workspace, QWidget *parent)
@@ -54,8 +55,9 @@ void RecentList::measure()
     m_total = 0;
     for (const RecentSession &session : m_app.recents()) {
         m_slots.append(Slot{.id = session.id, .top = m_total});
-        m_total += heightOf(session);
+        m_total += heightOf(session) + gap;
     }
+    m_total = std::max(0, m_total - gap);
 }
 
 /// What is wrapped takes too long to lay out ten thousand times at every change.
@@ -261,5 +263,5 @@ qsizetype RecentList::slotAt(int y) const
 
 int RecentList::bottomOf(qsizetype index) const
 {
-    return index + 1 < m_slots.size() ? m_slots.at(index + 1).top : m_total;
+    return index + 1 < m_slots.size() ? m_slots.at(index + 1).top - gap : m_total;
 }

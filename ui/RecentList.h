@@ -33,7 +33,7 @@ protected:
     void wheelEvent(QWheelEvent *event) override;
 
 private:
-    /// Where an entry lies; its height ends where the next one begins.
+    /// Where an entry lies; it ends shortly above the next one.
     struct Slot {
         QUuid id;
         int top = 0;
