@@ -31,7 +31,7 @@ CaptureHeader::CaptureHeader(AppState &app, QWidget *parent)
     , m_app(app)
     , m_heading(new SectionLabel(u"● CAPTURE"_s, MS::faint, this))
     , m_dot(new StatusDot(6, this))
-    , m_word(new TextLabel(MS::monospaced(10.5, QFont::Medium), MS::moss, this))
+    , m_word(new TextLabel({}, MS::monospaced(10.5, QFont::Medium), MS::moss, this))
 {
     m_heading->setObjectName(u"captureHeading"_s);
     m_dot->setObjectName(u"pillDot"_s);

@@ -29,7 +29,7 @@ ButtonFace closeFace()
 ErrorStrip::ErrorStrip(AppState &app, QWidget *parent)
     : QWidget(parent)
     , m_app(app)
-    , m_message(new TextLabel(MS::system(11), MS::textDim, this))
+    , m_message(new TextLabel({}, MS::system(11), MS::textDim, this))
 {
     setObjectName(u"errorStrip"_s);
     m_message->setObjectName(u"message"_s);
@@ -48,7 +48,6 @@ ErrorStrip::ErrorStrip(AppState &app, QWidget *parent)
     row->addWidget(close);
 
     connect(&m_app, &AppState::lastErrorChanged, this, &ErrorStrip::refresh);
-    connect(&m_app, &AppState::stateChanged, this, &ErrorStrip::refresh);
     refresh();
 }
 

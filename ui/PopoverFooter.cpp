@@ -66,14 +66,13 @@ PopoverFooter::PopoverFooter(AuthClient &auth, Workspace &workspace, const Confi
     , m_workspace(workspace)
     , m_origin(origin)
     , m_web(new PlainButton(webFace(), u"打开网页版 →"_s, this))
-    , m_shortcut(new TextLabel(MS::system(10), MS::faint, this))
+    , m_shortcut(new TextLabel(u"⌃⌥R"_s, MS::system(10), MS::faint, this))
     , m_account(new PlainButton(accountFace(false), {}, this))
     , m_gear(new PlainButton(gearFace(), {}, this))
     , m_menu(new QMenu(this))
 {
     m_web->setObjectName(u"openWeb"_s);
     m_shortcut->setObjectName(u"shortcut"_s);
-    m_shortcut->setText(u"⌃⌥R"_s);
     m_account->setObjectName(u"account"_s);
     m_account->setElideMode(Qt::ElideMiddle);
     m_account->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);

@@ -12,12 +12,14 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 constexpr int wheelStep = 16;
+constexpr int gap = 2; // between two rows
 } // namespace
 
 RecentList::RecentList(AppState &app, Workspace &workspace, QWidget *parent)
@@ -32,11 +34,12 @@ RecentList::RecentList(AppState &app, Workspace &workspace, QWidget *parent)
     m_bar->setSingleStep(wheelStep);
     connect(m_bar, &QScrollBar::valueChanged, this, &RecentList::place);
     connect(&m_app, &AppState::recentsChanged, this, &RecentList::refresh);
-    refresh();
 }
 
 void RecentList::refresh()
 {
+    if (!isVisible())
+        return;
     const Anchor seen = anchor();
     measure();
     if (indexOf(m_current) < 0 && !m_slots.isEmpty())
@@ -47,14 +50,29 @@ void RecentList::refresh()
 
 void RecentList::measure()
 {
-    const int width = m_viewport->width();
     m_slots.clear();
     m_slots.reserve(m_app.recents().size());
     m_total = 0;
     for (const RecentSession &session : m_app.recents()) {
         m_slots.append(Slot{.id = session.id, .top = m_total});
-        m_total += RecentRow::heightFor(session, width);
+        m_total += heightOf(session) + gap;
     }
+    m_total = std::max(0, m_total - gap);
+}
+
+/// What is wrapped takes too long to lay out ten thousand times at every change.
+int RecentList::heightOf(const RecentSession &session)
+{
+    const int width = m_viewport->width();
+    if (session.status != RecentSession::Status::failed)
+        return RecentRow::heightFor(session, width);
+    if (width != std::exchange(m_measuredWidth, width))
+        m_measuredHeights.clear();
+    const QString text = RecentRow::subtitle(session);
+    auto height = m_measuredHeights.constFind(text);
+    if (height == m_measuredHeights.cend())
+        height = m_measuredHeights.insert(text, RecentRow::heightFor(session, width));
+    return *height;
 }
 
 /// The first entry in view. None at the very top, where new entries are to be seen.
@@ -220,6 +238,11 @@ void RecentList::resizeEvent(QResizeEvent *)
     refresh();
 }
 
+void RecentList::showEvent(QShowEvent *)
+{
+    refresh();
+}
+
 void RecentList::wheelEvent(QWheelEvent *event)
 {
     QCoreApplication::sendEvent(m_bar, event);
@@ -240,5 +263,5 @@ qsizetype RecentList::slotAt(int y) const
 
 int RecentList::bottomOf(qsizetype index) const
 {
-    return index + 1 < m_slots.size() ? m_slots.at(index + 1).top : m_total;
+    return index + 1 < m_slots.size() ? m_slots.at(index + 1).top - gap : m_total;
 }

@@ -7,6 +7,7 @@
 
 class AppState;
 class RecentRow;
+struct RecentSession;
 class QScrollBar;
 class Workspace;
 
@@ -14,7 +15,8 @@ class Workspace;
 ///
 /// Rows exist only for what is visible, and for the entry that has or had the keyboard last; they
 /// are used again for other entries. An entry is known by its identifier: what is in view, and
-/// where the keyboard is, stay with it when the list changes.
+/// where the keyboard is, stay with it when the list changes. While it is hidden it follows
+/// nothing.
 class RecentList : public QWidget
 {
     Q_OBJECT
@@ -27,10 +29,11 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    void showEvent(QShowEvent *event) override;
     void wheelEvent(QWheelEvent *event) override;
 
 private:
-    /// Where an entry lies; its height ends where the next one begins.
+    /// Where an entry lies; it ends shortly above the next one.
     struct Slot {
         QUuid id;
         int top = 0;
@@ -42,6 +45,7 @@ private:
 
     void refresh();
     void measure();
+    int heightOf(const RecentSession &session);
     void scrollTo(const Anchor &anchor);
     void place();
     QList<qsizetype> wantedSlots() const;
@@ -61,7 +65,9 @@ private:
     QWidget *m_viewport;
     QScrollBar *m_bar;
     QList<Slot> m_slots;
-    int m_total = 0; // height of all entries
+    int m_total = 0;                       // height of all entries
+    QHash<QString, int> m_measuredHeights; // of rows that failed, by their subtitle
+    int m_measuredWidth = 0;
     QUuid m_current; // where Tab stops
     QHash<QUuid, RecentRow *> m_rows;
     QList<RecentRow *> m_spareRows;

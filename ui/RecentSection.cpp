@@ -18,8 +18,7 @@ constexpr int leastHeight = 60;
 
 TextLabel *centredLine(const QString &text, const QFont &font, const QColor &color)
 {
-    auto *const line = new TextLabel(font, color);
-    line->setText(text);
+    auto *const line = new TextLabel(text, font, color);
     line->setAlignment(Qt::AlignCenter);
     return line;
 }

@@ -29,8 +29,8 @@ SignInBanner::SignInBanner(AuthClient &auth, QWidget *parent)
     : QWidget(parent)
     , m_auth(auth)
     , m_icon(new SymbolLabel(u"cloud"_s, 14, MS::amber, this))
-    , m_title(new TextLabel(MS::system(11.5), MS::text, this))
-    , m_subtitle(new TextLabel(MS::system(10.5), MS::faint, this))
+    , m_title(new TextLabel({}, MS::system(11.5), MS::text, this))
+    , m_subtitle(new TextLabel({}, MS::system(10.5), MS::faint, this))
 {
     setObjectName(u"signInBanner"_s);
     m_title->setObjectName(u"title"_s);

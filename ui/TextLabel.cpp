@@ -44,19 +44,21 @@ QStringList wrapped(const QFont &font, const QString &text, int width, int maxim
     return lines;
 }
 
-/// As much of \p text as could be shown at all. A page of an error would take long to lay out.
-QString start(const QString &text, int width, int lines)
+/// A page of an error would take long to lay out, and nobody sees it.
+QString start(const QString &text)
 {
-    return text.left(static_cast<qsizetype>(std::max(width, 1)) * lines);
+    constexpr qsizetype longest = 2000;
+    return text.left(longest);
 }
 } // namespace
 
-TextLabel::TextLabel(const QFont &font, const QColor &color, QWidget *parent)
+TextLabel::TextLabel(const QString &text, const QFont &font, const QColor &color, QWidget *parent)
     : QLabel(parent)
     , m_color(color)
 {
     setTextFormat(Qt::PlainText);
     setFont(font);
+    setText(text);
 }
 
 void TextLabel::setColor(const QColor &color)
@@ -79,10 +81,10 @@ void TextLabel::setElideMode(Qt::TextElideMode mode)
 
 int TextLabel::lineCount(const QFont &font, const QString &text, int width, int maximum)
 {
-    // No character of our fonts is wider than the font is high, so that most need no layout.
+    // Hardly any character is wider than its font is high, so that most texts need no layout.
     if (text.size() * font.pixelSize() <= width && !text.contains(u'\n'))
         return 1;
-    const QString words = paragraphs(start(text, width, maximum));
+    const QString words = paragraphs(start(text));
     return std::max(1, static_cast<int>(wrapped(font, words, width, maximum).size()));
 }
 
@@ -95,10 +97,11 @@ QStringList TextLabel::shownLines() const
 {
     const QFontMetrics metrics(font());
     const int free = contentsRect().width();
-    if (m_maximumLines == 1)
-        return {metrics.elidedText(start(text(), free, 1).simplified(), m_elideMode, free)};
-    const QString words = paragraphs(start(text(), free, m_maximumLines));
-    QStringList lines = wrapped(font(), words, free, m_maximumLines);
+    const int lineLimit = std::clamp(contentsRect().height() / metrics.height(), 1, m_maximumLines);
+    if (lineLimit == 1)
+        return {metrics.elidedText(start(text()).simplified(), m_elideMode, free)};
+    const QString words = paragraphs(start(text()));
+    QStringList lines = wrapped(font(), words, free, lineLimit);
     if (!lines.isEmpty())
         lines.last() = metrics.elidedText(lines.last(), Qt::ElideRight, free);
     return lines;
@@ -107,7 +110,7 @@ QStringList TextLabel::shownLines() const
 QSize TextLabel::sizeHint() const
 {
     const QFontMetricsF metrics(font());
-    const double advance = metrics.horizontalAdvance(start(text(), maximumWidth(), 1).simplified());
+    const double advance = metrics.horizontalAdvance(start(text()).simplified());
     const QMargins margins = contentsMargins();
     return QSize(static_cast<int>(std::ceil(advance)), QFontMetrics(font()).height())
         .grownBy(margins);

@@ -13,12 +13,14 @@ class TextLabel : public QLabel
     Q_OBJECT
 
 public:
-    TextLabel(const QFont &font, const QColor &color, QWidget *parent = nullptr);
+    TextLabel(const QString &text, const QFont &font, const QColor &color,
+              QWidget *parent = nullptr);
 
     const QColor &color() const { return m_color; }
     void setColor(const QColor &color);
 
-    /// One unless set. With more the text is wrapped.
+    /// One unless set. With more the text is wrapped. Fewer are shown where the height is for
+    /// fewer.
     void setMaximumLines(int lines);
 
     /// Where a single line is cut: at its end unless set.

@@ -15,7 +15,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 constexpr double radius = 8.0;
-constexpr int iconWidth = 18;
 constexpr int meterBars = 12;
 } // namespace
 
@@ -32,16 +31,12 @@ ToggleRow::ToggleRow(const QString &icon, const QString &label, const QString &s
 
     auto *const texts = new QVBoxLayout;
     texts->setSpacing(1);
-    texts->addWidget(new TextLabel(MS::system(12.5), MS::text, this));
-    texts->addWidget(new TextLabel(MS::system(10), MS::faint, this));
-    static_cast<TextLabel *>(texts->itemAt(0)->widget())->setText(label);
-    static_cast<TextLabel *>(texts->itemAt(1)->widget())->setText(sub);
-
+    texts->addWidget(new TextLabel(label, MS::system(12.5), MS::text));
+    texts->addWidget(new TextLabel(sub, MS::system(10), MS::faint));
     auto *const row = new QHBoxLayout(this);
     row->setContentsMargins(10, 8, 10, 8);
     row->setSpacing(10);
-    row->addWidget(m_icon, 0, Qt::AlignCenter);
-    row->setStretch(0, 0);
+    row->addWidget(m_icon);
     row->addLayout(texts, 1);
     row->addWidget(m_meter);
     row->addWidget(m_switch);
