@@ -88,9 +88,11 @@ void paintGlyph(QPainter &painter, QPointF centre, Look look)
 {
     switch (look) {
     case Look::disabled:
-        return paintDisc(painter, around(centre, 20), MS::faint);
+        paintDisc(painter, around(centre, 20), MS::faint);
+        return;
     case Look::idle:
-        return paintDisc(painter, around(centre, 20), MS::inkOnAmber);
+        paintDisc(painter, around(centre, 20), MS::inkOnAmber);
+        return;
     case Look::live:
         painter.setPen(Qt::NoPen);
         painter.setBrush(MS::inkOnAmber);
