@@ -15,7 +15,9 @@ constexpr std::chrono::seconds updateCheckDelay{5};
 } // namespace
 
 AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds second)
-    : m_appState(platform.audio, MediaUploader(platform.serviceOrigin, platform.http),
+    : m_workspace(platform.workspace)
+    , m_serviceOrigin(platform.serviceOrigin)
+    , m_appState(platform.audio, MediaUploader(platform.serviceOrigin, platform.http),
                  platform.prefs, second)
     , m_auth(platform.serviceOrigin, platform.http, platform.secrets, platform.workspace)
     , m_updater(platform.serviceOrigin, platform.bundle,
@@ -26,7 +28,7 @@ AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds 
 {
     if (!platform.serviceOrigin)
         m_logger.error(u"service origin: "_s + platform.serviceOrigin.error().description());
-    connect(&m_trayGate, &TrayGate::opened, this, &AppDelegate::showTrayIcon);
+    connect(&m_trayGate, &TrayGate::opened, this, &AppDelegate::showStatusBar);
     connect(&m_signals, &UnixSignals::leaveRequested, qGuiApp, &QCoreApplication::quit);
     qGuiApp->installEventFilter(this);
 }
@@ -44,10 +46,11 @@ void AppDelegate::checkForUpdate()
     runDetached(m_updater.check(true));
 }
 
-void AppDelegate::showTrayIcon()
+void AppDelegate::showStatusBar()
 {
-    m_trayIcon = std::make_unique<TrayIcon>(m_appState);
-    connect(m_trayIcon.get(), &TrayIcon::quitRequested, qGuiApp, &QCoreApplication::quit);
+    const auto nothingYet = [] {};
+    m_statusBar = std::make_unique<StatusBarController>(m_appState, m_auth, nothingYet, nothingYet,
+                                                        m_workspace, m_serviceOrigin);
 }
 
 // Every way of leaving ends in this one event of the toolkit.

@@ -6,8 +6,8 @@
 #include "cloud/UpdateChecker.h"
 #include "core/AppState.h"
 #include "ui/ClassicTray.h"
+#include "ui/StatusBarController.h"
 #include "ui/TrayGate.h"
-#include "ui/TrayIcon.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -39,16 +39,18 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void showTrayIcon();
+    void showStatusBar();
     void checkForUpdate();
     QCoro::Task<> finishAndExit();
 
     const Logger m_logger{"app"};
+    Workspace &m_workspace;
+    const ConfiguredOrigin m_serviceOrigin;
     AppState m_appState;
     AuthClient m_auth;
     UpdateChecker m_updater;
     TrayGate m_trayGate{&classicTrayIsPresent};
-    std::unique_ptr<TrayIcon> m_trayIcon;
+    std::unique_ptr<StatusBarController> m_statusBar;
     UnixSignals m_signals;
     bool m_isLeaving = false;
 };

@@ -4,7 +4,10 @@
 
 #include <xcb/xcb.h>
 
+#include <array>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <string_view>
 
@@ -18,21 +21,58 @@ Owned<Reply> owned(Reply *reply)
 {
     return {reply, &std::free};
 }
+
+xcb_connection_t *connectionToX11()
+{
+    const auto *const display = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    return display ? display->connection() : nullptr;
+}
+
+xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
+{
+    const auto length = static_cast<std::uint16_t>(name.size());
+    const auto reply = owned(xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 1, length, name.data()), nullptr));
+    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+/// The window that holds the tray's selection; XCB_WINDOW_NONE without one.
+xcb_window_t tray(xcb_connection_t *connection)
+{
+    // The toolkit, too, knows the first screen only.
+    const xcb_atom_t selection = atom(connection, "_NET_SYSTEM_TRAY_S0");
+    if (selection == XCB_ATOM_NONE)
+        return XCB_WINDOW_NONE;
+    const auto owner = owned(xcb_get_selection_owner_reply(
+        connection, xcb_get_selection_owner(connection, selection), nullptr));
+    return owner ? owner->owner : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
+}
 } // namespace
 
 bool classicTrayIsPresent()
 {
-    const auto *const display = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!display)
-        return false;
-    xcb_connection_t *const connection = display->connection();
-    // The toolkit, too, knows the first screen only.
-    constexpr std::string_view selection = "_NET_SYSTEM_TRAY_S0";
-    const auto atom = owned(xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 1, selection.size(), selection.data()), nullptr));
-    if (!atom || atom->atom == XCB_ATOM_NONE)
-        return false;
-    const auto owner = owned(xcb_get_selection_owner_reply(
-        connection, xcb_get_selection_owner(connection, atom->atom), nullptr));
-    return owner && owner->owner != XCB_WINDOW_NONE;
+    xcb_connection_t *const connection = connectionToX11();
+    return connection && tray(connection) != XCB_WINDOW_NONE;
+}
+
+std::optional<QColor> classicTrayColor()
+{
+    xcb_connection_t *const connection = connectionToX11();
+    if (!connection)
+        return std::nullopt;
+    constexpr int components = 3; // red, green and blue of the text; other colours follow
+    // Without a tray, or the property, the server answers with an error: no reply.
+    const auto reply =
+        owned(xcb_get_property_reply(connection,
+                                     xcb_get_property(connection, 0, tray(connection),
+                                                      atom(connection, "_NET_SYSTEM_TRAY_COLORS"),
+                                                      XCB_ATOM_CARDINAL, 0, components),
+                                     nullptr));
+    if (!reply || reply->format != 32 ||
+        xcb_get_property_value_length(reply.get()) != 4 * components)
+        return std::nullopt;
+    std::array<std::uint32_t, components> rgb{};
+    std::memcpy(rgb.data(), xcb_get_property_value(reply.get()), sizeof rgb);
+    const auto component = [&rgb](int i) { return static_cast<quint16>(rgb.at(i)); };
+    return QColor::fromRgba64(component(0), component(1), component(2));
 }

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "cloud/AuthClient.h"
+#include "core/AppState.h"
+#include "settings/PrefsStore.h"
+#include "tests/support/AudioRig.h"
+#include "tests/support/FakeDefaults.h"
+#include "tests/support/FakeHttpSession.h"
+#include "tests/support/FakeLoginItem.h"
+#include "tests/support/FakeSecretStore.h"
+#include "tests/support/FakeWorkspace.h"
+#include "ui/StatusBarController.h"
+
+#include <QSystemTrayIcon>
+#include <QTest>
+
+#include <chrono>
+#include <optional>
+
+/// The tray icon with its menu and its popover over a scripted machine and a web service that is
+/// not there.
+class TrayStage
+{
+public:
+    /// Starts with this list; \p second is what the counter of elapsed seconds takes for one.
+    explicit TrayStage(const QList<RecentSession> &entries = {},
+                       std::chrono::milliseconds second = std::chrono::milliseconds(1))
+    {
+        prefs.setSaveLocation(rig.home.path());
+        if (!RecentsFile(rig.clock).save(rig.home.path(), entries))
+            qFatal("cannot write the list");
+        app.emplace(rig.platform(), MediaUploader(origin, http), prefs, second);
+        auth.emplace(origin, http, secrets, workspace);
+    }
+
+    /// Puts the icon into the tray.
+    void show()
+    {
+        statusBar.emplace(
+            *app, *auth, [this] { ++preferencesOpened; }, [this] { ++onboardingOpened; }, workspace,
+            origin);
+    }
+
+    void waitFor(RecordingState state) const
+    {
+        if (!QTest::qWaitFor([&] { return app->state() == state; }))
+            qFatal("the state does not come");
+    }
+
+    QSystemTrayIcon &icon() const { return *statusBar->findChild<QSystemTrayIcon *>(); }
+    QMenu &menu() const { return *icon().contextMenu(); }
+    QMenu &recentsMenu() const { return *menu().findChild<QMenu *>(QStringLiteral("recentsMenu")); }
+
+    /// An entry of the list; \p meeting is empty for one that is not uploaded.
+    static RecentSession entry(const QString &title, const QString &meeting = {})
+    {
+        RecentSession entry;
+        entry.title = title;
+        entry.duration = QStringLiteral("12m");
+        entry.durationSeconds = 720;
+        entry.when = QStringLiteral("刚刚");
+        entry.startedAt = QDateTime(QDate(2025, 3, 7), QTime(13, 0));
+        if (!meeting.isEmpty())
+            entry.remoteID = meeting;
+        return entry;
+    }
+
+    AudioRig rig;
+    FakeDefaults defaults;
+    FakeLoginItem loginItem;
+    PrefsStore prefs{defaults, loginItem, rig.home.path()};
+    FakeHttpSession http{rig.script};
+    FakeSecretStore secrets;
+    FakeWorkspace workspace;
+    ConfiguredOrigin origin = ServiceOrigin::parse(QStringLiteral("https://s.example"));
+    std::optional<AppState> app;
+    std::optional<AuthClient> auth;
+    std::optional<StatusBarController> statusBar;
+    int preferencesOpened = 0;
+    int onboardingOpened = 0;
+};

@@ -1,0 +1,207 @@
+#include "ui/StatusBarController.h"
+
+#include "cloud/PresentableText.h"
+#include "core/AppState.h"
+#include "platform/Workspace.h"
+#include "ui/ClassicTray.h"
+#include "ui/PopoverView.h"
+#include "ui/Symbol.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QEvent>
+#include <QPalette>
+#include <QShortcut>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+QString symbolName(RecordingState state)
+{
+    switch (state) {
+    case RecordingState::idle:
+        return u"waveform"_s;
+    case RecordingState::starting:
+    case RecordingState::recording:
+        return u"waveform.circle.fill"_s;
+    case RecordingState::stopping:
+        return u"waveform.badge.magnifyingglass"_s;
+    }
+    Q_UNREACHABLE();
+}
+
+// The icon is a drawing in one colour on a panel that nobody can ask for its own, except a panel of
+// the older kind, which may tell the colour of its text. A desktop's panel mostly follows the
+// colour scheme of its windows, and so does the icon, also when the scheme changes. GNOME's bar is
+// dark under the light scheme, too.
+QColor iconColor()
+{
+    if (const auto told = classicTrayColor())
+        return *told;
+    if (qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(u"GNOME"_s))
+        return {0xf2, 0xf2, 0xf2};
+    return QGuiApplication::palette().color(QPalette::WindowText);
+}
+
+/// A text from outside for those who may take it for markup: notifications and tooltips.
+QString unmarked(const QString &text)
+{
+    return presentable(text.simplified()).replace(u'<', u'‹');
+}
+
+// The X server of a Wayland desktop does not learn where the pointer is over the desktop's panel.
+std::optional<QRect> pointerPlace()
+{
+    if (qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
+        return std::nullopt;
+    return QRect(QCursor::pos() - QPoint(14, 14), QSize(28, 28)); // of an icon under it
+}
+
+} // namespace
+
+IconClick iconClick(QSystemTrayIcon::ActivationReason reason, Qt::KeyboardModifiers modifiers)
+{
+    if (reason != QSystemTrayIcon::Trigger)
+        return IconClick::nothing;
+    return modifiers.testFlag(Qt::ControlModifier) ? IconClick::opensMenu
+                                                   : IconClick::togglesPopover;
+}
+
+StatusBarController::StatusBarController(AppState &appState, AuthClient &auth,
+                                         std::function<void()> openPreferences,
+                                         std::function<void()> openOnboarding, Workspace &workspace,
+                                         ConfiguredOrigin origin, QObject *parent)
+    : QObject(parent)
+    , m_appState(appState)
+    , m_openPreferences(std::move(openPreferences))
+    , m_openOnboarding(std::move(openOnboarding))
+    , m_workspace(workspace)
+    , m_origin(std::move(origin))
+    , m_popover(new PopoverView(appState, auth, workspace, m_origin))
+    , m_menu(appState)
+{
+    configureMenu();
+    configurePopover();
+    m_icon.setContextMenu(&m_menu);
+    connect(&m_icon, &QSystemTrayIcon::activated, this, &StatusBarController::handleClick);
+    connect(&m_appState, &AppState::stateChanged, this, &StatusBarController::refreshIcon);
+    connect(&m_appState, &AppState::lastErrorChanged, this, &StatusBarController::refreshMessage);
+    m_menu.installEventFilter(this);
+    refreshIcon();
+    m_icon.show();
+    refreshMessage();
+}
+
+void StatusBarController::configureMenu()
+{
+    // Whoever draws the menu may do so without taking the focus.
+    connect(&m_menu, &QMenu::aboutToShow, &m_popover, &QWidget::hide);
+    connect(&m_menu, &StatusMenu::recordRequested, &m_appState, &AppState::toggleRecording);
+    connect(&m_menu, &StatusMenu::panelRequested, this, &StatusBarController::openPanel);
+    connect(&m_menu, &StatusMenu::webRequested, this, &StatusBarController::openWeb);
+    connect(&m_menu, &StatusMenu::recentRequested, this, &StatusBarController::openRecent);
+    connect(&m_menu, &StatusMenu::preferencesRequested, this,
+            &StatusBarController::showPreferences);
+    connect(&m_menu, &StatusMenu::quitRequested, qGuiApp, &QCoreApplication::quit);
+}
+
+void StatusBarController::configurePopover()
+{
+    const auto *const view = m_popover.findChild<PopoverView *>();
+    connect(view, &PopoverView::preferencesRequested, this, &StatusBarController::showPreferences);
+    connect(view, &PopoverView::minimiseRequested, &m_popover, &QWidget::hide);
+    for (QAction *const command : m_menu.actions()) {
+        if (command->shortcut().isEmpty())
+            continue;
+        auto *const keys = new QShortcut(command->shortcut(), &m_popover);
+        keys->setAutoRepeat(false);
+        connect(keys, &QShortcut::activated, command, &QAction::trigger);
+    }
+}
+
+void StatusBarController::handleClick(QSystemTrayIcon::ActivationReason reason)
+{
+    // Those that came with the last input are from long ago where the desktop shows the icon.
+    switch (iconClick(reason, QGuiApplication::queryKeyboardModifiers())) {
+    case IconClick::nothing:
+        return;
+    case IconClick::togglesPopover:
+        togglePopover();
+        return;
+    case IconClick::opensMenu:
+        m_menu.popup(QCursor::pos());
+        return;
+    }
+}
+
+void StatusBarController::togglePopover()
+{
+    const auto icon = iconPlace();
+    m_popover.toggleBeside(icon ? icon : pointerPlace());
+}
+
+void StatusBarController::openPanel()
+{
+    if (QApplication::activeWindow() == &m_popover)
+        m_popover.hide();
+    else
+        m_popover.openBeside(iconPlace());
+}
+
+void StatusBarController::openWeb()
+{
+    if (m_origin)
+        m_workspace.openAddress(m_origin->appPage());
+}
+
+void StatusBarController::openRecent(const QUuid &sessionID)
+{
+    const auto &recents = m_appState.recents();
+    const auto session = std::ranges::find(recents, sessionID, &RecentSession::id);
+    if (session != recents.end() && session->remoteID && m_origin)
+        m_workspace.openAddress(m_origin->meetingPage(*session->remoteID));
+}
+
+void StatusBarController::showPreferences()
+{
+    m_openPreferences();
+}
+
+void StatusBarController::showOnboarding()
+{
+    m_openOnboarding();
+}
+
+bool StatusBarController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == &m_menu && event->type() == QEvent::ApplicationPaletteChange)
+        refreshIcon();
+    return QObject::eventFilter(watched, event);
+}
+
+void StatusBarController::refreshIcon()
+{
+    m_icon.setIcon(symbol(symbolName(m_appState.state()), iconColor()));
+}
+
+void StatusBarController::refreshMessage()
+{
+    const auto &message = m_appState.lastError();
+    const QString text = message ? unmarked(*message) : QString();
+    m_icon.setToolTip(message ? u"Parlovance\n"_s + text : u"Parlovance"_s);
+    if (message && message != m_toldMessage)
+        m_icon.showMessage(u"Parlovance"_s, text, m_icon.icon());
+    m_toldMessage = message;
+}
+
+/// Only a tray of the older kind knows.
+std::optional<QRect> StatusBarController::iconPlace() const
+{
+    const QRect place = m_icon.geometry();
+    return place.isEmpty() ? std::nullopt : std::optional(place);
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "cloud/ServiceOrigin.h"
+#include "ui/PopoverWindow.h"
+#include "ui/StatusMenu.h"
+
+#include <QObject>
+#include <QRect>
+#include <QString>
+#include <QSystemTrayIcon>
+
+#include <functional>
+#include <optional>
+
+class AppState;
+class AuthClient;
+class Workspace;
+
+enum class IconClick { nothing, togglesPopover, opensMenu };
+
+/// What a click on the tray icon does. \p modifiers are those held at the click. A right click
+/// means nothing here: whoever shows the icon opens its menu.
+IconClick iconClick(QSystemTrayIcon::ActivationReason reason, Qt::KeyboardModifiers modifiers);
+
+/// The icon in the desktop's tray, which shows what the recorder is doing; a click opens the main
+/// panel, a right click or a Control click the menu. Tells a new error in a notification, too.
+///
+/// Made once the tray gate has opened, and kept for the life of the process. Main thread.
+class StatusBarController : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// The references must outlive this object. The callbacks open the window for the settings,
+    /// and the one for new users.
+    StatusBarController(AppState &appState, AuthClient &auth, std::function<void()> openPreferences,
+                        std::function<void()> openOnboarding, Workspace &workspace,
+                        ConfiguredOrigin origin, QObject *parent = nullptr);
+
+    /// Opens the popover, closes it where it is open.
+    void togglePopover();
+
+    /// Brings the popover to the front. Where it has the focus already it is closed.
+    void openPanel();
+
+    /// The web application in the browser. Nothing happens without a usable service address.
+    void openWeb();
+
+    /// The meeting that \p sessionID was uploaded as, in the browser. Nothing happens where it is
+    /// no longer in the list, or not uploaded.
+    void openRecent(const QUuid &sessionID);
+
+    void showPreferences();
+    void showOnboarding();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void configurePopover();
+    void configureMenu();
+    void handleClick(QSystemTrayIcon::ActivationReason reason);
+    void refreshIcon();
+    void refreshMessage();
+    std::optional<QRect> iconPlace() const;
+
+    AppState &m_appState;
+    const std::function<void()> m_openPreferences;
+    const std::function<void()> m_openOnboarding;
+    Workspace &m_workspace;
+    const ConfiguredOrigin m_origin;
+    PopoverWindow m_popover;
+    StatusMenu m_menu;
+    QSystemTrayIcon m_icon{this};
+    std::optional<QString> m_toldMessage;
+};

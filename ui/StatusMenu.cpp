@@ -1,0 +1,112 @@
+#include "ui/StatusMenu.h"
+
+#include "cloud/PresentableText.h"
+#include "core/AppState.h"
+#include "ui/Symbol.h"
+
+#include <QEvent>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+
+constexpr qsizetype mostRecents = 10;
+constexpr int widestTitle = 320; // points
+constexpr qsizetype longestMeasured = 400;
+
+QString recordText(RecordingState state)
+{
+    switch (state) {
+    case RecordingState::idle:
+    case RecordingState::starting:
+        return u"开始录音"_s;
+    case RecordingState::recording:
+        return u"停止录音"_s;
+    case RecordingState::stopping:
+        return u"停止中…"_s;
+    }
+    Q_UNREACHABLE();
+}
+
+/// \p text as one line of a menu, where a tab would begin the column of the shortcuts and an
+/// ampersand would underline a letter.
+QString menuText(const QString &text, const QFontMetrics &metrics)
+{
+    const QString line = presentable(text.left(longestMeasured).simplified());
+    return metrics.elidedText(line, Qt::ElideRight, widestTitle).replace(u'&', u"&&"_s);
+}
+
+} // namespace
+
+StatusMenu::StatusMenu(AppState &appState)
+    : m_appState(appState)
+{
+    setObjectName(u"statusMenu"_s);
+    buildMenu();
+    refresh();
+    connect(this, &QMenu::aboutToShow, this, &StatusMenu::refresh);
+    connect(&m_appState, &AppState::stateChanged, this, &StatusMenu::refreshRecord);
+}
+
+void StatusMenu::buildMenu()
+{
+    const auto add = [this](const QString &text, const QKeySequence &keys, auto signal) {
+        QAction *const action = addAction(text);
+        action->setShortcut(keys);
+        action->setShortcutVisibleInContextMenu(true);
+        connect(action, &QAction::triggered, this, signal);
+        return action;
+    };
+    m_record = add({}, Qt::CTRL | Qt::ALT | Qt::Key_R, &StatusMenu::recordRequested);
+    add(u"打开主面板"_s, Qt::CTRL | Qt::ALT | Qt::Key_M, &StatusMenu::panelRequested);
+    m_web = add(u"打开网页版"_s, {}, &StatusMenu::webRequested);
+    m_web->setIconVisibleInMenu(true);
+    addSeparator();
+    m_recents = addMenu(u"最近会议"_s);
+    m_recents->setObjectName(u"recentsMenu"_s);
+    add(u"偏好设置…"_s, Qt::CTRL | Qt::Key_Comma, &StatusMenu::preferencesRequested);
+    addSeparator();
+    add(u"退出 Parlovance"_s, Qt::CTRL | Qt::Key_Q, &StatusMenu::quitRequested);
+}
+
+void StatusMenu::changeEvent(QEvent *event)
+{
+    QMenu::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && m_web)
+        refresh();
+}
+
+void StatusMenu::refresh()
+{
+    refreshRecord();
+    m_web->setIcon(symbol(u"link", palette().color(QPalette::WindowText)));
+    m_recents->menuAction()->setEnabled(!m_appState.recents().isEmpty());
+    refillRecents();
+}
+
+void StatusMenu::refreshRecord()
+{
+    const RecordingState state = m_appState.state();
+    m_record->setText(recordText(state));
+    m_record->setEnabled(state != RecordingState::stopping);
+}
+
+void StatusMenu::refillRecents()
+{
+    m_recents->clear();
+    const QList<RecentSession> &sessions = m_appState.recents();
+    if (sessions.isEmpty())
+        m_recents->addAction(u"暂无记录"_s)->setEnabled(false);
+    const QFontMetrics metrics = m_recents->fontMetrics();
+    for (const RecentSession &session : sessions.first(std::min(sessions.size(), mostRecents))) {
+        QAction *const item = m_recents->addAction(menuText(session.title, metrics) + u"  ·  "_s +
+                                                   menuText(session.duration, metrics));
+        item->setEnabled(session.isUploaded());
+        // Not its place in the list, which may change while the menu is open.
+        connect(item, &QAction::triggered, this,
+                [this, id = session.id] { Q_EMIT recentRequested(id); });
+    }
+}

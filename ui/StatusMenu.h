@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QMenu>
+#include <QUuid>
+
+class AppState;
+
+/// The menu of the tray icon: the recording command, the recent meetings, the application's
+/// commands. Main thread.
+///
+/// The desktop may draw it, in another process. Its items are permanent, because some desktops lose
+/// a menu that is built anew while it opens; texts and states are brought up to date at each
+/// opening, and only the submenu is filled anew. The key equivalents of its items are shown there
+/// but no more: a window that shall obey them needs shortcuts of its own.
+class StatusMenu : public QMenu
+{
+    Q_OBJECT
+
+public:
+    /// \p appState must outlive this object.
+    explicit StatusMenu(AppState &appState);
+
+Q_SIGNALS:
+    void recordRequested();
+    void panelRequested();
+    void webRequested();
+    void recentRequested(const QUuid &sessionID);
+    void preferencesRequested();
+    void quitRequested();
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void buildMenu();
+    void refresh();
+    void refreshRecord();
+    void refillRecents();
+
+    AppState &m_appState;
+    QAction *m_record = nullptr;
+    QAction *m_web = nullptr;
+    QMenu *m_recents = nullptr;
+};
