@@ -2,6 +2,11 @@
 
 #include <QString>
 
+#include <functional>
+
+/// A page of the desktop's own settings.
+enum class SettingsPage { microphone, screenCapture };
+
 /// What the desktop does for the program outside its own windows. Main thread; returns at once.
 class Workspace
 {
@@ -14,4 +19,11 @@ public:
 
     /// Shows the file at \p path selected in the file browser, or its folder.
     virtual void revealFile(const QString &path) = 0;
+
+    /// Opens the page, or what comes closest; ignored where the desktop has none.
+    virtual void openSettings(SettingsPage page) = 0;
+
+    /// Starts the program once more, to take over when this process has ended. \p reported is
+    /// called when that was started, or could not be.
+    virtual void startNewInstance(std::function<void()> reported) = 0;
 };

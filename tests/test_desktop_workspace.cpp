@@ -79,8 +79,19 @@ private:
     QTemporaryDir m_folder;
     std::unique_ptr<PrivateBus> m_bus;
     DesktopWorkspace m_workspace;
+    const QByteArray m_path = qgetenv("PATH");
 
-    /// The arguments with which xdg-open was started so far, one a line.
+    /// A program in \p folder that logs \p name and its arguments.
+    void makeCommand(const QTemporaryDir &folder, const QString &file, const QByteArray &name) const
+    {
+        QFile command(folder.filePath(file));
+        QVERIFY(command.open(QIODevice::WriteOnly));
+        command.write("#!/bin/sh\necho " + name + " \"$@\" >>\"" +
+                      m_folder.filePath(u"log"_s).toUtf8() + "\"\n");
+        QVERIFY(command.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    }
+
+    /// What the programs have logged so far; of xdg-open its arguments only.
     QString openedByCommand() const
     {
         QFile log(m_folder.filePath(u"log"_s));
@@ -91,13 +102,8 @@ private Q_SLOTS:
     void initTestCase()
     {
         m_bus = std::make_unique<PrivateBus>();
-        QFile command(m_folder.filePath(u"xdg-open"_s));
-        QVERIFY(command.open(QIODevice::WriteOnly));
-        command.write("#!/bin/sh\necho \"$@\" >>\"" + m_folder.filePath(u"log"_s).toUtf8() +
-                      "\"\n");
-        QVERIFY(command.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-        command.close();
-        qputenv("PATH", m_folder.path().toUtf8() + ':' + qgetenv("PATH"));
+        makeCommand(m_folder, u"xdg-open"_s, QByteArray());
+        qputenv("PATH", m_folder.path().toUtf8() + ':' + m_path);
     }
 
     void init() { QFile::remove(m_folder.filePath(u"log"_s)); }
@@ -140,6 +146,55 @@ private Q_SLOTS:
         QTRY_COMPARE(openedByCommand(), u"https://example.com/?state=1\n"_s);
         m_workspace.revealFile(u"/tmp/a b/c.m4a"_s);
         QTRY_COMPARE(openedByCommand(), u"https://example.com/?state=1\n/tmp/a b\n"_s);
+    }
+
+    void settingsOfTheRunningDesktop_data()
+    {
+        QTest::addColumn<QByteArray>("desktop");
+        QTest::addColumn<QStringList>("installed");
+        QTest::addColumn<QString>("microphone");
+        QTest::addColumn<QString>("screen");
+        const QStringList all{u"gnome-control-center"_s, u"systemsettings"_s, u"pavucontrol"_s};
+        QTest::newRow("GNOME") << QByteArray("ubuntu:GNOME") << all
+                               << u"gnome-control-center microphone\n"_s
+                               << u"gnome-control-center sound\n"_s;
+        QTest::newRow("KDE") << QByteArray("KDE") << all << u"systemsettings kcm_pulseaudio\n"_s
+                             << u"systemsettings kcm_pulseaudio\n"_s;
+        QTest::newRow("another desktop") << QByteArray("XFCE") << all << u"pavucontrol --tab=4\n"_s
+                                         << u"pavucontrol --tab=3\n"_s;
+        QTest::newRow("KDE without its settings")
+            << QByteArray("KDE") << QStringList(u"pavucontrol"_s) << u"pavucontrol --tab=4\n"_s
+            << u"pavucontrol --tab=3\n"_s;
+        QTest::newRow("none") << QByteArray() << QStringList() << QString() << QString();
+    }
+
+    void settingsOfTheRunningDesktop()
+    {
+        QFETCH(const QStringList, installed);
+        QFETCH(const QString, microphone);
+        QFETCH(const QString, screen);
+        const QTemporaryDir programs;
+        for (const QString &program : installed)
+            makeCommand(programs, program, program.toUtf8());
+        qputenv("PATH", programs.path().toUtf8());
+        QFETCH(const QByteArray, desktop);
+        qputenv("XDG_CURRENT_DESKTOP", desktop);
+        m_workspace.openSettings(SettingsPage::microphone);
+        QTRY_COMPARE(openedByCommand(), microphone);
+        m_workspace.openSettings(SettingsPage::screenCapture);
+        QTRY_COMPARE(openedByCommand(), microphone + screen);
+        qputenv("PATH", m_folder.path().toUtf8() + ':' + m_path);
+    }
+
+    void newInstanceIsReportedAlsoWhereItFails()
+    {
+        int reports = 0;
+        const QString program = m_folder.filePath(u"program"_s);
+        makeCommand(m_folder, u"program"_s, "program");
+        DesktopWorkspace({program, u"--wait"_s}).startNewInstance([&reports] { ++reports; });
+        QTRY_COMPARE(openedByCommand(), u"program --wait\n"_s);
+        DesktopWorkspace({program + u"-gone"_s}).startNewInstance([&reports] { ++reports; });
+        QCOMPARE(reports, 2);
     }
 };
 

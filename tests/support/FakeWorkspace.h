@@ -2,6 +2,7 @@
 
 #include "platform/Workspace.h"
 
+#include <QList>
 #include <QStringList>
 
 /// Notes what it is asked to open or reveal.
@@ -11,6 +12,15 @@ public:
     void openAddress(const QString &address) override { opened.append(address); }
     void revealFile(const QString &path) override { revealed.append(path); }
 
+    void openSettings(SettingsPage page) override { settingsPages.append(page); }
+    void startNewInstance(std::function<void()> reported) override
+    {
+        ++newInstances;
+        reported();
+    }
+
     QStringList opened;
     QStringList revealed;
+    QList<SettingsPage> settingsPages;
+    int newInstances = 0;
 };

@@ -34,6 +34,23 @@ void callOrOpen(const QDBusMessage &message, const QString &target)
     });
 }
 
+/// A command that shows settings, and the desktop (as XDG_CURRENT_DESKTOP names it) that has it.
+struct SettingsCommand {
+    QString desktop; ///< empty: any
+    QStringList command;
+};
+
+QList<SettingsCommand> settingsCommands(SettingsPage page)
+{
+    const bool isMicrophone = page == SettingsPage::microphone;
+    return {
+        {u"GNOME"_s, {u"gnome-control-center"_s, isMicrophone ? u"microphone"_s : u"sound"_s}},
+        {u"KDE"_s, {u"systemsettings"_s, u"kcm_pulseaudio"_s}},
+        // The tabs of the input and of the output devices.
+        {QString(), {u"pavucontrol"_s, isMicrophone ? u"--tab=4"_s : u"--tab=3"_s}},
+    };
+}
+
 } // namespace
 
 void DesktopWorkspace::openAddress(const QString &address)
@@ -58,4 +75,23 @@ void DesktopWorkspace::revealFile(const QString &path)
     const QUrl url = QUrl::fromLocalFile(file.absoluteFilePath());
     message << QStringList{QString::fromLatin1(url.toEncoded())} << QString();
     callOrOpen(message, file.absolutePath());
+}
+
+void DesktopWorkspace::openSettings(SettingsPage page)
+{
+    const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
+    for (const auto &[desktop, command] : settingsCommands(page)) {
+        const bool isHere = desktop.isEmpty() || desktops.contains(desktop, Qt::CaseInsensitive);
+        const bool isOpened =
+            isHere && QProcess::startDetached(command.constFirst(), command.sliced(1));
+        if (isOpened)
+            return;
+    }
+}
+
+void DesktopWorkspace::startNewInstance(std::function<void()> reported)
+{
+    if (!m_newInstance.isEmpty())
+        QProcess::startDetached(m_newInstance.constFirst(), m_newInstance.sliced(1));
+    reported();
 }

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QCoroTask>
+
+/// What the desktop has decided about the microphone.
+enum class MicrophoneAuthorization { notDetermined, restricted, denied, authorized };
+
+/// Whether the program may record. Main thread.
+class CaptureAccess
+{
+public:
+    virtual ~CaptureAccess() = default;
+
+    /// What was decided before; asks nobody.
+    virtual MicrophoneAuthorization microphoneAuthorization() const = 0;
+
+    /// Asks for the microphone. Whether it is granted.
+    virtual QCoro::Task<bool> requestMicrophone() = 0;
+
+    /// Whether everything that the machine plays may be captured, as far as was decided before;
+    /// asks nobody.
+    virtual bool canCaptureScreen() const = 0;
+
+    /// Asks for that. Whether it is granted.
+    virtual QCoro::Task<bool> requestScreenCapture() = 0;
+};
