@@ -201,7 +201,6 @@ public:
         }
         std::printf("%-28s %6.2f %% of a core, %6.1f wake-ups/s\n", what,
                     100.0 * spent.seconds / seconds, spent.switches / seconds);
-        std::fflush(stdout);
     }
 
     double residentMegabytes() const
@@ -296,6 +295,7 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     require(argc == 2, "which program?");
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const QString path = QString::fromLocal8Bit(argv[1]);
     writeList();
     TrayHost host;
