@@ -265,6 +265,7 @@ void pressRecordKeys()
 void reportStarts(const QString &path, TrayHost &host)
 {
     std::vector<double> starts;
+    starts.reserve(startCount);
     for (int i = 0; i < startCount; ++i)
         starts.push_back(Program(path, host).startMilliseconds);
     std::printf("%-28s %6.1f ms (slowest %.1f)\n", "start to icon", median(starts),
@@ -274,6 +275,7 @@ void reportStarts(const QString &path, TrayHost &host)
 void reportClicks(const TrayHost &host, const Screen &screen)
 {
     std::vector<double> clicks;
+    clicks.reserve(clickCount);
     for (int i = 0; i < clickCount; ++i) {
         QElapsedTimer timer;
         timer.start();
