@@ -201,7 +201,6 @@ public:
         }
         std::printf("%-28s %6.2f %% of a core, %6.1f wake-ups/s\n", what,
                     100.0 * spent.seconds / seconds, spent.switches / seconds);
-        std::fflush(stdout);
     }
 
     double residentMegabytes() const
@@ -266,6 +265,7 @@ void pressRecordKeys()
 void reportStarts(const QString &path, TrayHost &host)
 {
     std::vector<double> starts;
+    starts.reserve(startCount);
     for (int i = 0; i < startCount; ++i)
         starts.push_back(Program(path, host).startMilliseconds);
     std::printf("%-28s %6.1f ms (slowest %.1f)\n", "start to icon", median(starts),
@@ -275,6 +275,7 @@ void reportStarts(const QString &path, TrayHost &host)
 void reportClicks(const TrayHost &host, const Screen &screen)
 {
     std::vector<double> clicks;
+    clicks.reserve(clickCount);
     for (int i = 0; i < clickCount; ++i) {
         QElapsedTimer timer;
         timer.start();
@@ -296,6 +297,7 @@ int main(int argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
     require(argc == 2, "which program?");
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const QString path = QString::fromLocal8Bit(argv[1]);
     writeList();
     TrayHost host;

@@ -100,9 +100,11 @@ void TestPopoverWindow::position()
 {
     QFETCH(const QRect, available);
     QFETCH(const Icon, place);
-    const QRect screen = available.left() >= 1920  ? QRect(1920, 0, 1920, 1080)
-                         : available.width() < 360 ? QRect(0, 0, 320, 480)
-                                                   : QRect(0, 0, 1920, 1080);
+    QRect screen(0, 0, 1920, 1080);
+    if (available.left() >= screen.width())
+        screen.translate(screen.width(), 0);
+    if (available.width() < 360)
+        screen.setSize({320, 480});
     QTEST(popoverPosition(QSize(360, 680), screen, available, place), "expected");
 }
 

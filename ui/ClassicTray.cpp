@@ -1,15 +1,16 @@
 #include "ui/ClassicTray.h"
 
+#include <QByteArray>
 #include <QGuiApplication>
 
 #include <xcb/xcb.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <string_view>
 
 namespace
 {
@@ -28,11 +29,11 @@ xcb_connection_t *connectionToX11()
     return display ? display->connection() : nullptr;
 }
 
-xcb_atom_t atom(xcb_connection_t *connection, std::string_view name)
+xcb_atom_t atom(xcb_connection_t *connection, const QByteArray &name)
 {
     const auto length = static_cast<std::uint16_t>(name.size());
     const auto reply = owned(xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 1, length, name.data()), nullptr));
+        connection, xcb_intern_atom(connection, 1, length, name.constData()), nullptr));
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
 }
 
@@ -73,6 +74,6 @@ std::optional<QColor> classicTrayColor()
         return std::nullopt;
     std::array<std::uint32_t, components> rgb{};
     std::memcpy(rgb.data(), xcb_get_property_value(reply.get()), sizeof rgb);
-    const auto component = [&rgb](int i) { return static_cast<quint16>(rgb.at(i)); };
+    const auto component = [&rgb](std::size_t i) { return static_cast<quint16>(rgb.at(i)); };
     return QColor::fromRgba64(component(0), component(1), component(2));
 }
