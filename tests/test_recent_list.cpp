@@ -90,6 +90,7 @@ private Q_SLOTS:
     void keysMoveBetweenRows();
     void tabStopsAtOneRow();
     void pressedRowRevealsItsFile();
+    void keyboardOutOfSight();
     void buttonsUpload_data();
     void buttonsUpload();
 };
@@ -143,7 +144,7 @@ void RecentListTest::wheelScrolls()
 void RecentListTest::changeOfOneEntry()
 {
     ListStage stage(manyEntries());
-    stage.desktop.script.holdAt(u"POST /api/meetings/reconcile"_s);
+    stage.holdUploads();
     stage.bar().setValue(stage.bar().maximum() / 2);
     const QStringList before = stage.shown();
     const RecentRow &neighbour = stage.row(before.at(0).section(u' ', 0, 0));
@@ -166,7 +167,6 @@ void RecentListTest::changeOfOneEntry()
     QCOMPARE(stage.shown(), settled);
     QVERIFY(stage.bar().value() < scrolled);
     QVERIFY(row.hasFocus());
-    stage.desktop.script.releaseAt(u"POST /api/meetings/reconcile"_s);
 }
 
 void RecentListTest::newEntryComesAtTheTop_data()
@@ -275,6 +275,37 @@ void RecentListTest::pressedRowRevealsItsFile()
     QCOMPARE(revealed.size(), 3);
 }
 
+void RecentListTest::keyboardOutOfSight()
+{
+    ListStage stage(manyEntries(30));
+    stage.holdUploads();
+    const auto isInOrder = [&] {
+        const QStringList shown = stage.shown();
+        const int first = shown.first().section(u' ', 0, 0).toInt();
+        for (int i = 0; i < shown.size(); ++i) {
+            if (!shown.at(i).startsWith(QString::number(first + i) + u' '))
+                return false;
+        }
+        return shown.size() >= 3;
+    };
+    // The upload button goes from a row that can be seen by half, which then comes into view.
+    stage.row(u"3"_s).setFocus();
+    stage.press(Qt::Key_Tab);
+    QCOMPARE(stage.focus(), u"3 upload"_s);
+    stage.bar().setValue(stage.bar().value() + stage.row(u"3"_s).geometry().center().y());
+    stage.press(Qt::Key_Space);
+    QCOMPARE(stage.focus(), u"3"_s);
+    QCOMPARE(stage.row(u"3"_s).y(), 0);
+    QVERIFY(isInOrder());
+
+    // The keyboard follows the click where its own row is far away.
+    stage.bar().setValue(stage.bar().maximum());
+    QTest::mouseClick(&stage.row(u"28"_s), Qt::LeftButton);
+    QCOMPARE(stage.focus(), u"28"_s);
+    QVERIFY(isInOrder());
+    QVERIFY(stage.rows().size() <= fewRows);
+}
+
 void RecentListTest::buttonsUpload_data()
 {
     QTest::addColumn<QString>("title");
@@ -295,7 +326,7 @@ void RecentListTest::buttonsUpload()
     QFETCH(const bool, isSignedIn);
     const QList<RecentSession> entries = manyEntries(4);
     ListStage stage(entries, isSignedIn);
-    stage.desktop.script.holdAt(u"POST /api/meetings/reconcile"_s);
+    stage.holdUploads();
     const RecentRow &row = stage.row(title);
     QTest::mouseClick(row.findChild<QWidget *>(button), Qt::LeftButton);
 
@@ -305,7 +336,6 @@ void RecentListTest::buttonsUpload()
         QCOMPARE(isSame, entries.at(i).title != title);
     }
     QVERIFY(stage.desktop.workspace.revealed.isEmpty());
-    stage.desktop.script.releaseAt(u"POST /api/meetings/reconcile"_s);
 }
 
 QTEST_MAIN(RecentListTest)

@@ -102,13 +102,17 @@ void LiveBlock::refresh()
 
 void LiveBlock::refreshTimer()
 {
-    const bool stopping = isStopping(m_app.state());
-    const bool live = isLive(m_app.state());
-    m_timer->setFont(stopping ? MS::system(14, QFont::Medium) : MS::timerFont());
-    m_timer->setColor(stopping ? MS::amber : live ? MS::text : MS::muted);
-    m_timer->setText(stopping ? u"正在合并音频…"_s
-                     : live   ? m_app.elapsedFormatted()
-                              : u"00:00:00"_s);
+    const auto show = [this](const QString &text, const QFont &font, const QColor &color) {
+        m_timer->setText(text);
+        m_timer->setFont(font);
+        m_timer->setColor(color);
+    };
+    if (isStopping(m_app.state()))
+        show(u"正在合并音频…"_s, MS::system(14, QFont::Medium), MS::amber);
+    else if (isLive(m_app.state()))
+        show(m_app.elapsedFormatted(), MS::timerFont(), MS::text);
+    else
+        show(u"00:00:00"_s, MS::timerFont(), MS::muted);
 }
 
 void LiveBlock::refreshPolling()

@@ -24,7 +24,7 @@ constexpr double pressedOpacity = 0.1;
 
 bool isShown(const QColor &color)
 {
-    return color.isValid() && color.alpha() > 0;
+    return color.alpha() > 0;
 }
 
 /// Of the symbol.

@@ -1,24 +1,25 @@
 #pragma once
 
 #include "ui/DrawnButton.h"
+#include "ui/MS.h"
 
 #include <QColor>
 #include <QFont>
 #include <QMargins>
 
-/// How a PlainButton looks. What is left out is not drawn. Lengths in points.
+/// How a PlainButton looks; without a name there is no symbol. Lengths in points.
 struct ButtonFace {
-    QFont font = {};
-    QColor textColor = {};
+    QFont font = MS::system(11);
+    QColor textColor = MS::text;
     QColor fill = Qt::transparent;
     QColor outline = Qt::transparent; ///< one point wide
     double radius = 0.0;
-    QMargins padding = {};
-    QString symbol = {};       ///< name
-    double symbolPoints = 0.0; ///< of the text that it stands beside
-    QColor symbolColor = {};
-    bool symbolTrails = false; ///< behind the title, not in front
-    QColor dotColor = {};      ///< of a circle of 5 points in front
+    QMargins padding = QMargins(0, 0, 0, 0);
+    QString symbol = QStringLiteral(""); ///< name
+    double symbolPoints = 0.0;           ///< of the text that it stands beside
+    QColor symbolColor = MS::muted;
+    bool symbolTrails = false;         ///< behind the title, not in front
+    QColor dotColor = Qt::transparent; ///< of a circle of 5 points in front
 };
 
 /// A button without anything of the desktop's style: a symbol, a title, or both, on a shape. Main

@@ -97,27 +97,34 @@ void RecentList::scrollTo(const Anchor &anchor)
 void RecentList::place()
 {
     const QList<qsizetype> wanted = wantedSlots();
+    assignRows(wanted);
+    for (const qsizetype index : wanted) {
+        const auto &[id, top] = m_slots.at(index);
+        RecentRow *const row = m_rows.value(id);
+        if (!row)
+            continue; // the row before took the keyboard, and with it the view, elsewhere
+        row->setSession(m_app.recents().at(index));
+        row->setTabStop(id == m_current);
+        row->setGeometry(0, top - m_bar->value(), m_viewport->width(), bottomOf(index) - top);
+        row->show();
+    }
+}
+
+/// Who has a row keeps it.
+void RecentList::assignRows(const QList<qsizetype> &wanted)
+{
     QHash<QUuid, RecentRow *> rows;
     for (const qsizetype index : wanted) {
         const QUuid &id = m_slots.at(index).id;
-        if (RecentRow *const row = m_rows.take(id))
-            rows.insert(id, row);
+        rows.insert(id, m_rows.take(id));
     }
     for (RecentRow *const row : std::as_const(m_rows)) {
         row->hide();
         m_spareRows.append(row);
     }
-    for (const qsizetype index : wanted) {
-        const auto &[id, top] = m_slots.at(index);
-        RecentRow *row = rows.value(id);
-        if (!row) {
-            row = takeRow();
-            rows.insert(id, row);
-        }
-        row->setSession(m_app.recents().at(index));
-        row->setTabStop(id == m_current);
-        row->setGeometry(0, top - m_bar->value(), m_viewport->width(), bottomOf(index) - top);
-        row->show();
+    for (RecentRow *&row : rows) {
+        if (!row)
+            row = m_spareRows.isEmpty() ? makeRow() : m_spareRows.takeLast();
     }
     m_rows = rows;
 }
@@ -132,11 +139,6 @@ QList<qsizetype> RecentList::wantedSlots() const
     if (const qsizetype current = indexOf(m_current); current >= 0 && !wanted.contains(current))
         wanted.append(current);
     return wanted;
-}
-
-RecentRow *RecentList::takeRow()
-{
-    return m_spareRows.isEmpty() ? makeRow() : m_spareRows.takeLast();
 }
 
 RecentRow *RecentList::makeRow()
@@ -160,9 +162,12 @@ RecentRow *RecentList::makeRow()
     return row;
 }
 
-void RecentList::reveal(const RecentRow &row)
+void RecentList::reveal(RecentRow &row)
 {
     m_current = row.session().id;
+    const QWidget *const focused = window()->focusWidget();
+    if (focused && m_viewport->isAncestorOf(focused))
+        row.setFocus(); // the row that had the keyboard may have been kept for that only
     place();
     if (const auto &file = row.session().fileURL)
         m_workspace.revealFile(file->toLocalFile());
@@ -170,12 +175,12 @@ void RecentList::reveal(const RecentRow &row)
 
 bool RecentList::eventFilter(QObject *watched, QEvent *event)
 {
-    // Not when only the window comes back: the user may have scrolled away from the row.
-    if (event->type() == QEvent::FocusIn &&
-        static_cast<QFocusEvent *>(event)->reason() != Qt::ActiveWindowFocusReason) {
-        const qsizetype index = indexOf(static_cast<RecentRow *>(watched)->session().id);
-        if (index >= 0)
-            showSlot(index);
+    if (event->type() == QEvent::FocusIn) {
+        m_current = static_cast<RecentRow *>(watched)->session().id;
+        place();
+        // When only the window comes back the user may have scrolled away from the row.
+        if (static_cast<QFocusEvent *>(event)->reason() != Qt::ActiveWindowFocusReason)
+            showCurrent();
     }
     return QWidget::eventFilter(watched, event);
 }
@@ -221,13 +226,17 @@ void RecentList::goTo(qsizetype index)
     m_rows.value(m_current)->setFocus(Qt::OtherFocusReason);
 }
 
-void RecentList::showSlot(qsizetype index)
+void RecentList::showCurrent()
 {
+    const qsizetype index = indexOf(m_current);
+    if (index < 0)
+        return;
     const int top = m_slots.at(index).top;
+    const int lowest = bottomOf(index) - m_viewport->height();
     if (top < m_bar->value())
         m_bar->setValue(top);
-    else if (bottomOf(index) > m_bar->value() + m_viewport->height())
-        m_bar->setValue(std::min(top, bottomOf(index) - m_viewport->height()));
+    else if (lowest > m_bar->value())
+        m_bar->setValue(std::min(top, lowest));
 }
 
 void RecentList::resizeEvent(QResizeEvent *)

@@ -48,12 +48,12 @@ private:
     int heightOf(const RecentSession &session);
     void scrollTo(const Anchor &anchor);
     void place();
+    void assignRows(const QList<qsizetype> &wanted);
     QList<qsizetype> wantedSlots() const;
-    RecentRow *takeRow();
     RecentRow *makeRow();
-    void reveal(const RecentRow &row);
+    void reveal(RecentRow &row);
     void goTo(qsizetype index);
-    void showSlot(qsizetype index);
+    void showCurrent();
 
     Anchor anchor() const;
     qsizetype indexOf(const QUuid &id) const;

@@ -2,6 +2,8 @@
 
 #include "core/RecentsFile.h"
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 PanelStage::PanelStage(const QList<RecentSession> &entries, bool isSignedIn,
@@ -18,11 +20,28 @@ PanelStage::PanelStage(const QList<RecentSession> &entries, bool isSignedIn,
                                      second);
     auth = &desktop.start();
     app->setAuth(auth);
+    const bool hasUnknown = !std::ranges::all_of(entries, &RecentSession::isUploaded);
+    const int asked = isSignedIn ? 1 + int(hasUnknown) : 0;
+    if (!QTest::qWaitFor([&] { return desktop.http.requests.size() == asked; }))
+        qFatal("nothing is asked at launch");
     panel = std::make_unique<PopoverView>(*app, *auth, desktop.workspace, origin);
     panel->show();
     panel->activateWindow();
     if (!QTest::qWaitForWindowActive(panel.get()))
         qFatal("the panel does not get the keyboard");
+}
+
+PanelStage::~PanelStage()
+{
+    // What is in flight ends before what it stands on goes.
+    desktop.script.releaseAt(firstStepOfUpload);
+    const auto isIdle = [this] {
+        return std::ranges::none_of(app->recents(), [](const RecentSession &session) {
+            return session.status == RecentSession::Status::processing;
+        });
+    };
+    if (!QTest::qWaitFor(isIdle))
+        qFatal("an upload does not end");
 }
 
 RecentSession PanelStage::entry(const QString &title)
@@ -52,7 +71,7 @@ RecentSession PanelStage::failed(const QString &title, const std::optional<QStri
     return made;
 }
 
-void PanelStage::record(RecordingState state)
+void PanelStage::record(RecordingState state) const
 {
     app->toggleRecording();
     if (!QTest::qWaitFor([&] { return app->state() == state; }))

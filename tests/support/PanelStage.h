@@ -14,13 +14,15 @@
 #include <optional>
 
 /// The panel, shown, over real state objects; what they stand on is scripted. The service is not
-/// there unless desktop.http has an answer. A counted second takes a minute, so that only a test
-/// that says otherwise sees the timer move.
+/// there unless desktop.http has an answer, and what is asked of it at launch is over. A counted
+/// second takes a minute, so that only a test that says otherwise sees the timer move.
 class PanelStage
 {
 public:
     explicit PanelStage(const QList<RecentSession> &entries = {}, bool isSignedIn = true,
                         std::chrono::milliseconds second = std::chrono::minutes(1));
+    ~PanelStage();
+    Q_DISABLE_COPY_MOVE(PanelStage)
 
     /// An entry that the service does not hold, with a file that need not exist.
     static RecentSession entry(const QString &title);
@@ -42,8 +44,11 @@ public:
 
     bool isShown(const QString &name) const { return find(name).isVisible(); }
 
+    /// Uploads that begin from now on do not end while this object lives.
+    void holdUploads() { desktop.script.holdAt(firstStepOfUpload); }
+
     /// Toggles, and waits until the recorder is in \p state.
-    void record(RecordingState state);
+    void record(RecordingState state) const;
 
     AudioRig rig;
     FakeDefaults defaults;
@@ -53,4 +58,7 @@ public:
     std::unique_ptr<AppState> app;
     AuthClient *auth = nullptr;
     std::unique_ptr<PopoverView> panel;
+
+private:
+    static inline const auto firstStepOfUpload = QStringLiteral("POST /api/meetings/reconcile");
 };
