@@ -1,21 +1,27 @@
 #include "app/AppDelegate.h"
 
 #include "base/Tasks.h"
+#include "platform/SleepInhibitor.h"
 
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QTimer>
 
+#include <iterator>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
 namespace
 {
 constexpr std::chrono::seconds updateCheckDelay{5};
+constexpr qsizetype loggedAddressLength = std::size("parlovance://auth") - 1;
 } // namespace
 
 AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds second)
     : m_workspace(platform.workspace)
+    , m_sleepInhibitor(platform.sleepInhibitor)
     , m_serviceOrigin(platform.serviceOrigin)
     , m_appState(platform.audio, MediaUploader(platform.serviceOrigin, platform.http),
                  platform.prefs, second)
@@ -28,6 +34,7 @@ AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds 
 {
     if (!platform.serviceOrigin)
         m_logger.error(u"service origin: "_s + platform.serviceOrigin.error().description());
+    connect(&m_appState, &AppState::stateChanged, this, &AppDelegate::holdOffSleep);
     connect(&m_trayGate, &TrayGate::opened, this, &AppDelegate::showStatusBar);
     connect(&m_signals, &UnixSignals::leaveRequested, qGuiApp, &QCoreApplication::quit);
     qGuiApp->installEventFilter(this);
@@ -41,16 +48,43 @@ void AppDelegate::applicationDidFinishLaunching()
     QTimer::singleShot(updateCheckDelay, this, &AppDelegate::checkForUpdate);
 }
 
+void AppDelegate::open(const QStringList &addresses)
+{
+    for (const QString &address : addresses) {
+        // What follows may be a token.
+        m_logger.info(u"open url: "_s + address.section(u'?', 0, 0).left(loggedAddressLength));
+        m_auth.handleCallback(address);
+        runDetached(m_appState.reconcileUploadedSessions());
+    }
+}
+
+void AppDelegate::activate()
+{
+    if (m_statusBar)
+        m_statusBar->openPanel();
+    else
+        m_panelIsWanted = true;
+}
+
 void AppDelegate::checkForUpdate()
 {
     runDetached(m_updater.check(true));
 }
 
-void AppDelegate::showStatusBar()
+void AppDelegate::showStatusBar(bool isOnTheBus)
 {
     const auto nothingYet = [] {};
     m_statusBar = std::make_unique<StatusBarController>(m_appState, m_auth, nothingYet, nothingYet,
                                                         m_workspace, m_serviceOrigin);
+    m_statusBar->setMenuIsExported(isOnTheBus);
+    if (std::exchange(m_panelIsWanted, false))
+        m_statusBar->openPanel();
+}
+
+// While recording, and only then.
+void AppDelegate::holdOffSleep()
+{
+    m_sleepInhibitor.setHeld(m_appState.state() != RecordingState::idle);
 }
 
 // Every way of leaving ends in this one event of the toolkit.

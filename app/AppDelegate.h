@@ -33,18 +33,26 @@ public:
     /// and somewhat later for a newer version.
     void applicationDidFinishLaunching();
 
+    /// Takes addresses of the application's scheme: what the browser hands over after the sign-in.
+    void open(const QStringList &addresses);
+
+    /// Brings the panel to the front.
+    void activate();
+
     AppState &appState() { return m_appState; }
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void showStatusBar();
+    void showStatusBar(bool isOnTheBus);
+    void holdOffSleep();
     void checkForUpdate();
     QCoro::Task<> finishAndExit();
 
     const Logger m_logger{"app"};
     Workspace &m_workspace;
+    SleepInhibitor &m_sleepInhibitor;
     const ConfiguredOrigin m_serviceOrigin;
     AppState m_appState;
     AuthClient m_auth;
@@ -53,4 +61,5 @@ private:
     std::unique_ptr<StatusBarController> m_statusBar;
     UnixSignals m_signals;
     bool m_isLeaving = false;
+    bool m_panelIsWanted = false; // before there is a tray
 };

@@ -7,6 +7,7 @@
 class HttpSession;
 class PrefsStore;
 class SecretStore;
+class SleepInhibitor;
 class UpdateAlert;
 class Workspace;
 
@@ -19,5 +20,6 @@ struct AppPlatform {
     HttpSession &http;
     SecretStore &secrets;
     Workspace &workspace;
+    SleepInhibitor &sleepInhibitor;
     UpdateAlert &alert;
 };

@@ -14,6 +14,14 @@ QString bundleInformationPath()
            u"/../share/parlovance/bundle-information.json"_s;
 }
 
+QStringList relaunchCommand(const QString &bundleInformation)
+{
+    QStringList command{QCoreApplication::applicationFilePath(), u"--relaunched"_s};
+    if (!bundleInformation.isEmpty())
+        command += QStringList{u"--bundle-information"_s, bundleInformation};
+    return command;
+}
+
 QString identifier(const BundleInformation &bundle)
 {
     return bundle.identifier().value_or(u"com.parlovance.mac"_s);
@@ -42,6 +50,7 @@ DesktopPlatform::DesktopPlatform(const QString &bundleInformation)
     , m_assets(m_liveTracks)
     , m_captureService(m_soundServer, m_trackOrigin)
     , m_microphones(m_soundServer, m_trackOrigin, m_writers)
+    , m_workspace(relaunchCommand(bundleInformation))
 {
 }
 
@@ -60,5 +69,6 @@ AppPlatform DesktopPlatform::app(PrefsStore &prefs, UpdateAlert &alert)
                        .http = m_http,
                        .secrets = m_secrets,
                        .workspace = m_workspace,
+                       .sleepInhibitor = m_sleepInhibitor,
                        .alert = alert};
 }

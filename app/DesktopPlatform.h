@@ -13,6 +13,7 @@
 #include "platform/linux/pipewire/PipeWireMicrophones.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "platform/linux/workspace/DesktopWorkspace.h"
+#include "platform/linux/workspace/LoginSleepInhibitor.h"
 
 /// The real platform under the program, made once by main(). Main thread.
 class DesktopPlatform
@@ -45,4 +46,5 @@ private:
     PipeWireMicrophones m_microphones;
     SecretServiceStore m_secrets;
     DesktopWorkspace m_workspace;
+    LoginSleepInhibitor m_sleepInhibitor;
 };

@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "app/BusApplication.h"
 #include "app/DesktopPlatform.h"
 #include "settings/PrefsStore.h"
 #include "ui/AlertBox.h"
@@ -31,15 +32,34 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     const QCommandLineOption bundleInformation(
         u"bundle-information"_s, u"Read the facts about the program from this file."_s, u"file"_s);
-    parser.addOption(bundleInformation);
+    QCommandLineOption relaunched(u"relaunched"_s,
+                                  u"Take over from the instance that runs, when it has left."_s);
+    QCommandLineOption service(u"gapplication-service"_s, u"Started by the session bus."_s);
+    relaunched.setFlags(QCommandLineOption::HiddenFromHelp);
+    service.setFlags(QCommandLineOption::HiddenFromHelp);
+    parser.addOptions({bundleInformation, relaunched, service});
+    parser.addPositionalArgument(u"addresses"_s, u"Addresses of the scheme parlovance to open."_s,
+                                 u"[addresses...]"_s);
     parser.addHelpOption();
     parser.process(application);
+
+    BusApplication bus;
+    const QStringList addresses = BusApplication::ownAddresses(parser.positionalArguments());
+    if (parser.isSet(relaunched)) {
+        if (!bus.succeed())
+            return 1;
+    } else if (const auto claim = bus.claim(addresses); claim != BusApplication::Claim::first) {
+        return claim == BusApplication::Claim::handedOn ? 0 : 1;
+    }
 
     DesktopPlatform platform(parser.value(bundleInformation));
     PrefsStore prefs(platform.defaults(), platform.loginItem());
     PrefsStore::share(prefs);
     AlertBox alert;
     AppDelegate delegate(platform.app(prefs, alert));
+    QObject::connect(&bus, &BusApplication::activated, &delegate, &AppDelegate::activate);
+    QObject::connect(&bus, &BusApplication::opened, &delegate, &AppDelegate::open);
     delegate.applicationDidFinishLaunching();
+    delegate.open(addresses);
     return QApplication::exec();
 }

@@ -5,6 +5,7 @@
 #include "platform/AudioAssets.h"
 #include "settings/PrefsStore.h"
 
+#include <QCoroFuture>
 #include <QDir>
 
 AppState::AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsStore &prefs,
@@ -32,7 +33,7 @@ AppState::AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsS
     platform.assets.removeLeftovers(QDir(prefs.saveLocation()).absolutePath());
     m_recents = m_recentsFile.load(prefs.saveLocation());
     if (!m_recents.isEmpty())
-        saveRecents();
+        runDetached(saveInBackground());
 }
 
 AppState::~AppState() = default;
@@ -88,4 +89,12 @@ void AppState::saveRecents()
 {
     // A failure is silent by design: the list in memory stays, and the next save tries again.
     static_cast<void>(m_recentsFile.save(m_prefs.saveLocation(), m_recents));
+}
+
+QCoro::Task<> AppState::saveInBackground()
+{
+    const QPointer self(this);
+    const auto draft = co_await m_recentsFile.draft(m_prefs.saveLocation(), m_recents);
+    if (self)
+        m_recentsFile.adopt(draft);
 }

@@ -113,6 +113,10 @@ private:
     void setLastError(const QString &message);
     void saveRecents();
 
+    /// For a save that nobody waits for: a list of ten thousand would hold up the main thread for
+    /// two frames.
+    QCoro::Task<> saveInBackground();
+
     RecordingSettings recordingSettings() const;
     void beginRecording();
     std::optional<RecentSession> concludeRecording(const QUrl &file);
@@ -135,7 +139,6 @@ private:
 
     /// Applies \p change to the entry, saves and announces. Without the entry nothing happens.
     void updateSession(const QUuid &sessionID, const std::function<void(RecentSession &)> &change);
-    QCoro::Task<> saveReconciled();
 
     const Clock &m_clock;
     PrefsStore &m_prefs;

@@ -233,14 +233,5 @@ QCoro::Task<> AppState::reconcileUploadedSessions()
         co_return;
     Q_EMIT recentsChanged();
     if (self)
-        co_await saveReconciled();
-}
-
-/// Nobody waits for it, and a list of ten thousand holds up the main thread for two frames.
-QCoro::Task<> AppState::saveReconciled()
-{
-    const QPointer self(this);
-    const auto draft = co_await m_recentsFile.draft(m_prefs.saveLocation(), m_recents);
-    if (self)
-        m_recentsFile.adopt(draft);
+        co_await saveInBackground();
 }

@@ -393,7 +393,7 @@ void AppStateTest::listIsBroughtUpToDateAtStart_data()
 {
     QTest::addColumn<QByteArray>("list"); // empty: none
     QTest::addColumn<QStringList>("recordings");
-    QTest::addColumn<QStringList>("stored"); // title and status, or what is there instead
+    QTest::addColumn<QStringList>("expected"); // title and status, or what is there instead
     const QByteArray interrupted =
         R"([{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","title":"周会",)"
         R"("duration":"12s","durationSeconds":12,"when":"刚刚",)"
@@ -411,6 +411,7 @@ void AppStateTest::listIsBroughtUpToDateAtStart()
 {
     QFETCH(const QByteArray, list);
     QFETCH(const QStringList, recordings);
+    QFETCH(const QStringList, expected);
     Stage stage;
     const auto put = [&stage](const QString &name, const QByteArray &content) {
         QFile file(stage.rig.home.filePath(name));
@@ -422,13 +423,16 @@ void AppStateTest::listIsBroughtUpToDateAtStart()
         QVERIFY(put(name, QByteArray(96'000, 'a')));
     stage.start();
 
-    QStringList stored;
-    QFile file(stage.rig.home.filePath(u".sessions.json"_s));
-    if (!file.open(QFile::ReadOnly))
-        stored.append(u"no file"_s);
-    for (const QJsonValue &entry : QJsonDocument::fromJson(file.readAll()).array())
-        stored.append(entry[u"title"_s].toString() + u' ' + entry[u"status"_s].toString());
-    QTEST(stored, "stored");
+    const auto stored = [&stage] {
+        QStringList entries;
+        QFile file(stage.rig.home.filePath(u".sessions.json"_s));
+        if (!file.open(QFile::ReadOnly))
+            return QStringList(u"no file"_s);
+        for (const QJsonValue &entry : QJsonDocument::fromJson(file.readAll()).array())
+            entries.append(entry[u"title"_s].toString() + u' ' + entry[u"status"_s].toString());
+        return entries;
+    };
+    QTRY_COMPARE(stored(), expected);
 }
 
 void AppStateTest::sameSecondTwiceLosesNothing()

@@ -5,6 +5,7 @@
 #include "tests/support/FakeHttpSession.h"
 #include "tests/support/FakeLoginItem.h"
 #include "tests/support/FakeSecretStore.h"
+#include "tests/support/FakeSleepInhibitor.h"
 #include "tests/support/FakeWorkspace.h"
 #include "ui/AlertBox.h"
 
@@ -67,6 +68,7 @@ private Q_SLOTS:
         FakeHttpSession http(rig.script);
         FakeSecretStore secrets;
         FakeWorkspace workspace;
+        FakeSleepInhibitor sleepInhibitor;
         AlertBox alert;
         AppDelegate delegate({.audio = rig.platform(),
                               .prefs = prefs,
@@ -75,12 +77,16 @@ private Q_SLOTS:
                               .http = http,
                               .secrets = secrets,
                               .workspace = workspace,
+                              .sleepInhibitor = sleepInhibitor,
                               .alert = alert},
                              1ms);
         AppState &appState = delegate.appState();
 
+        QVERIFY(!sleepInhibitor.isHeld);
         appState.toggleRecording();
+        QVERIFY(sleepInhibitor.isHeld);
         QTRY_VERIFY(appState.elapsed() >= 10.0);
+        QVERIFY(sleepInhibitor.isHeld);
         rig.script.holdAt(u"mic stop"_s);
         QTimer::singleShot(0, this, [&] { leave(signalNumber); });
         // Asked twice, as by an impatient user; the microphone is still being closed then.
@@ -93,6 +99,7 @@ private Q_SLOTS:
         QCOMPARE(QCoreApplication::exec(), 0);
 
         QCOMPARE(appState.state(), RecordingState::idle);
+        QVERIFY(!sleepInhibitor.isHeld);
         QCOMPARE(appState.recents().size(), 1);
         QVERIFY(QFile::exists(appState.recents().constFirst().fileURL->toLocalFile()));
         QVERIFY(rig.files().contains(u".sessions.json"_s));

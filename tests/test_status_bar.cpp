@@ -82,6 +82,11 @@ QWidget *popover()
     return nullptr;
 }
 
+QString firstTitle(const TrayStage &stage)
+{
+    return stage.recentsMenu().actions().constFirst()->text().section(u"  ·  "_s, 0, 0);
+}
+
 } // namespace
 
 /// The tray icon's click rule, its picture, its menu and what the menu's items do.
@@ -213,12 +218,15 @@ void TestStatusBar::titlesAreText_data()
 {
     QTest::addColumn<QString>("title");
     QTest::addColumn<QString>("shownTitle");
-    QTest::newRow("ampersands") << u"R&D && Q&A"_s << u"R&&D &&&& Q&&A"_s;
-    QTest::newRow("markup") << u"<b>周会</b>"_s << u"<b>周会</b>"_s;
-    QTest::newRow("a tab begins no shortcut") << u"周会\tCtrl+Q"_s << u"周会 Ctrl+Q"_s;
-    QTest::newRow("several lines") << u"周会\r\n第二行"_s << u"周会 第二行"_s;
-    QTest::newRow("turned writing") << u"周会\u202Eexe\u2066"_s << u"周会exe"_s;
-    QTest::newRow("control characters") << u"周\u0007会\u001B[31m"_s << u"周会[31m"_s;
+    QTest::addColumn<QString>("exportedTitle"); // empty: the same
+    const QString same;
+    QTest::newRow("ampersands") << u"R&D && Q&A"_s << u"R&&D &&&& Q&&A"_s << u"R&&D && Q&A"_s;
+    QTest::newRow("underscores") << u"_周_会"_s << u"_周_会"_s << u"__周__会"_s;
+    QTest::newRow("markup") << u"<b>周会</b>"_s << u"<b>周会</b>"_s << same;
+    QTest::newRow("a tab begins no shortcut") << u"周会\tCtrl+Q"_s << u"周会 Ctrl+Q"_s << same;
+    QTest::newRow("several lines") << u"周会\r\n第二行"_s << u"周会 第二行"_s << same;
+    QTest::newRow("turned writing") << u"周会\u202Eexe\u2066"_s << u"周会exe"_s << same;
+    QTest::newRow("control characters") << u"周\u0007会\u001B[31m"_s << u"周会[31m"_s << same;
 }
 
 void TestStatusBar::titlesAreText()
@@ -227,8 +235,12 @@ void TestStatusBar::titlesAreText()
     TrayStage stage({TrayStage::entry(title, u"m"_s)});
     stage.show();
     visit(stage.menu());
-    QTEST(stage.recentsMenu().actions().constFirst()->text().section(u"  ·  "_s, 0, 0),
-          "shownTitle");
+    QFETCH(const QString, shownTitle);
+    QFETCH(const QString, exportedTitle);
+    QCOMPARE(firstTitle(stage), shownTitle);
+    stage.statusBar->setMenuIsExported(true);
+    visit(stage.menu());
+    QCOMPARE(firstTitle(stage), exportedTitle.isEmpty() ? shownTitle : exportedTitle);
 
     TrayStage longStage({TrayStage::entry(title + u"很长的标题"_s.repeated(20'000), u"m"_s)});
     longStage.show();

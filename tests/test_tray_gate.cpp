@@ -82,6 +82,7 @@ private Q_SLOTS:
         QVERIFY(!opened.wait(100));
         watcher.addHost();
         QVERIFY(opened.wait());
+        QCOMPARE(opened.constFirst(), QVariantList{true});
     }
 
     void opensForAClassicTrayAndOnlyOnce()
@@ -95,6 +96,7 @@ private Q_SLOTS:
         QCOMPARE(opened.size(), 0);
         isThere = true;
         QVERIFY(opened.wait());
+        QCOMPARE(opened.constFirst(), QVariantList{false});
         const FakeWatcher watcher(true);
         QVERIFY(!opened.wait(100));
     }

@@ -37,6 +37,9 @@ public:
                         std::function<void()> openOnboarding, Workspace &workspace,
                         ConfiguredOrigin origin, QObject *parent = nullptr);
 
+    /// Whether the desktop draws the icon's menu, rather than this process.
+    void setMenuIsExported(bool isExported) { m_menu.setExported(isExported); }
+
     /// Opens the popover, closes it where it is open.
     void togglePopover();
 

@@ -31,12 +31,26 @@ QString recordText(RecordingState state)
     Q_UNREACHABLE();
 }
 
-/// \p text as one line of a menu, where a tab would begin the column of the shortcuts and an
-/// ampersand would underline a letter.
-QString menuText(const QString &text, const QFontMetrics &metrics)
+/// \p text as one line of a menu, where a tab would begin the column of the shortcuts.
+QString menuLine(const QString &text, const QFontMetrics &metrics)
 {
     const QString line = presentable(text.left(longestMeasured).simplified());
-    return metrics.elidedText(line, Qt::ElideRight, widestTitle).replace(u'&', u"&&"_s);
+    return metrics.elidedText(line, Qt::ElideRight, widestTitle);
+}
+
+/// What shows as \p line: an ampersand would underline a letter here.
+QString ownText(QString line)
+{
+    return line.replace(u'&', u"&&"_s);
+}
+
+/// The same where the desktop draws the menu. There an underscore would underline a letter, and the
+/// toolkit makes one of the first ampersand, unless it comes last; it leaves all else as it is.
+QString exportedText(QString line)
+{
+    line.replace(u'_', u"__"_s);
+    const qsizetype first = line.indexOf(u'&');
+    return first >= 0 && first < line.size() - 1 ? line.insert(first, u'&') : line;
 }
 
 } // namespace
@@ -49,6 +63,12 @@ StatusMenu::StatusMenu(AppState &appState)
     refresh();
     connect(this, &QMenu::aboutToShow, this, &StatusMenu::refresh);
     connect(&m_appState, &AppState::stateChanged, this, &StatusMenu::refreshRecord);
+}
+
+void StatusMenu::setExported(bool isExported)
+{
+    m_isExported = isExported;
+    refillRecents();
 }
 
 void StatusMenu::buildMenu()
@@ -102,8 +122,10 @@ void StatusMenu::refillRecents()
         m_recents->addAction(u"暂无记录"_s)->setEnabled(false);
     const QFontMetrics metrics = m_recents->fontMetrics();
     for (const RecentSession &session : sessions.first(std::min(sessions.size(), mostRecents))) {
-        QAction *const item = m_recents->addAction(menuText(session.title, metrics) + u"  ·  "_s +
-                                                   menuText(session.duration, metrics));
+        const QString line =
+            menuLine(session.title, metrics) + u"  ·  "_s + menuLine(session.duration, metrics);
+        QAction *const item =
+            m_recents->addAction(m_isExported ? exportedText(line) : ownText(line));
         item->setEnabled(session.isUploaded());
         // Not its place in the list, which may change while the menu is open.
         connect(item, &QAction::triggered, this,

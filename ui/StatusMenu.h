@@ -20,6 +20,9 @@ public:
     /// \p appState must outlive this object.
     explicit StatusMenu(AppState &appState);
 
+    /// Whether the desktop draws the menu, rather than this process.
+    void setExported(bool isExported);
+
 Q_SIGNALS:
     void recordRequested();
     void panelRequested();
@@ -38,6 +41,7 @@ private:
     void refillRecents();
 
     AppState &m_appState;
+    bool m_isExported = false;
     QAction *m_record = nullptr;
     QAction *m_web = nullptr;
     QMenu *m_recents = nullptr;

@@ -29,7 +29,7 @@ TrayGate::TrayGate(std::function<bool()> hasClassicTray, std::chrono::millisecon
     m_grace.setInterval(grace);
     connect(&m_grace, &QTimer::timeout, this, [this] {
         if (m_hasClassicTray())
-            open();
+            open(false);
     });
 }
 
@@ -63,14 +63,14 @@ void TrayGate::hostAnswered(QDBusPendingCallWatcher *answer)
     const QDBusPendingReply<QDBusVariant> reply = *answer;
     answer->deleteLater();
     if (!reply.isError() && reply.value().variant().toBool())
-        open();
+        open(true);
 }
 
-void TrayGate::open()
+void TrayGate::open(bool isOnTheBus)
 {
     if (m_isOpen)
         return;
     m_isOpen = true;
     m_grace.stop();
-    Q_EMIT opened();
+    Q_EMIT opened(isOnTheBus);
 }

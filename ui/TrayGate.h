@@ -29,15 +29,15 @@ public:
     void wait();
 
 Q_SIGNALS:
-    /// A tray is there. Once.
-    void opened();
+    /// A tray is there, which shows icons over the bus, menus included, or is an X11 one. Once.
+    void opened(bool isOnTheBus);
 
 private Q_SLOTS:
     void askForHost();
 
 private:
     void hostAnswered(QDBusPendingCallWatcher *answer);
-    void open();
+    void open(bool isOnTheBus);
 
     std::function<bool()> m_hasClassicTray;
     QTimer m_grace;

@@ -1,0 +1,100 @@
+#include "app/BusApplication.h"
+
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusServiceWatcher>
+#include <QEventLoop>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const auto name = u"com.parlovance.Parlovance"_s;
+const auto path = u"/com/parlovance/Parlovance"_s;
+const auto interface = u"org.freedesktop.Application"_s;
+
+constexpr int answerLimitMilliseconds = 5000;
+} // namespace
+
+BusApplication::BusApplication(QDBusConnection bus, QObject *parent)
+    : QObject(parent)
+    , m_bus(std::move(bus))
+{
+    new BusApplicationInterface(*this);
+}
+
+QStringList BusApplication::ownAddresses(const QStringList &addresses)
+{
+    QStringList own;
+    for (const QString &address : addresses) {
+        if (address.startsWith("parlovance:"_L1, Qt::CaseInsensitive))
+            own.append(address);
+    }
+    return own;
+}
+
+/// The object first: a call that the bus held back for the name arrives at once.
+bool BusApplication::registerName()
+{
+    m_bus.registerObject(path, this, QDBusConnection::ExportAdaptors);
+    const auto reply =
+        m_bus.interface()->registerService(name, QDBusConnectionInterface::DontQueueService,
+                                           QDBusConnectionInterface::DontAllowReplacement);
+    if (reply.isValid() && reply.value() == QDBusConnectionInterface::ServiceRegistered)
+        return true;
+    m_bus.unregisterObject(path);
+    return false;
+}
+
+BusApplication::Claim BusApplication::claim(const QStringList &addresses)
+{
+    if (!m_bus.isConnected() || registerName())
+        return Claim::first;
+    const QStringList own = ownAddresses(addresses);
+    auto message = QDBusMessage::createMethodCall(name, path, interface,
+                                                  own.isEmpty() ? u"Activate"_s : u"Open"_s);
+    if (!own.isEmpty())
+        message << own;
+    message << QVariantMap();
+    const QDBusMessage answer = m_bus.call(message, QDBus::Block, answerLimitMilliseconds);
+    return answer.type() == QDBusMessage::ReplyMessage ? Claim::handedOn : Claim::notHanded;
+}
+
+bool BusApplication::succeed(std::chrono::seconds patience)
+{
+    if (!m_bus.isConnected())
+        return true;
+    QDBusServiceWatcher watcher(name, m_bus, QDBusServiceWatcher::WatchForUnregistration);
+    QEventLoop waiting;
+    connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, &waiting, &QEventLoop::quit);
+    QTimer::singleShot(patience, &waiting, &QEventLoop::quit);
+    if (registerName())
+        return true;
+    waiting.exec();
+    return registerName();
+}
+
+BusApplicationInterface::BusApplicationInterface(BusApplication &application)
+    : QDBusAbstractAdaptor(&application)
+    , m_application(application)
+{
+}
+
+void BusApplicationInterface::Activate(const QVariantMap &)
+{
+    Q_EMIT m_application.activated();
+}
+
+void BusApplicationInterface::Open(const QStringList &uris, const QVariantMap &)
+{
+    const QStringList own = BusApplication::ownAddresses(uris);
+    if (!own.isEmpty())
+        Q_EMIT m_application.opened(own);
+}
+
+void BusApplicationInterface::ActivateAction(const QString &, const QVariantList &,
+                                             const QVariantMap &)
+{
+    // The desktop entry names no actions.
+}

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QObject>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <chrono>
+
+/// The application as the desktop reaches it on the session bus: there is one instance, which the
+/// desktop entry's name stands for, and everything that starts another one reaches that. It offers
+/// no more than the freedesktop application interface.
+///
+/// Addresses are handed on as they came, but only those of the application's own scheme. Main
+/// thread.
+class BusApplication : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Claim {
+        first,     ///< this is the one instance; also where there is no bus
+        handedOn,  ///< another one runs and was told
+        notHanded, ///< another one runs and did not answer
+    };
+
+    explicit BusApplication(QDBusConnection bus = QDBusConnection::sessionBus(),
+                            QObject *parent = nullptr);
+
+    /// Becomes the one instance, or hands \p addresses to the one there is, which comes forward
+    /// where there are none. Connect the signals before. Waits a few seconds at most.
+    Claim claim(const QStringList &addresses);
+
+    /// Waits until the instance that has the name has left; at most \p patience. Whether this is
+    /// the one instance then.
+    bool succeed(std::chrono::seconds patience = std::chrono::seconds(30));
+
+    /// Of \p addresses those that the application takes.
+    static QStringList ownAddresses(const QStringList &addresses);
+
+Q_SIGNALS:
+    void activated();
+
+    /// Not empty.
+    void opened(const QStringList &addresses);
+
+private:
+    friend class BusApplicationInterface;
+
+    bool registerName();
+
+    QDBusConnection m_bus;
+};
+
+/// What is on the bus.
+class BusApplicationInterface : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+
+public:
+    explicit BusApplicationInterface(BusApplication &application);
+
+public Q_SLOTS:
+    // The interface's own names.
+    // NOLINTBEGIN(readability-identifier-naming)
+    void Activate(const QVariantMap &platformData);
+    void Open(const QStringList &uris, const QVariantMap &platformData);
+    void ActivateAction(const QString &name, const QVariantList &parameter,
+                        const QVariantMap &platformData);
+    // NOLINTEND(readability-identifier-naming)
+
+private:
+    BusApplication &m_application;
+};

@@ -1,0 +1,122 @@
+#include "app/BusApplication.h"
+#include "tests/support/PrivateBus.h"
+
+#include <QDBusConnectionInterface>
+#include <QProcess>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+const auto name = u"com.parlovance.Parlovance"_s;
+
+uint owner()
+{
+    return QDBusConnection::sessionBus().interface()->servicePid(name);
+}
+} // namespace
+
+/// The program itself, several times on one bus, without a desktop. Argument of the build: its
+/// path.
+class TestSingleInstance : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void addressesReachTheFirstUnchanged_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QStringList>("opened"); // none: it was asked to come forward
+        QTest::newRow("none") << QStringList() << QStringList();
+        const QStringList callback{u"parlovance://auth?token=a%2Bb+c&state=%E5%91%A8&email=a@b"_s};
+        QTest::newRow("as it is") << callback << callback;
+        const QStringList spelled{u"PARLOVANCE://Auth?a=%zz&b=100%"_s, u"parlovance:x y 中"_s};
+        QTest::newRow("several, however spelled") << spelled << spelled;
+        QTest::newRow("others are left out")
+            << QStringList{u"file:///etc/passwd"_s, callback[0], u"https://example.com"_s}
+            << callback;
+        QTest::newRow("only others")
+            << QStringList{u"https://example.com"_s, u"/etc/passwd"_s} << QStringList();
+    }
+
+    void addressesReachTheFirstUnchanged()
+    {
+        QFETCH(const QStringList, arguments);
+        QFETCH(const QStringList, opened);
+        BusApplication first;
+        QCOMPARE(first.claim({}), BusApplication::Claim::first);
+        QSignalSpy openings(&first, &BusApplication::opened);
+        QSignalSpy activations(&first, &BusApplication::activated);
+        const auto second = start(arguments);
+        QTRY_COMPARE(second->state(), QProcess::NotRunning);
+        QCOMPARE(second->exitCode(), 0);
+        QCOMPARE(activations.size(), opened.isEmpty() ? 1 : 0);
+        QCOMPARE(openings.size(), opened.isEmpty() ? 0 : 1);
+        if (!opened.isEmpty())
+            QCOMPARE(openings[0][0].toStringList(), opened);
+        QDBusConnection::sessionBus().unregisterService(name);
+    }
+
+    void laterOnesEnd()
+    {
+        const auto first = start({});
+        QTRY_COMPARE(qint64{owner()}, first->processId());
+        const auto second = start({u"parlovance://auth?token=t&state=s"_s});
+        QTRY_COMPARE(second->state(), QProcess::NotRunning);
+        QCOMPARE(second->exitCode(), 0);
+        QCOMPARE(first->state(), QProcess::Running);
+        end(*first);
+    }
+
+    void successorWaitsForTheEnd()
+    {
+        const auto first = start({});
+        QTRY_COMPARE(qint64{owner()}, first->processId());
+        const auto next = start({u"--relaunched"_s});
+        // It has come as far as to the bus when it is answered that somebody has the name.
+        QVERIFY(QTest::qWaitFor([&] { return connections() > 2; }));
+        QCOMPARE(qint64{owner()}, first->processId());
+        end(*first);
+        QTRY_COMPARE(qint64{owner()}, next->processId());
+        end(*next);
+    }
+
+private:
+    static qsizetype connections()
+    {
+        const QStringList names =
+            QDBusConnection::sessionBus().interface()->registeredServiceNames().value();
+        return names.filter(u':').size();
+    }
+
+    std::unique_ptr<QProcess> start(const QStringList &arguments) const
+    {
+        auto process = std::make_unique<QProcess>();
+        auto environment = QProcessEnvironment::systemEnvironment();
+        for (const char *const place :
+             {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"})
+            environment.insert(QString::fromLatin1(place), m_home.path());
+        process->setProcessEnvironment(environment);
+        process->setProcessChannelMode(QProcess::ForwardedChannels);
+        process->start(QStringLiteral(PROGRAM), arguments);
+        return process;
+    }
+
+    static void end(QProcess &process)
+    {
+        process.terminate();
+        QVERIFY(process.waitForFinished());
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 0);
+    }
+
+    PrivateBus m_bus;
+    QTemporaryDir m_home;
+};
+
+QTEST_GUILESS_MAIN(TestSingleInstance)
+#include "test_single_instance.moc"
