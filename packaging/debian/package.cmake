@@ -1,0 +1,31 @@
+# `cpack` makes a Debian package of what is installed.
+
+set(PARLOVANCE_MAINTAINER "The Parlovance authors <parlovance@example.org>" CACHE STRING
+  "Who answers for the package; whoever publishes one gives an address that is read")
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_SOURCE_GENERATOR "")
+set(CPACK_PACKAGE_NAME parlovance)
+set(CPACK_PACKAGE_CONTACT ${PARLOVANCE_MAINTAINER})
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/stage.cmake)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+"meeting recorder for the tray of the desktop
+Parlovance records what the machine plays, whichever program a meeting runs
+in, and the microphone. Both stay aligned for hours, across changes of the
+devices, and become one mixed sound file the moment the recording stops.
+.
+Signed in to its web service it uploads recordings and leads to their
+minutes. The texts on the screen are Chinese.")
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-noto-cjk, fonts-noto-core")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
+  "default-dbus-session-bus | dbus-session-bus, gnome-keyring | libkf5wallet-bin | keepassxc, pipewire, rtkit, wireplumber, xdg-utils")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gnome-shell-extension-appindicator, qt6-wayland")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+include(CPack)
