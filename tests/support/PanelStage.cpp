@@ -1,0 +1,60 @@
+#include "tests/support/PanelStage.h"
+
+#include "core/RecentsFile.h"
+
+using namespace Qt::StringLiterals;
+
+PanelStage::PanelStage(const QList<RecentSession> &entries, bool isSignedIn,
+                       std::chrono::milliseconds second)
+{
+    prefs.setSaveLocation(rig.home.path());
+    RecentsFile file(rig.clock);
+    if (!file.save(rig.home.path(), entries))
+        qFatal("cannot write the list");
+    if (isSignedIn)
+        desktop.keepSession();
+    const auto origin = ServiceOrigin::parse(u"https://s.example"_s);
+    app = std::make_unique<AppState>(rig.platform(), MediaUploader(origin, desktop.http), prefs,
+                                     second);
+    auth = &desktop.start();
+    app->setAuth(auth);
+    panel = std::make_unique<PopoverView>(*app, *auth, desktop.workspace, origin);
+    panel->show();
+    panel->activateWindow();
+    if (!QTest::qWaitForWindowActive(panel.get()))
+        qFatal("the panel does not get the keyboard");
+}
+
+RecentSession PanelStage::entry(const QString &title)
+{
+    RecentSession entry;
+    entry.title = title;
+    entry.duration = u"1m"_s;
+    entry.durationSeconds = 75;
+    entry.when = u"刚刚"_s;
+    entry.startedAt = FakeClock().wall.toUTC();
+    entry.fileURL = QUrl::fromLocalFile(u"/rec/%1.m4a"_s.arg(title));
+    return entry;
+}
+
+RecentSession PanelStage::uploaded(const QString &title)
+{
+    RecentSession made = entry(title);
+    made.remoteID = u"m1"_s;
+    return made;
+}
+
+RecentSession PanelStage::failed(const QString &title, const std::optional<QString> &reason)
+{
+    RecentSession made = entry(title);
+    made.status = RecentSession::Status::failed;
+    made.uploadProgress = reason;
+    return made;
+}
+
+void PanelStage::record(RecordingState state)
+{
+    app->toggleRecording();
+    if (!QTest::qWaitFor([&] { return app->state() == state; }))
+        qFatal("the recorder does not follow");
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include "core/AppState.h"
+#include "settings/PrefsStore.h"
+#include "tests/support/AudioRig.h"
+#include "tests/support/AuthDesktop.h"
+#include "tests/support/FakeDefaults.h"
+#include "tests/support/FakeLoginItem.h"
+#include "ui/PopoverView.h"
+
+#include <QTest>
+
+#include <memory>
+#include <optional>
+
+/// The panel, shown, over real state objects; what they stand on is scripted. The service is not
+/// there unless desktop.http has an answer. A counted second takes a minute, so that only a test
+/// that says otherwise sees the timer move.
+class PanelStage
+{
+public:
+    explicit PanelStage(const QList<RecentSession> &entries = {}, bool isSignedIn = true,
+                        std::chrono::milliseconds second = std::chrono::minutes(1));
+
+    /// An entry that the service does not hold, with a file that need not exist.
+    static RecentSession entry(const QString &title);
+    static RecentSession uploaded(const QString &title);
+    static RecentSession failed(const QString &title, const std::optional<QString> &reason);
+
+    /// The control of this name, which must be there.
+    template<class Widget = QWidget>
+    Widget &find(const QString &name) const
+    {
+        auto *const found = panel->findChild<Widget *>(name);
+        if (!found)
+            qFatal("the panel has no %s", qPrintable(name));
+        return *found;
+    }
+
+    /// A click of the left button in the middle of the control.
+    void click(const QString &name) const { QTest::mouseClick(&find(name), Qt::LeftButton); }
+
+    bool isShown(const QString &name) const { return find(name).isVisible(); }
+
+    /// Toggles, and waits until the recorder is in \p state.
+    void record(RecordingState state);
+
+    AudioRig rig;
+    FakeDefaults defaults;
+    FakeLoginItem loginItem;
+    PrefsStore prefs{defaults, loginItem, rig.home.path()};
+    AuthDesktop desktop;
+    std::unique_ptr<AppState> app;
+    AuthClient *auth = nullptr;
+    std::unique_ptr<PopoverView> panel;
+};

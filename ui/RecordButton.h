@@ -1,0 +1,30 @@
+#pragma once
+
+#include "ui/DrawnButton.h"
+
+class Timeline;
+
+/// The large round button that starts and stops a recording, 100 x 100 with the rings that spread
+/// around it. Can be pressed while idle and live; its accessible name says what a press does. Main
+/// thread.
+class RecordButton : public DrawnButton
+{
+    Q_OBJECT
+
+public:
+    enum class Look { disabled, idle, live, stopping };
+
+    explicit RecordButton(QWidget *parent = nullptr);
+
+    void setLook(Look look);
+
+    QSize sizeHint() const override;
+
+protected:
+    bool hitButton(const QPoint &position) const override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    Look m_look = Look::disabled;
+    Timeline *m_timeline;
+};
