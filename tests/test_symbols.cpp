@@ -44,10 +44,9 @@ QList<int> line(const QImage &picture, int y)
 /// The texts that the sources of the user interface use as names of symbols.
 QStringList namesInSources()
 {
-    // Beside the calls: no other texts are words of small letters and digits joined by dots, but
-    // for the names of programs.
+    // No other texts are small letters and digits joined by dots, but for the names of programs.
     static const QRegularExpression named(
-        uR"re((?:[sS]ymbol|SymbolLabel)\w*\([^;"]*u"([^"]+)"|u"((?!com\.|org\.)[a-z]+(?:\.[a-z0-9]+)+)")re"_s);
+        uR"re(ymbol(?:Label|Tile)?(?:\(| = )u"([^"]+)"|u"((?!com\.|org\.)[a-z]+(?:\.[a-z0-9]+)+)")re"_s);
     QStringList names;
     QDir folder(QFINDTESTDATA("../ui"));
     for (const QString &file : folder.entryList({u"*.cpp"_s})) {
@@ -55,11 +54,11 @@ QStringList namesInSources()
         if (!source.open(QIODevice::ReadOnly))
             qFatal("cannot read %s", qPrintable(file));
         const QString text = QString::fromUtf8(source.readAll());
-        for (const auto &match : named.globalMatch(text)) {
-            if (!match.captured(0).contains(u'%'))
-                names.append(match.captured(1) + match.captured(2));
-        }
+        for (const auto &match : named.globalMatch(text))
+            names.append(match.captured(1) + match.captured(2));
     }
+    if (names.isEmpty())
+        qFatal("no sources in %s", qPrintable(folder.path()));
     return names;
 }
 

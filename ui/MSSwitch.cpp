@@ -83,8 +83,10 @@ void MSSwitch::hideEvent(QHideEvent *event)
 void MSSwitch::slide()
 {
     m_slide.stop();
-    if (!isVisible())
-        return arrive();
+    if (!isVisible()) {
+        arrive();
+        return;
+    }
     m_slide.setStartValue(m_position);
     m_slide.setEndValue(isChecked() ? 1.0 : 0.0);
     m_slide.start();

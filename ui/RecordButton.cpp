@@ -88,9 +88,11 @@ void paintGlyph(QPainter &painter, QPointF centre, Look look)
 {
     switch (look) {
     case Look::disabled:
-        return paintDisc(painter, around(centre, 20), MS::faint);
+        paintDisc(painter, around(centre, 20), MS::faint);
+        return;
     case Look::idle:
-        return paintDisc(painter, around(centre, 20), MS::inkOnAmber);
+        paintDisc(painter, around(centre, 20), MS::inkOnAmber);
+        return;
     case Look::live:
         painter.setPen(Qt::NoPen);
         painter.setBrush(MS::inkOnAmber);
@@ -102,10 +104,12 @@ void paintGlyph(QPainter &painter, QPointF centre, Look look)
 }
 
 // What stands still. Kept, as it is the costliest to draw and is needed at every tick.
-QPixmap face(Look look, bool isDown, double pixelRatio)
+QPixmap face(Look look, bool isDown, bool hasFocus, double pixelRatio)
 {
-    const QString key =
-        u"record button %1 %2 %3"_s.arg(static_cast<int>(look)).arg(isDown).arg(pixelRatio);
+    const QString key = u"record button %1 %2 %3 %4"_s.arg(static_cast<int>(look))
+                            .arg(isDown)
+                            .arg(hasFocus)
+                            .arg(pixelRatio);
     QPixmap pixmap;
     if (QPixmapCache::find(key, &pixmap))
         return pixmap;
@@ -122,6 +126,11 @@ QPixmap face(Look look, bool isDown, double pixelRatio)
         paintRing(painter, centre, MS::border);
     }
     paintGlyph(painter, centre, look);
+    if (hasFocus) {
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(MS::textDim, 1.5));
+        painter.drawEllipse(around(centre, 72));
+    }
     painter.end();
     QPixmapCache::insert(key, pixmap);
     return pixmap;
@@ -164,18 +173,12 @@ bool RecordButton::hitButton(const QPoint &position) const
 void RecordButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    const QPointF centre = QRectF(rect()).center();
+    painter.setRenderHint(QPainter::Antialiasing);
     const double pixelRatio = devicePixelRatioF();
     if (const QColor accent = accentOf(m_look); accent.isValid())
         painter.drawImage(
             QPointF(), RecordButtonRipple::picture(side, pixelRatio, accent, Timeline::seconds()));
-    painter.drawPixmap(QPointF(), face(m_look, isDown(), pixelRatio));
-    painter.setRenderHint(QPainter::Antialiasing);
+    painter.drawPixmap(QPointF(), face(m_look, isDown(), hasFocus(), pixelRatio));
     if (m_look == Look::stopping)
-        paintSpinner(painter, centre, Timeline::seconds());
-    if (hasFocus()) {
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(MS::textDim, 1.5));
-        painter.drawEllipse(around(centre, 72));
-    }
+        paintSpinner(painter, QRectF(rect()).center(), Timeline::seconds());
 }

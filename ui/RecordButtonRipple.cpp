@@ -12,8 +12,8 @@ namespace
 constexpr double circleRadius = 32;
 constexpr double circleLine = 2;
 
-// All in pixels. The toolkit takes many times as long to stroke a circle that is half transparent,
-// which thirty times a second is most of what an open panel costs.
+// All in pixels. The toolkit shares out the strokes of a half transparent circle to threads: thirty
+// times a second that is most of what an open panel costs.
 void addRing(QImage &picture, double radius, double line, QRgb color)
 {
     const int width = picture.width();
