@@ -1,6 +1,7 @@
 #include "ui/Symbol.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QPainter>
 #include <QRegularExpression>
 #include <QTest>
@@ -45,10 +46,10 @@ QList<int> line(const QImage &picture, int y)
 QStringList namesInSources()
 {
     // No other texts are small letters and digits joined by dots, but for the names of programs.
-    static const QRegularExpression named(
-        uR"re(ymbol(?:Label|Tile)?(?:\(| = )u"([^"]+)"|u"((?!com\.|org\.)[a-z]+(?:\.[a-z0-9]+)+)")re"_s);
+    static const QRegularExpression named(u"ymbol(?:Label|Tile)?(?:\\(| = )u\"([^\"]+)\""
+                                          "|u\"((?!com\\.|org\\.)[a-z]+(?:\\.[a-z0-9]+)+)\""_s);
     QStringList names;
-    QDir folder(QFINDTESTDATA("../ui"));
+    const QDir folder = QFileInfo(QFINDTESTDATA("../ui/Symbol.cpp")).dir();
     for (const QString &file : folder.entryList({u"*.cpp"_s})) {
         QFile source(folder.filePath(file));
         if (!source.open(QIODevice::ReadOnly))
