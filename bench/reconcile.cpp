@@ -6,7 +6,6 @@
 #include "core/AppState.h"
 #include "core/RecentsFile.h"
 #include "platform/SecretStore.h"
-#include "platform/Workspace.h"
 #include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/desktop/JsonDefaults.h"
 #include "platform/linux/desktop/SystemClock.h"
@@ -18,6 +17,7 @@
 #include "platform/linux/pipewire/PipeWireCaptureService.h"
 #include "platform/linux/pipewire/PipeWireMicrophones.h"
 #include "settings/PrefsStore.h"
+#include "tests/support/FakeWorkspace.h"
 #include "tools/localservice/LocalService.h"
 
 #include <QAbstractEventDispatcher>
@@ -125,13 +125,6 @@ private:
     QString m_value;
 };
 
-class NoWorkspace : public Workspace
-{
-public:
-    void openAddress(const QString &) override {}
-    void revealFile(const QString &) override {}
-};
-
 QList<RecentSession> manySessions(const QDateTime &now)
 {
     QList<RecentSession> sessions;
@@ -209,7 +202,7 @@ int main(int argc, char **argv)
     CurlHttpSession http(settings);
     const auto origin = ServiceOrigin::parse(service.origin());
     OneSecret secrets(encoded(AuthSession{.token = service.store().signIn(u"a@example.com"_s)}));
-    NoWorkspace workspace;
+    FakeWorkspace workspace;
     AuthClient auth(origin, http, secrets, workspace);
 
     const auto sessions = manySessions(clock.now());

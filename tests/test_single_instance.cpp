@@ -90,7 +90,7 @@ private:
     {
         const QStringList names =
             QDBusConnection::sessionBus().interface()->registeredServiceNames().value();
-        return names.filter(u':').size();
+        return names.filter(u":"_s).size();
     }
 
     std::unique_ptr<QProcess> start(const QStringList &arguments) const

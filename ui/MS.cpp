@@ -28,11 +28,10 @@ QColor MS::faded(const QColor &color, double opacity)
 }
 
 // Each first family has one list: two fonts that differ only in what follows share a cached
-// fallback. Without a Chinese family by name the glyphs may be Japanese; where it is not the first,
-// the toolkit draws them too heavy at a scale factor.
+// fallback. Without a Chinese family by name the glyphs may be Japanese.
 QFont MS::system(double points, QFont::Weight weight)
 {
-    return font({u"Noto Sans CJK SC"_s, u"Noto Sans"_s}, points, weight);
+    return font({u"Noto Sans"_s, u"Noto Sans CJK SC"_s}, points, weight);
 }
 
 QFont MS::monospaced(double points, QFont::Weight weight)

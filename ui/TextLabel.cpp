@@ -44,6 +44,11 @@ QStringList wrapped(const QFont &font, const QString &text, int width, int maxim
     return lines;
 }
 
+QString withoutSpaces(const QString &text)
+{
+    return text.simplified().remove(u' ');
+}
+
 /// A page of an error would take long to lay out, and nobody sees it.
 QString start(const QString &text)
 {
@@ -90,7 +95,8 @@ int TextLabel::lineCount(const QFont &font, const QString &text, int width, int 
 
 bool TextLabel::isCut() const
 {
-    return shownLines().join(u' ').simplified() != text().simplified();
+    // Lines of Chinese end without a space.
+    return withoutSpaces(shownLines().join(u' ')) != withoutSpaces(text());
 }
 
 QStringList TextLabel::shownLines() const

@@ -1,0 +1,54 @@
+#include "ui/FixedWindow.h"
+
+#include "ui/MS.h"
+
+#include <QKeyEvent>
+#include <QScreen>
+#include <QVBoxLayout>
+
+FixedWindow::FixedWindow(const QString &title, QSize size, Qt::WindowFlags buttons)
+    : QWidget(nullptr, Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                           Qt::WindowSystemMenuHint | buttons)
+{
+    setWindowTitle(title);
+    setAccessibleName(title);
+    QPalette colors = palette();
+    colors.setColor(QPalette::Window, MS::bg2);
+    colors.setColor(QPalette::WindowText, MS::text);
+    setPalette(colors);
+    setFixedSize(size);
+    QRect content(QPoint(), size);
+    content.moveCenter(screen()->availableGeometry().center());
+    setGeometry(content);
+}
+
+void FixedWindow::setContent(QWidget *content)
+{
+    auto *const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(content);
+}
+
+void FixedWindow::bringToFront()
+{
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
+}
+
+void FixedWindow::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Escape)
+        close();
+    else
+        QWidget::keyPressEvent(event);
+}
+
+// Otherwise the toolkit gives the keyboard to the first button, which nobody has asked for.
+void FixedWindow::showEvent(QShowEvent *event)
+{
+    if (!focusWidget())
+        setFocus();
+    QWidget::showEvent(event);
+}

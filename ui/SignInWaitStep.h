@@ -1,0 +1,17 @@
+#pragma once
+
+#include "cloud/ServiceOrigin.h"
+
+#include <QWidget>
+
+/// The third step of the onboarding while the user is signing in with the browser. Main thread.
+class SignInWaitStep : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit SignInWaitStep(const ConfiguredOrigin &origin, QWidget *parent = nullptr);
+
+Q_SIGNALS:
+    void cancelled();
+};
