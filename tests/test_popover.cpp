@@ -1,4 +1,5 @@
 #include "tests/support/PanelStage.h"
+#include "tests/support/TimerCount.h"
 #include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/RecordButton.h"
@@ -60,35 +61,6 @@ int amberPixels(QWidget &widget)
     }
     return count;
 }
-
-/// Counts the timers of the process that fire while it lives.
-class TimerCount : public QObject
-{
-public:
-    TimerCount() { qApp->installEventFilter(this); }
-
-    bool eventFilter(QObject *watched, QEvent *event) override
-    {
-        if (event->type() == QEvent::Timer && watched != &m_end)
-            ++count;
-        return false;
-    }
-
-    /// While the loop turns for long enough to see the slowest timeline.
-    int during(std::chrono::milliseconds time)
-    {
-        count = 0;
-        m_end.setSingleShot(true);
-        m_end.start(time);
-        QSignalSpy(&m_end, &QTimer::timeout).wait();
-        return count;
-    }
-
-    int count = 0;
-
-private:
-    QTimer m_end;
-};
 } // namespace
 
 class PopoverTest : public QObject
