@@ -2,6 +2,7 @@
 
 #include "base/Tasks.h"
 #include "platform/SleepInhibitor.h"
+#include "settings/PrefsStore.h"
 
 #include <QEvent>
 #include <QGuiApplication>
@@ -20,12 +21,15 @@ constexpr qsizetype loggedAddressLength = std::size("parlovance://auth") - 1;
 } // namespace
 
 AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds second)
-    : m_workspace(platform.workspace)
+    : m_prefs(platform.prefs)
+    , m_bundle(platform.bundle)
+    , m_workspace(platform.workspace)
     , m_sleepInhibitor(platform.sleepInhibitor)
     , m_serviceOrigin(platform.serviceOrigin)
     , m_appState(platform.audio, MediaUploader(platform.serviceOrigin, platform.http),
                  platform.prefs, second)
     , m_auth(platform.serviceOrigin, platform.http, platform.secrets, platform.workspace)
+    , m_perms(platform.access, platform.workspace)
     , m_updater(platform.serviceOrigin, platform.bundle,
                 {.http = platform.http,
                  .workspace = platform.workspace,
@@ -37,6 +41,12 @@ AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds 
     connect(&m_appState, &AppState::stateChanged, this, &AppDelegate::holdOffSleep);
     connect(&m_trayGate, &TrayGate::opened, this, &AppDelegate::showStatusBar);
     connect(&m_signals, &UnixSignals::leaveRequested, qGuiApp, &QCoreApplication::quit);
+    connect(&m_perms, &PermissionChecker::leaveRequested, qGuiApp, &QCoreApplication::quit);
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
+            [this](Qt::ApplicationState state) {
+                if (state == Qt::ApplicationActive)
+                    m_perms.refresh();
+            });
     qGuiApp->installEventFilter(this);
 }
 
@@ -44,7 +54,10 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     m_appState.setAuth(&m_auth);
     runDetached(m_appState.recoverRecordings());
+    m_perms.refresh();
     m_trayGate.wait();
+    if (!m_prefs.hasCompletedOnboarding())
+        showOnboarding();
     QTimer::singleShot(updateCheckDelay, this, &AppDelegate::checkForUpdate);
 }
 
@@ -66,6 +79,24 @@ void AppDelegate::activate()
         m_panelIsWanted = true;
 }
 
+void AppDelegate::showPreferences()
+{
+    if (!m_preferencesWC) {
+        m_preferencesWC = std::make_unique<PreferencesWindowController>(
+            m_auth, m_perms, m_updater, m_prefs, m_bundle, m_workspace, m_serviceOrigin);
+    }
+    m_preferencesWC->showWindow();
+}
+
+void AppDelegate::showOnboarding()
+{
+    if (!m_onboardingWC) {
+        m_onboardingWC =
+            std::make_unique<OnboardingWindowController>(m_auth, m_perms, m_prefs, m_serviceOrigin);
+    }
+    m_onboardingWC->showWindow();
+}
+
 void AppDelegate::checkForUpdate()
 {
     runDetached(m_updater.check(true));
@@ -73,9 +104,9 @@ void AppDelegate::checkForUpdate()
 
 void AppDelegate::showStatusBar(bool isOnTheBus)
 {
-    const auto nothingYet = [] {};
-    m_statusBar = std::make_unique<StatusBarController>(m_appState, m_auth, nothingYet, nothingYet,
-                                                        m_workspace, m_serviceOrigin);
+    m_statusBar = std::make_unique<StatusBarController>(
+        m_appState, m_auth, [this] { showPreferences(); }, [this] { showOnboarding(); },
+        m_workspace, m_serviceOrigin);
     m_statusBar->setMenuIsExported(isOnTheBus);
     if (std::exchange(m_panelIsWanted, false))
         m_statusBar->openPanel();

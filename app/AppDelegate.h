@@ -2,10 +2,13 @@
 
 #include "app/AppPlatform.h"
 #include "app/UnixSignals.h"
+#include "audio/PermissionChecker.h"
 #include "cloud/AuthClient.h"
 #include "cloud/UpdateChecker.h"
 #include "core/AppState.h"
 #include "ui/ClassicTray.h"
+#include "ui/OnboardingWindowController.h"
+#include "ui/PreferencesWindowController.h"
 #include "ui/StatusBarController.h"
 #include "ui/TrayGate.h"
 
@@ -29,8 +32,9 @@ public:
     explicit AppDelegate(const AppPlatform &platform,
                          std::chrono::milliseconds second = std::chrono::seconds(1));
 
-    /// Brings the application onto the desktop, looks which recordings the service holds already,
-    /// and somewhat later for a newer version.
+    /// Brings the application onto the desktop, with the window for new users where that was never
+    /// finished, looks which recordings the service holds already, and somewhat later for a newer
+    /// version.
     void applicationDidFinishLaunching();
 
     /// Takes addresses of the application's scheme: what the browser hands over after the sign-in.
@@ -38,6 +42,10 @@ public:
 
     /// Brings the panel to the front.
     void activate();
+
+    /// Open the window, or bring it to the front.
+    void showPreferences();
+    void showOnboarding();
 
     AppState &appState() { return m_appState; }
 
@@ -51,14 +59,19 @@ private:
     QCoro::Task<> finishAndExit();
 
     const Logger m_logger{"app"};
+    PrefsStore &m_prefs;
+    const BundleInformation m_bundle;
     Workspace &m_workspace;
     SleepInhibitor &m_sleepInhibitor;
     const ConfiguredOrigin m_serviceOrigin;
     AppState m_appState;
     AuthClient m_auth;
+    PermissionChecker m_perms;
     UpdateChecker m_updater;
     TrayGate m_trayGate{&classicTrayIsPresent};
     std::unique_ptr<StatusBarController> m_statusBar;
+    std::unique_ptr<PreferencesWindowController> m_preferencesWC; // both from their first use on
+    std::unique_ptr<OnboardingWindowController> m_onboardingWC;
     UnixSignals m_signals;
     bool m_isLeaving = false;
     bool m_panelIsWanted = false; // before there is a tray

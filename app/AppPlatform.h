@@ -4,6 +4,7 @@
 #include "cloud/ServiceOrigin.h"
 #include "platform/BundleInformation.h"
 
+class CaptureAccess;
 class HttpSession;
 class PrefsStore;
 class SecretStore;
@@ -19,6 +20,7 @@ struct AppPlatform {
     ConfiguredOrigin serviceOrigin;
     HttpSession &http;
     SecretStore &secrets;
+    CaptureAccess &access;
     Workspace &workspace;
     SleepInhibitor &sleepInhibitor;
     UpdateAlert &alert;

@@ -68,6 +68,7 @@ AppPlatform DesktopPlatform::app(PrefsStore &prefs, UpdateAlert &alert)
                        .serviceOrigin = m_serviceOrigin,
                        .http = m_http,
                        .secrets = m_secrets,
+                       .access = m_access,
                        .workspace = m_workspace,
                        .sleepInhibitor = m_sleepInhibitor,
                        .alert = alert};

@@ -3,6 +3,7 @@
 #include "app/AppPlatform.h"
 #include "platform/linux/desktop/AutostartEntry.h"
 #include "platform/linux/desktop/JsonDefaults.h"
+#include "platform/linux/desktop/RememberedAccess.h"
 #include "platform/linux/desktop/SystemClock.h"
 #include "platform/linux/desktop/SystemVolume.h"
 #include "platform/linux/media/LiveTrack.h"
@@ -44,6 +45,7 @@ private:
     FileAudioAssets m_assets;
     PipeWireCaptureService m_captureService;
     PipeWireMicrophones m_microphones;
+    RememberedAccess m_access{m_defaults, m_microphones, m_captureService};
     SecretServiceStore m_secrets;
     DesktopWorkspace m_workspace;
     LoginSleepInhibitor m_sleepInhibitor;

@@ -1,4 +1,5 @@
 #include "app/AppDelegate.h"
+#include "platform/linux/desktop/RememberedAccess.h"
 #include "settings/PrefsStore.h"
 #include "tests/support/AudioRig.h"
 #include "tests/support/FakeDefaults.h"
@@ -67,6 +68,7 @@ private Q_SLOTS:
         prefs.setSaveLocation(rig.home.path());
         FakeHttpSession http(rig.script);
         FakeSecretStore secrets;
+        RememberedAccess access(defaults, rig.microphones, rig.capture);
         FakeWorkspace workspace;
         FakeSleepInhibitor sleepInhibitor;
         AlertBox alert;
@@ -76,6 +78,7 @@ private Q_SLOTS:
                               .serviceOrigin = ServiceOrigin::parse(u"https://s.example"_s),
                               .http = http,
                               .secrets = secrets,
+                              .access = access,
                               .workspace = workspace,
                               .sleepInhibitor = sleepInhibitor,
                               .alert = alert},
