@@ -2,6 +2,7 @@
 #include "tests/support/PrivateBus.h"
 
 #include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
@@ -106,8 +107,13 @@ private:
         return process;
     }
 
+    /// Of the one instance, once it has come so far that it can be asked to leave.
     static void end(QProcess &process)
     {
+        auto message = QDBusMessage::createMethodCall(
+            name, u"/com/parlovance/Parlovance"_s, u"org.freedesktop.Application"_s, u"Activate"_s);
+        message << QVariantMap();
+        QCOMPARE(QDBusConnection::sessionBus().call(message).type(), QDBusMessage::ReplyMessage);
         process.terminate();
         QVERIFY(process.waitForFinished());
         QCOMPARE(process.exitStatus(), QProcess::NormalExit);
