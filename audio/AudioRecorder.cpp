@@ -168,7 +168,7 @@ void AudioRecorder::setOnMicEvent(std::function<void(const MicrophoneEvent &)> h
 QCoro::Task<std::expected<RecordingFiles, RecordingError>>
 AudioRecorder::makeURLs(RecordingSettings settings, RecordingRoom room)
 {
-    const Clock &clock = m_platform.clock;
+    const QPointer self(this);
     const auto prepare = [settings, room, &volume = m_platform.volume] {
         auto prepared = createSaveFolder(settings);
         if (prepared && !room.lasts(volume, roomToStart)) {
@@ -181,5 +181,7 @@ AudioRecorder::makeURLs(RecordingSettings settings, RecordingRoom room)
     const auto prepared = co_await preparing;
     if (!prepared)
         co_return std::unexpected(prepared.error());
-    co_return recordingFiles(settings, clock.now());
+    if (!self) // the application is closing
+        co_return std::unexpected(AudioRecorderError(AudioRecorderError::Case::alreadyRecording));
+    co_return recordingFiles(settings, m_platform.clock.now());
 }

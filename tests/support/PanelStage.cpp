@@ -42,6 +42,8 @@ PanelStage::~PanelStage()
     };
     if (!QTest::qWaitFor(isIdle))
         qFatal("an upload does not end");
+    rig.script.releaseAll();
+    QCoro::waitFor(app->finishForQuit());
 }
 
 RecentSession PanelStage::entry(const QString &title)

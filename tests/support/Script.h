@@ -33,6 +33,13 @@ public:
         letThrough(step);
     }
 
+    /// The same for every step.
+    void releaseAll()
+    {
+        for (const auto &gate : std::map(m_gates))
+            releaseAt(gate.first);
+    }
+
     /// Lets those go on who wait at \p step now.
     void letThrough(const QString &step)
     {
