@@ -92,6 +92,7 @@ void AuthClient::adoptWhenItComes(const QFuture<std::optional<QString>> &text)
         m_cachedSession = std::move(session);
         m_sessionStatus = SessionStatus::cached;
         Q_EMIT changed();
+        Q_EMIT sessionCameLate();
         [[maybe_unused]] const auto ignored = validateSession();
     });
     watcher->setFuture(text);

@@ -76,6 +76,9 @@ public:
 Q_SIGNALS:
     void changed();
 
+    /// The stored session has come later than at the creation, as the user had to unlock it.
+    void sessionCameLate();
+
 private:
     std::optional<AuthSession> loadSession();
     void adoptWhenItComes(const QFuture<std::optional<QString>> &text);

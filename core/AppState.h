@@ -85,13 +85,15 @@ public:
     /// Every call, whatever it sets, starts a reconcile.
     void setAuth(AuthClient *auth);
 
+    // An identifier may be one of the list itself, which these replace: hence by value.
+
     /// Uploads a recording. Returns at once; the outcome is in the entry. Nothing happens where
     /// there is no such entry, or it has no file or is uploaded already.
-    void startUpload(const QUuid &sessionID);
+    void startUpload(QUuid sessionID);
 
     /// The same for an entry in whatever state. Any number of uploads may run at once, also of one
     /// entry, where the last to end has the last word.
-    void retryUpload(const QUuid &sessionID);
+    void retryUpload(QUuid sessionID);
 
     /// Asks the service which recordings of the list it holds, and marks those. Silent.
     QCoro::Task<> reconcileUploadedSessions();
@@ -128,17 +130,17 @@ private:
     QCoro::Task<> stopAndTell(QString message);
     bool isStartingOrRecording() const;
 
-    std::optional<RecentSession> session(const QUuid &sessionID) const;
+    std::optional<RecentSession> session(QUuid sessionID) const;
     std::optional<QString> token() const;
+    void startReconcile();
     void uploadAfterStop(const RecentSession &entry);
     void beginUpload(const RecentSession &entry, const QString &clientRecordingId);
     QCoro::Task<> upload(QUuid sessionID, UploadRequest request);
-    void handleFailedUpload(const QUuid &sessionID, const ServiceFailure &failure,
-                            const QString &token);
-    QString ensureClientRecordingID(const QUuid &sessionID, const QUrl &fileURL);
+    void handleFailedUpload(QUuid sessionID, const ServiceFailure &failure, const QString &token);
+    QString ensureClientRecordingID(QUuid sessionID, const QUrl &fileURL);
 
     /// Applies \p change to the entry, saves and announces. Without the entry nothing happens.
-    void updateSession(const QUuid &sessionID, const std::function<void(RecentSession &)> &change);
+    void updateSession(QUuid sessionID, const std::function<void(RecentSession &)> &change);
 
     const Clock &m_clock;
     PrefsStore &m_prefs;

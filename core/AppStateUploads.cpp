@@ -92,8 +92,16 @@ bool adoptMeeting(RecentSession &entry, const QHash<QString, QString> &meetings)
 void AppState::setAuth(AuthClient *auth)
 {
     m_auth = auth;
-    const auto reconcile = [this] { runDetached(reconcileUploadedSessions()); };
-    QMetaObject::invokeMethod(this, reconcile, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, &AppState::startReconcile, Qt::QueuedConnection);
+    if (auth) {
+        connect(auth, &AuthClient::sessionCameLate, this, &AppState::startReconcile,
+                Qt::UniqueConnection);
+    }
+}
+
+void AppState::startReconcile()
+{
+    runDetached(reconcileUploadedSessions());
 }
 
 std::optional<QString> AppState::token() const
@@ -107,7 +115,7 @@ void AppState::uploadAfterStop(const RecentSession &entry)
         startUpload(entry.id);
 }
 
-void AppState::startUpload(const QUuid &sessionID)
+void AppState::startUpload(QUuid sessionID)
 {
     const auto entry = session(sessionID);
     if (!entry || !entry->fileURL || entry->isUploaded())
@@ -119,7 +127,7 @@ void AppState::startUpload(const QUuid &sessionID)
         updateSession(sessionID, markSignedOut);
 }
 
-void AppState::retryUpload(const QUuid &sessionID)
+void AppState::retryUpload(QUuid sessionID)
 {
     const auto entry = session(sessionID);
     if (entry && entry->fileURL)
@@ -166,7 +174,7 @@ QCoro::Task<> AppState::upload(QUuid sessionID, UploadRequest request)
     });
 }
 
-void AppState::handleFailedUpload(const QUuid &sessionID, const ServiceFailure &failure,
+void AppState::handleFailedUpload(QUuid sessionID, const ServiceFailure &failure,
                                   const QString &token)
 {
     const bool isRefused = failure.isUnauthorized();
@@ -178,7 +186,7 @@ void AppState::handleFailedUpload(const QUuid &sessionID, const ServiceFailure &
         setLastError(u"登录已过期，请重新登录"_s);
 }
 
-QString AppState::ensureClientRecordingID(const QUuid &sessionID, const QUrl &fileURL)
+QString AppState::ensureClientRecordingID(QUuid sessionID, const QUrl &fileURL)
 {
     QString identifier = clientRecordingId(fileURL);
     updateSession(sessionID, [&identifier](RecentSession &entry) {
@@ -190,14 +198,13 @@ QString AppState::ensureClientRecordingID(const QUuid &sessionID, const QUrl &fi
     return identifier;
 }
 
-std::optional<RecentSession> AppState::session(const QUuid &sessionID) const
+std::optional<RecentSession> AppState::session(QUuid sessionID) const
 {
     const auto found = std::ranges::find(m_recents, sessionID, &RecentSession::id);
     return found == m_recents.cend() ? std::nullopt : std::optional(*found);
 }
 
-void AppState::updateSession(const QUuid &sessionID,
-                             const std::function<void(RecentSession &)> &change)
+void AppState::updateSession(QUuid sessionID, const std::function<void(RecentSession &)> &change)
 {
     const auto found = std::ranges::find(m_recents, sessionID, &RecentSession::id);
     if (found == m_recents.end())

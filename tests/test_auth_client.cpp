@@ -129,11 +129,16 @@ void AuthClientTest::sessionThatComesLate()
         if (meanwhile == u"signs out")
             desktop.client->logout();
     }
+    int cameLate = 0;
+    if (desktop.client) {
+        connect(&*desktop.client, &AuthClient::sessionCameLate, this, [&] { ++cameLate; });
+    }
     desktop.secrets.answerLate(u"session"_s, answer);
     QCoreApplication::processEvents();
 
     if (desktop.client)
         QTRY_COMPARE(desktop.state(), state);
+    QCOMPARE(cameLate, meanwhile == u"nothing"_s && answer ? 1 : 0);
 }
 
 void AuthClientTest::validation_data()
