@@ -23,7 +23,7 @@ UploadError refused(UploadError::Case kind, const HttpReply &reply)
 std::optional<ServiceFailure> failureOf(const HttpOutcome &outcome, UploadError::Case kind)
 {
     if (!outcome)
-        return ServiceReplies::failureWithoutReply(outcome.error());
+        return outcome.error();
     if (outcome->status() == 401)
         return UploadError(UploadError::Case::unauthorized);
     if (!outcome->isSuccess())
@@ -54,15 +54,11 @@ std::expected<void, ServiceFailure> ServiceReplies::objectUpload(const HttpOutco
 
 std::expected<QString, ServiceFailure> ServiceReplies::createMeeting(const HttpOutcome &outcome)
 {
-    const UploadError invalid(UploadError::Case::invalidResponse);
-    if (const auto failure = failureOf(outcome, UploadError::Case::createMeetingFailed)) {
-        // What cannot be read has no identifier.
-        const bool isUnreadable = std::holds_alternative<DecodingError>(failure->cause());
-        return std::unexpected(isUnreadable ? ServiceFailure(invalid) : *failure);
-    }
+    if (const auto failure = failureOf(outcome, UploadError::Case::createMeetingFailed))
+        return std::unexpected(*failure);
     auto id = decodedMeetingId(outcome->body());
     if (!id)
-        return std::unexpected(invalid);
+        return std::unexpected(UploadError(UploadError::Case::invalidResponse)); // unreadable, too
     return std::move(*id);
 }
 
@@ -75,11 +71,4 @@ ServiceReplies::reconcile(const HttpOutcome &outcome)
     if (!response)
         return std::unexpected(response.error());
     return std::move(response->meetings);
-}
-
-ServiceFailure ServiceReplies::failureWithoutReply(const TransportError &error)
-{
-    if (error.kind() == TransportError::Kind::replyTooLarge)
-        return DecodingError(error.technicalText());
-    return error;
 }

@@ -23,10 +23,6 @@ std::expected<QString, ServiceFailure> createMeeting(const HttpOutcome &outcome)
 
 /// The meetings in the order in which they came.
 std::expected<QList<ReconciledMeeting>, ServiceFailure> reconcile(const HttpOutcome &outcome);
-
-/// Why a call that awaits JSON got no reply: as the transport says, but one that is too long to be
-/// taken counts as one that cannot be read.
-ServiceFailure failureWithoutReply(const TransportError &error);
 } // namespace ServiceReplies
 
 /// What \p read makes of \p content. In the background: a reply may be megabytes of JSON, and the

@@ -97,8 +97,7 @@ QCoro::Task<UpdateChecker::Release> UpdateChecker::fetchRelease(ConfiguredOrigin
     const auto request = ServiceRequests::latestRelease(*origin);
     const HttpOutcome outcome = co_await http->send(request);
     if (!outcome)
-        co_return std::unexpected(
-            ServiceReplies::failureWithoutReply(outcome.error()).description());
+        co_return std::unexpected(outcome.error().description());
     if (!outcome->isSuccess())
         co_return std::unexpected(u"服务器的回复无效"_s);
     auto release = co_await readInBackground(&decodedLatestRelease, outcome->body());

@@ -78,7 +78,6 @@ public:
         timedOut,       ///< no data in either direction for 60 seconds
         untrusted,      ///< the certificate was not accepted
         brokenReply,    ///< the connection ended early, or what came is not HTTP
-        replyTooLarge,  ///< more than the limit for a reply
         cancelled,      ///< the session was closed
     };
 
@@ -111,6 +110,8 @@ class HttpSession
 public:
     virtual ~HttpSession() = default;
 
-    /// A reply's body is bounded (8 MiB). That of a success in answer to a file is not kept.
+    /// A reply's body is bounded (8 MiB): of a longer one nothing is kept, or the beginning where
+    /// the status means a failure. That of a success in answer to a file is not kept. In the body
+    /// of a failure the request's credentials are concealed.
     virtual QCoro::Task<HttpOutcome> send(HttpRequest request) = 0;
 };

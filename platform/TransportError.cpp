@@ -22,8 +22,6 @@ QString sentence(TransportError::Kind kind)
         return u"服务器的证书不可信，已中止连接"_s;
     case TransportError::Kind::brokenReply:
         return u"与服务器的连接中断，没有收到完整的回复"_s;
-    case TransportError::Kind::replyTooLarge:
-        return u"服务器返回的数据过大"_s;
     case TransportError::Kind::cancelled:
         return u"请求已取消"_s;
     }

@@ -71,17 +71,13 @@ void addRefusals(qsizetype step)
     addRow(step, "500, not UTF-8", Misbehaviour::answered(500, "a\xff"), failure.arg(500));
     // Where it leads nobody answers.
     addRow(step, "302", Misbehaviour::redirected(302, "http://127.0.0.1:9/x"), failure.arg(302));
-    addRow(step, "304", Misbehaviour::answered(304), failure.arg(304));
 }
 
 /// Success by its status, but not by what it says. A stored object's reply is not read.
 void addWrongReplies(qsizetype step, const QByteArray &wrongType, const QString &message)
 {
     addRow(step, "wrong type", Misbehaviour::answered(200, wrongType), message);
-    addRow(step, "nothing in it", Misbehaviour::answered(204), message);
     addRow(step, "not UTF-8", Misbehaviour::answered(200, "{\"a\":\"\xff\"}"), message);
-    addRow(step, "a web page", Misbehaviour::answered(200, "<html>", "text/html"), message);
-    addRow(step, "members missing", Misbehaviour::answered(200, "{}"), message);
     addRow(step, "too long", Misbehaviour::oversized(9'000'000), message);
     addRow(step, "too deep", Misbehaviour::answered(200, QByteArray(100'000, '[')), message);
 }

@@ -163,14 +163,28 @@ bool CurlTransfer::setHeaders()
 
 HttpOutcome CurlTransfer::outcome(CURLcode code)
 {
-    if (code != CURLE_OK)
+    if (code != CURLE_OK && !m_isCutShort)
         return std::unexpected(failure(code));
     // To curl a connection that ends amid the headers is the end of the reply.
     if (!m_isHeadWhole || status() < 200) {
         return std::unexpected(
             TransportError(TransportError::Kind::brokenReply, u"the reply ended in its headers"_s));
     }
+    if (!HttpReply(status(), {}).isSuccess())
+        concealCredentials();
+    else if (m_isCutShort)
+        m_reply.clear();
     return HttpReply(status(), std::move(m_reply));
+}
+
+/// What an error page repeats of the request must not get to where its text is shown or kept.
+void CurlTransfer::concealCredentials()
+{
+    for (const HttpRequest::Header &header : m_request.headers()) {
+        const QByteArray credentials = header.value.mid(header.value.indexOf(' ') + 1);
+        if (header.name.compare("Authorization", Qt::CaseInsensitive) == 0)
+            m_reply.replace(credentials, "***");
+    }
 }
 
 int CurlTransfer::status() const
@@ -219,8 +233,7 @@ size_t CurlTransfer::takeReply(const char *data, size_t size)
     if (m_file && HttpReply(status(), {}).isSuccess())
         return size;
     if (static_cast<size_t>(m_settings.replyLimitBytes - m_reply.size()) < size) {
-        m_ownFailure.emplace(TransportError::Kind::replyTooLarge,
-                             u"more than %1 bytes"_s.arg(m_settings.replyLimitBytes));
+        m_isCutShort = true;
         return 0;
     }
     m_reply.append(data, static_cast<qsizetype>(size));
@@ -235,7 +248,7 @@ size_t CurlTransfer::takeHeader(std::string_view line)
         m_isHeadWhole = true;
     m_headerBytes += line.size();
     if (m_headerBytes > headerLimitBytes) {
-        m_ownFailure.emplace(TransportError::Kind::replyTooLarge,
+        m_ownFailure.emplace(TransportError::Kind::brokenReply,
                              u"more than %1 bytes of headers"_s.arg(headerLimitBytes));
         return 0;
     }

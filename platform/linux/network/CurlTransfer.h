@@ -49,6 +49,7 @@ private:
     size_t takeHeader(std::string_view line);
     size_t giveFile(std::span<char> target);
     TransportError failure(CURLcode code) const;
+    void concealCredentials();
 
     static size_t onReply(char *data, size_t size, size_t count, void *self);
     static size_t onHeader(char *data, size_t size, size_t count, void *self);
@@ -64,6 +65,7 @@ private:
     std::optional<UploadFile> m_file;
     std::optional<TransportError> m_ownFailure; ///< why one of the callbacks ended the transfer
     QByteArray m_reply;
+    bool m_isCutShort = false; ///< it was longer than the limit
     size_t m_headerBytes = 0;
     bool m_isHeadWhole = false;
     bool m_isHeldBack = false;
