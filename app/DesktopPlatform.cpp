@@ -56,8 +56,8 @@ DesktopPlatform::DesktopPlatform(const QString &bundleInformation)
 
 AppPlatform DesktopPlatform::app(PrefsStore &prefs, UpdateAlert &alert)
 {
-    const AudioPlatform audio{.captureService = m_captureService,
-                              .microphones = m_microphones,
+    const AudioPlatform audio{.captureService = m_access,
+                              .microphones = m_access,
                               .writers = m_writers,
                               .assets = m_assets,
                               .volume = m_volume,

@@ -1,5 +1,6 @@
 #include "audio/PermissionChecker.h"
 
+#include "base/Tasks.h"
 #include "platform/CaptureAccess.h"
 #include "platform/Workspace.h"
 
@@ -30,8 +31,10 @@ PermissionChecker::PermissionChecker(CaptureAccess &access, Workspace &workspace
     , m_access(access)
     , m_workspace(workspace)
 {
+    m_screenGrantWatcher.setSingleShot(true);
     m_screenGrantWatcher.setInterval(watchInterval);
-    connect(&m_screenGrantWatcher, &QTimer::timeout, this, &PermissionChecker::watchScreenGrant);
+    connect(&m_screenGrantWatcher, &QTimer::timeout, this,
+            [this] { runDetached(watchScreenGrant()); });
 }
 
 void PermissionChecker::refresh()
@@ -45,6 +48,14 @@ void PermissionChecker::refresh()
         m_screen = m_hasRequestedScreen ? PermissionStatus::denied : PermissionStatus::unknown;
     }
     Q_EMIT changed();
+}
+
+QCoro::Task<> PermissionChecker::reconsider()
+{
+    const QPointer self(this);
+    co_await m_access.reconsider();
+    if (self)
+        refresh();
 }
 
 QCoro::Task<> PermissionChecker::requestMic()
@@ -65,8 +76,10 @@ QCoro::Task<> PermissionChecker::requestScreen()
     m_screen = isGranted ? PermissionStatus::granted : PermissionStatus::denied;
     m_screenNeedsRestart = !isGranted;
     Q_EMIT changed();
-    if (isGranted)
+    if (isGranted) {
+        m_checksLeft = 0; // what is granted here needs no restart
         co_return;
+    }
     openScreenRecordingSettings();
     startScreenGrantWatcher();
 }
@@ -77,13 +90,18 @@ void PermissionChecker::startScreenGrantWatcher()
     m_screenGrantWatcher.start();
 }
 
-void PermissionChecker::watchScreenGrant()
+QCoro::Task<> PermissionChecker::watchScreenGrant()
 {
-    const bool isGranted = m_access.canCaptureScreen();
-    if (isGranted || --m_checksLeft == 0)
-        m_screenGrantWatcher.stop();
-    if (isGranted)
+    const QPointer self(this);
+    co_await m_access.reconsider();
+    if (!self || m_checksLeft == 0)
+        co_return;
+    if (m_access.canCaptureScreen()) {
+        m_checksLeft = 0;
         restartApp();
+    } else if (--m_checksLeft > 0) {
+        m_screenGrantWatcher.start();
+    }
 }
 
 void PermissionChecker::restartApp()

@@ -38,6 +38,9 @@ public:
     /// Reads both again. Asks nobody.
     void refresh();
 
+    /// Looks whether what was refused is granted by now, then reads both again.
+    QCoro::Task<> reconsider();
+
     /// Asks for the microphone, and reads both again.
     QCoro::Task<> requestMic();
 
@@ -58,7 +61,7 @@ Q_SIGNALS:
 
 private:
     void startScreenGrantWatcher();
-    void watchScreenGrant();
+    QCoro::Task<> watchScreenGrant();
 
     CaptureAccess &m_access;
     Workspace &m_workspace;
@@ -67,5 +70,5 @@ private:
     bool m_screenNeedsRestart = false;
     bool m_hasRequestedScreen = false;
     QTimer m_screenGrantWatcher;
-    int m_checksLeft = 0;
+    int m_checksLeft = 0; ///< of the watch; 0: nobody watches
 };

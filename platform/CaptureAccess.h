@@ -23,4 +23,7 @@ public:
 
     /// Asks for that. Whether it is granted.
     virtual QCoro::Task<bool> requestScreenCapture() = 0;
+
+    /// Looks whether what was refused is granted by now. Shows the user nothing.
+    virtual QCoro::Task<> reconsider() = 0;
 };

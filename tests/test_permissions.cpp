@@ -133,6 +133,17 @@ private Q_SLOTS:
         QTEST(u"%1 %2"_s.arg(text(next.mic()), text(next.screen())), "atNextLaunch");
     }
 
+    void answersToARecordingAreRemembered()
+    {
+        Stage stage;
+        Microphones &microphones = stage.access;
+        CaptureService &capture = stage.access;
+        QVERIFY(QCoro::waitFor(microphones.requestAccess()));
+        QVERIFY(QCoro::waitFor(capture.targets()));
+        stage.checker.refresh();
+        QCOMPARE(stage.shown(), u"granted granted"_s);
+    }
+
     void grantInTheSettingsRestarts()
     {
         Stage stage;
@@ -143,13 +154,38 @@ private Q_SLOTS:
         QTRY_VERIFY(stage.access.looks > 3);
         QCOMPARE(stage.workspace.newInstances, 0);
 
-        stage.defaults.setBoolean(u"access.screen"_s, true);
+        stage.script.succeedAt(u"capture targets"_s);
         QTRY_COMPARE(stage.workspace.newInstances, 1);
         QCOMPARE(leaving.count(), 1);
         stage.checker.refresh();
         QCOMPARE(stage.shown(), u"unknown granted"_s);
         Stage::passTwentyLooks();
         QCOMPARE(stage.workspace.newInstances, 1);
+    }
+
+    void grantOfTheOwnRequestDoesNot()
+    {
+        Stage stage;
+        PermissionChecker checker(stage.access, stage.workspace, 10ms);
+        stage.script.failAt(u"capture targets"_s);
+        QCoro::waitFor(checker.requestScreen());
+        stage.script.succeedAt(u"capture targets"_s);
+        QCoro::waitFor(checker.requestScreen());
+        Stage::passTwentyLooks();
+        QCOMPARE(checker.screen(), PermissionStatus::granted);
+        QCOMPARE(stage.workspace.newInstances, 0);
+    }
+
+    void whatWasRefusedIsLookedAtAgain()
+    {
+        Stage stage;
+        stage.script.failAt(u"mic access"_s);
+        QCoro::waitFor(stage.checker.requestMic());
+        QCoro::waitFor(stage.checker.reconsider());
+        QCOMPARE(stage.shown(), u"denied unknown"_s);
+        stage.script.succeedAt(u"mic access"_s);
+        QCoro::waitFor(stage.checker.reconsider());
+        QCOMPARE(stage.shown(), u"granted unknown"_s);
     }
 
     void watchEndsAndBeginsAnew()

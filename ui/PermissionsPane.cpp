@@ -44,7 +44,8 @@ void PermissionsPane::build()
 {
     auto *const reread = new PlainButton(refreshFace(), u"刷新状态"_s);
     reread->setObjectName(u"refresh"_s);
-    connect(reread, &QAbstractButton::clicked, &m_perms, &PermissionChecker::refresh);
+    connect(reread, &QAbstractButton::clicked, &m_perms,
+            [this] { runDetached(m_perms.reconsider()); });
 
     auto *const below = new QVBoxLayout;
     below->setContentsMargins(20, 14, 20, 14);
