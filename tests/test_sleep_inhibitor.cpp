@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 /// The login manager: gives out the writing ends of pipes as locks.
-class FakeLogin : public QObject
+class FakeLogin : public QObject, protected QDBusContext
 {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
@@ -42,6 +42,7 @@ public:
     }
 
     QStringList requests;
+    bool isLidForbidden = false;
 
 public Q_SLOTS:
     // NOLINTNEXTLINE(readability-identifier-naming) the interface's own
@@ -49,6 +50,10 @@ public Q_SLOTS:
                                     const QString &mode)
     {
         requests.append(QStringList{what, who, why, mode}.join(u' '));
+        if (what != u"sleep"_s && isLidForbidden) {
+            sendErrorReply(QDBusError::AccessDenied);
+            return {};
+        }
         std::array<int, 2> ends{};
         if (::pipe(ends.data()) != 0)
             return {};
@@ -78,7 +83,8 @@ private Q_SLOTS:
         QTRY_COMPARE(login.heldLocks(), 1);
         inhibitor.setHeld(false);
         QTRY_COMPARE(login.heldLocks(), 0);
-        QCOMPARE(login.requests, QStringList(u"sleep Parlovance 正在录音 block"_s));
+        QCOMPARE(login.requests,
+                 QStringList(u"sleep:handle-lid-switch Parlovance 正在录音 block"_s));
 
         // Given back before it has come; wanted again before that.
         inhibitor.setHeld(true);
@@ -90,6 +96,16 @@ private Q_SLOTS:
         inhibitor.setHeld(true);
         QTRY_COMPARE(login.heldLocks(), 1);
         QCOMPARE(login.requests.size(), 3);
+    }
+
+    void withoutTheLidWhereThatIsForbidden()
+    {
+        FakeLogin login;
+        login.isLidForbidden = true;
+        LoginSleepInhibitor inhibitor(QDBusConnection::sessionBus());
+        inhibitor.setHeld(true);
+        QTRY_COMPARE(login.heldLocks(), 1);
+        QCOMPARE(login.requests.last(), u"sleep Parlovance 正在录音 block"_s);
     }
 
     void endsWithTheProcessThatHeldIt()

@@ -6,6 +6,12 @@
 
 using namespace Qt::StringLiterals;
 
+namespace
+{
+// The lid takes no notice of a lock on sleep alone.
+const auto sleepAndLid = u"sleep:handle-lid-switch"_s;
+} // namespace
+
 LoginSleepInhibitor::LoginSleepInhibitor(QDBusConnection systemBus)
     : m_bus(std::move(systemBus))
 {
@@ -17,22 +23,26 @@ void LoginSleepInhibitor::setHeld(bool isHeld)
     if (!isHeld)
         m_lock = QDBusUnixFileDescriptor();
     else if (!m_lock.isValid() && !m_isAsking)
-        request();
+        request(sleepAndLid);
 }
 
-void LoginSleepInhibitor::request()
+void LoginSleepInhibitor::request(const QString &what)
 {
     auto message =
         QDBusMessage::createMethodCall(u"org.freedesktop.login1"_s, u"/org/freedesktop/login1"_s,
                                        u"org.freedesktop.login1.Manager"_s, u"Inhibit"_s);
-    message << u"sleep"_s << u"Parlovance"_s << u"正在录音"_s << u"block"_s;
+    message << what << u"Parlovance"_s << u"正在录音"_s << u"block"_s;
     m_isAsking = true;
     auto *const watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(message), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, what] {
         const QDBusPendingReply<QDBusUnixFileDescriptor> reply = *watcher;
         watcher->deleteLater();
         m_isAsking = false;
-        if (m_isHeld && reply.isValid())
+        if (!m_isHeld)
+            return;
+        if (reply.isValid())
             m_lock = reply.value();
+        else if (what == sleepAndLid)
+            request(u"sleep"_s); // the lid may be forbidden
     });
 }

@@ -18,7 +18,7 @@ public:
     void setHeld(bool isHeld) override;
 
 private:
-    void request();
+    void request(const QString &what);
 
     QDBusConnection m_bus;
     bool m_isHeld = false;
