@@ -3,7 +3,9 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
+#include <QDir>
 #include <QEventLoop>
+#include <QStandardPaths>
 #include <QTimer>
 
 using namespace Qt::StringLiterals;
@@ -14,14 +16,23 @@ const auto name = u"com.parlovance.Parlovance"_s;
 const auto path = u"/com/parlovance/Parlovance"_s;
 const auto interface = u"org.freedesktop.Application"_s;
 
-constexpr int answerLimitMilliseconds = 5000;
+constexpr int answerLimitMilliseconds = 10'000;
+
+/// Without a bus, too, there is one writer of the list of recordings.
+QString lockPath()
+{
+    return QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation))
+        .filePath(u"parlovance.lock"_s);
+}
 } // namespace
 
 BusApplication::BusApplication(QDBusConnection bus, QObject *parent)
     : QObject(parent)
     , m_bus(std::move(bus))
+    , m_lock(lockPath())
 {
     new BusApplicationInterface(*this);
+    m_lock.setStaleLockTime(0); // for as long as the process lives
 }
 
 QStringList BusApplication::ownAddresses(const QStringList &addresses)
@@ -47,18 +58,30 @@ bool BusApplication::registerName()
     return false;
 }
 
-BusApplication::Claim BusApplication::claim(const QStringList &addresses)
+/// Tells the instance that has the name, or that the bus starts for it. Whether it has answered.
+bool BusApplication::handOn(const QStringList &addresses)
 {
-    if (!m_bus.isConnected() || registerName())
-        return Claim::first;
-    const QStringList own = ownAddresses(addresses);
     auto message = QDBusMessage::createMethodCall(name, path, interface,
-                                                  own.isEmpty() ? u"Activate"_s : u"Open"_s);
-    if (!own.isEmpty())
-        message << own;
+                                                  addresses.isEmpty() ? u"Activate"_s : u"Open"_s);
+    if (!addresses.isEmpty())
+        message << addresses;
     message << QVariantMap();
     const QDBusMessage answer = m_bus.call(message, QDBus::Block, answerLimitMilliseconds);
-    return answer.type() == QDBusMessage::ReplyMessage ? Claim::handedOn : Claim::notHanded;
+    return answer.type() == QDBusMessage::ReplyMessage;
+}
+
+BusApplication::Claim BusApplication::claim(const QStringList &addresses)
+{
+    if (!m_bus.isConnected())
+        return m_lock.tryLock(0) ? Claim::first : Claim::notHanded;
+    const QStringList own = ownAddresses(addresses);
+    // An address may hold a token, which is not to stand in the command line of a process that
+    // stays, nor of who waits for that: where the bus can, it starts the one instance.
+    if (own.isEmpty() && registerName())
+        return Claim::first;
+    if (handOn(own))
+        return Claim::handedOn;
+    return registerName() ? Claim::first : Claim::notHanded;
 }
 
 bool BusApplication::succeed(std::chrono::seconds patience)

@@ -2,6 +2,7 @@
 
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
+#include <QLockFile>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -22,14 +23,15 @@ public:
     enum class Claim {
         first,     ///< this is the one instance; also where there is no bus
         handedOn,  ///< another one runs and was told
-        notHanded, ///< another one runs and did not answer
+        notHanded, ///< another one runs and did not answer, or cannot, without a bus
     };
 
     explicit BusApplication(QDBusConnection bus = QDBusConnection::sessionBus(),
                             QObject *parent = nullptr);
 
-    /// Becomes the one instance, or hands \p addresses to the one there is, which comes forward
-    /// where there are none. Connect the signals before. Waits a few seconds at most.
+    /// Becomes the one instance, or hands \p addresses to the one there is, or that the bus starts;
+    /// it comes forward where there are none. Connect the signals before. Waits a few seconds at
+    /// most.
     Claim claim(const QStringList &addresses);
 
     /// Waits until the instance that has the name has left; at most \p patience. Whether this is
@@ -49,8 +51,10 @@ private:
     friend class BusApplicationInterface;
 
     bool registerName();
+    bool handOn(const QStringList &addresses);
 
     QDBusConnection m_bus;
+    QLockFile m_lock;
 };
 
 /// What is on the bus.

@@ -4,6 +4,7 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -62,6 +63,44 @@ private Q_SLOTS:
         QDBusConnection::sessionBus().unregisterService(name);
     }
 
+    void foreignAddressesOnTheBusAreLeftOut()
+    {
+        BusApplication first;
+        QCOMPARE(first.claim({}), BusApplication::Claim::first);
+        QSignalSpy openings(&first, &BusApplication::opened);
+        auto message = call(u"Open"_s);
+        message << QStringList{u"https://example.com"_s, u"parlovance://auth?a=b"_s, u"/etc"_s}
+                << QVariantMap();
+        QDBusConnection::sessionBus().call(message, QDBus::BlockWithGui);
+        QCOMPARE(openings.size(), 1);
+        QCOMPARE(openings[0][0].toStringList(), QStringList{u"parlovance://auth?a=b"_s});
+
+        const auto seen = QDBusConnection::sessionBus().call(
+            QDBusMessage::createMethodCall(name, u"/com/parlovance/Parlovance"_s,
+                                           u"org.freedesktop.DBus.Introspectable"_s,
+                                           u"Introspect"_s),
+            QDBus::BlockWithGui);
+        const QRegularExpression interface(u"<interface name=\"([^\"]*)\""_s);
+        QStringList interfaces;
+        for (const auto &match : interface.globalMatch(seen.arguments().value(0).toString()))
+            interfaces.append(match.captured(1));
+        interfaces.removeIf(
+            [](const QString &each) { return each.startsWith("org.freedesktop.DBus."_L1); });
+        QCOMPARE(interfaces, QStringList{u"org.freedesktop.Application"_s});
+        QDBusConnection::sessionBus().unregisterService(name);
+    }
+
+    void addressIsNotInTheCommandLine()
+    {
+        const auto first = start({u"parlovance://auth?token=secret&state=s"_s});
+        QTRY_COMPARE(qint64{owner()}, first->processId());
+        QFile commandLine(u"/proc/%1/cmdline"_s.arg(first->processId()));
+        QVERIFY(commandLine.open(QIODevice::ReadOnly));
+        const QByteArray line = commandLine.readAll();
+        QVERIFY(line.contains("parlovance") && !line.contains("secret"));
+        end(*first);
+    }
+
     void laterOnesEnd()
     {
         const auto first = start({});
@@ -107,11 +146,16 @@ private:
         return process;
     }
 
+    static QDBusMessage call(const QString &method)
+    {
+        return QDBusMessage::createMethodCall(name, u"/com/parlovance/Parlovance"_s,
+                                              u"org.freedesktop.Application"_s, method);
+    }
+
     /// Of the one instance, once it has come so far that it can be asked to leave.
     static void end(QProcess &process)
     {
-        auto message = QDBusMessage::createMethodCall(
-            name, u"/com/parlovance/Parlovance"_s, u"org.freedesktop.Application"_s, u"Activate"_s);
+        auto message = call(u"Activate"_s);
         message << QVariantMap();
         QCOMPARE(QDBusConnection::sessionBus().call(message).type(), QDBusMessage::ReplyMessage);
         process.terminate();
