@@ -2,20 +2,23 @@
 
 #include "base/Tasks.h"
 #include "platform/SleepInhibitor.h"
+#include "platform/Workspace.h"
 #include "settings/PrefsStore.h"
+#include "ui/AppNotifications.h"
 
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QTimer>
+#include <QWindow>
 
 #include <iterator>
-#include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
+constexpr std::chrono::milliseconds restoredWindowsDelay{200};
 constexpr std::chrono::seconds updateCheckDelay{5};
 constexpr qsizetype loggedAddressLength = std::size("parlovance://auth") - 1;
 } // namespace
@@ -39,13 +42,12 @@ AppDelegate::AppDelegate(const AppPlatform &platform, std::chrono::milliseconds 
     if (!platform.serviceOrigin)
         m_logger.error(u"service origin: "_s + platform.serviceOrigin.error().description());
     connect(&m_appState, &AppState::stateChanged, this, &AppDelegate::holdOffSleep);
-    connect(&m_trayGate, &TrayGate::opened, this, &AppDelegate::showStatusBar);
     connect(&m_signals, &UnixSignals::leaveRequested, qGuiApp, &QCoreApplication::quit);
     connect(&m_perms, &PermissionChecker::leaveRequested, qGuiApp, &QCoreApplication::quit);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
             [this](Qt::ApplicationState state) {
                 if (state == Qt::ApplicationActive)
-                    m_perms.refresh();
+                    runDetached(m_perms.reconsider());
             });
     qGuiApp->installEventFilter(this);
 }
@@ -55,9 +57,16 @@ void AppDelegate::applicationDidFinishLaunching()
     m_appState.setAuth(&m_auth);
     runDetached(m_appState.recoverRecordings());
     m_perms.refresh();
-    m_trayGate.wait();
+    createStatusBar();
+    auto &notifications = AppNotifications::shared();
+    connect(&notifications, &AppNotifications::parlovanceOpenOnboarding, this,
+            &AppDelegate::showOnboarding, Qt::QueuedConnection);
+    connect(&notifications, &AppNotifications::parlovanceOpenPreferences, this,
+            &AppDelegate::showPreferences, Qt::QueuedConnection);
     if (!m_prefs.hasCompletedOnboarding())
         showOnboarding();
+    QTimer::singleShot(restoredWindowsDelay, this,
+                       &AppDelegate::dismissAutoRestoredSettingsWindows);
     QTimer::singleShot(updateCheckDelay, this, &AppDelegate::checkForUpdate);
 }
 
@@ -73,10 +82,12 @@ void AppDelegate::open(const QStringList &addresses)
 
 void AppDelegate::activate()
 {
-    if (m_statusBar)
-        m_statusBar->openPanel();
+    if (m_isLeaving)
+        m_isWantedAgain = true;
+    else if (m_onboardingWC && !m_prefs.hasCompletedOnboarding())
+        showOnboarding();
     else
-        m_panelIsWanted = true;
+        m_statusBar->openPanel();
 }
 
 void AppDelegate::showPreferences()
@@ -102,14 +113,25 @@ void AppDelegate::checkForUpdate()
     runDetached(m_updater.check(true));
 }
 
-void AppDelegate::showStatusBar(bool isOnTheBus)
+// What a desktop brings back from the last session knows nothing of this one.
+void AppDelegate::dismissAutoRestoredSettingsWindows()
+{
+    const QString name = m_bundle.name().value_or(u"Parlovance"_s);
+    const QStringList titles{name + u" Settings"_s, name + u" 设置"_s, name + u"设置"_s};
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    for (QWindow *const window : windows) {
+        if (titles.contains(window->title()))
+            window->close();
+    }
+}
+
+void AppDelegate::createStatusBar()
 {
     m_statusBar = std::make_unique<StatusBarController>(
         m_appState, m_auth, [this] { showPreferences(); }, [this] { showOnboarding(); },
         m_workspace, m_serviceOrigin);
-    m_statusBar->setMenuIsExported(isOnTheBus);
-    if (std::exchange(m_panelIsWanted, false))
-        m_statusBar->openPanel();
+    connect(&m_trayGate, &TrayGate::opened, m_statusBar.get(), &StatusBarController::showIcon);
+    m_trayGate.wait();
 }
 
 // While recording, and only then.
@@ -137,5 +159,8 @@ QCoro::Task<> AppDelegate::finishAndExit()
     if (!self)
         co_return;
     m_logger.info(u"leaving"_s);
-    QCoreApplication::exit();
+    if (m_isWantedAgain)
+        m_workspace.startNewInstance([] { QCoreApplication::exit(); });
+    else
+        QCoreApplication::exit();
 }

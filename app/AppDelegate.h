@@ -40,7 +40,9 @@ public:
     /// Takes addresses of the application's scheme: what the browser hands over after the sign-in.
     void open(const QStringList &addresses);
 
-    /// Brings the panel to the front.
+    /// Brings the panel to the front, also where no tray shows the icon; before a new user is
+    /// through with it, the window for new users. While the application is leaving, another
+    /// instance comes after it.
     void activate();
 
     /// Open the window, or bring it to the front.
@@ -53,9 +55,10 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void showStatusBar(bool isOnTheBus);
+    void createStatusBar();
     void holdOffSleep();
     void checkForUpdate();
+    void dismissAutoRestoredSettingsWindows();
     QCoro::Task<> finishAndExit();
 
     const Logger m_logger{"app"};
@@ -69,10 +72,10 @@ private:
     PermissionChecker m_perms;
     UpdateChecker m_updater;
     TrayGate m_trayGate{&classicTrayIsPresent};
-    std::unique_ptr<StatusBarController> m_statusBar;
+    std::unique_ptr<StatusBarController> m_statusBar;             // from the launch on
     std::unique_ptr<PreferencesWindowController> m_preferencesWC; // both from their first use on
     std::unique_ptr<OnboardingWindowController> m_onboardingWC;
     UnixSignals m_signals;
     bool m_isLeaving = false;
-    bool m_panelIsWanted = false; // before there is a tray
+    bool m_isWantedAgain = false; ///< activated while leaving
 };

@@ -6,6 +6,12 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QLibraryInfo>
+#include <QTranslator>
+
+#include <cstddef>
+#include <cstring>
+#include <span>
 
 using namespace Qt::StringLiterals;
 
@@ -19,6 +25,22 @@ void preferX11()
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
 }
 
+// What the toolkit itself says: in dialogs for files, and in the menus of text fields.
+void speakChinese(QTranslator &toolkit)
+{
+    if (toolkit.load(u"qtbase_zh_CN"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(&toolkit);
+}
+
+// Everyone on the machine may read a process's command line, and an address may hold a token.
+void forgetAddresses(std::span<char *> arguments)
+{
+    for (char *const argument : arguments) {
+        if (!BusApplication::ownAddresses({QString::fromLocal8Bit(argument)}).isEmpty())
+            std::memset(argument, 0, std::strlen(argument));
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -28,6 +50,8 @@ int main(int argc, char **argv)
     QGuiApplication::setDesktopFileName(u"com.parlovance.Parlovance"_s);
     QCoreApplication::setApplicationName(u"Parlovance"_s);
     QGuiApplication::setQuitOnLastWindowClosed(false);
+    QTranslator toolkit;
+    speakChinese(toolkit);
 
     QCommandLineParser parser;
     const QCommandLineOption bundleInformation(
@@ -45,6 +69,7 @@ int main(int argc, char **argv)
 
     BusApplication bus;
     const QStringList addresses = BusApplication::ownAddresses(parser.positionalArguments());
+    forgetAddresses({argv, static_cast<std::size_t>(argc)});
     if (parser.isSet(relaunched)) {
         if (!bus.succeed())
             return 1;

@@ -1,5 +1,6 @@
 #include "tests/support/PanelStage.h"
 #include "tests/support/TimerCount.h"
+#include "ui/AppNotifications.h"
 #include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/RecordButton.h"
@@ -457,7 +458,7 @@ void PopoverTest::buttonsThatAsk()
     QFETCH(const QString, button);
     const PanelStage stage;
     QStringList asked;
-    connect(stage.panel.get(), &PopoverView::preferencesRequested, this,
+    connect(&AppNotifications::shared(), &AppNotifications::parlovanceOpenPreferences, this,
             [&] { asked.append(u"preferences"_s); });
     connect(stage.panel.get(), &PopoverView::minimiseRequested, this,
             [&] { asked.append(u"minimise"_s); });

@@ -238,7 +238,7 @@ void TestStatusBar::titlesAreText()
     QFETCH(const QString, shownTitle);
     QFETCH(const QString, exportedTitle);
     QCOMPARE(firstTitle(stage), shownTitle);
-    stage.statusBar->setMenuIsExported(true);
+    stage.show(true);
     visit(stage.menu());
     QCOMPARE(firstTitle(stage), exportedTitle.isEmpty() ? shownTitle : exportedTitle);
 

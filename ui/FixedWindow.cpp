@@ -1,9 +1,11 @@
 #include "ui/FixedWindow.h"
 
+#include "ui/AppNotifications.h"
 #include "ui/MS.h"
 
 #include <QKeyEvent>
 #include <QScreen>
+#include <QShortcut>
 #include <QVBoxLayout>
 
 FixedWindow::FixedWindow(const QString &title, QSize size, Qt::WindowFlags buttons)
@@ -20,6 +22,8 @@ FixedWindow::FixedWindow(const QString &title, QSize size, Qt::WindowFlags butto
     QRect content(QPoint(), size);
     content.moveCenter(screen()->availableGeometry().center());
     setGeometry(content);
+    connect(new QShortcut(Qt::CTRL | Qt::Key_Comma, this), &QShortcut::activated,
+            &AppNotifications::shared(), &AppNotifications::parlovanceOpenPreferences);
 }
 
 void FixedWindow::setContent(QWidget *content)

@@ -3,7 +3,8 @@
 #include <QWidget>
 
 /// A window of one size on the dark ground, in the middle of the screen when it is first shown.
-/// Escape closes it, which hides it; its content stays as it is. Main thread.
+/// Escape closes it, which hides it; its content stays as it is. Control and comma ask for the
+/// settings. Main thread.
 class FixedWindow : public QWidget
 {
     Q_OBJECT

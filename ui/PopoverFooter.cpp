@@ -2,6 +2,7 @@
 
 #include "cloud/AuthClient.h"
 #include "platform/Workspace.h"
+#include "ui/AppNotifications.h"
 #include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/TextLabel.h"
@@ -83,7 +84,8 @@ PopoverFooter::PopoverFooter(AuthClient &auth, Workspace &workspace, const Confi
 
     connect(m_web, &QAbstractButton::clicked, this, &PopoverFooter::openWeb);
     connect(m_account, &QAbstractButton::clicked, this, &PopoverFooter::openMenu);
-    connect(m_gear, &QAbstractButton::clicked, this, &PopoverFooter::preferencesRequested);
+    connect(m_gear, &QAbstractButton::clicked, &AppNotifications::shared(),
+            &AppNotifications::parlovanceOpenPreferences);
     connect(&m_auth, &AuthClient::changed, this, &PopoverFooter::refresh);
     refresh();
 }

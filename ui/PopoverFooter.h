@@ -20,9 +20,6 @@ public:
     PopoverFooter(AuthClient &auth, Workspace &workspace, const ConfiguredOrigin &origin,
                   QWidget *parent = nullptr);
 
-Q_SIGNALS:
-    void preferencesRequested();
-
 private:
     void build();
     void buildMenu();

@@ -52,10 +52,8 @@ PopoverView::PopoverView(AppState &app, AuthClient &auth, Workspace &workspace,
     column->addWidget(new SessionSection(app, this));
     column->addWidget(new Divider(this));
     column->addWidget(new RecentSection(app, workspace, this), 1);
-    auto *const footer = new PopoverFooter(auth, workspace, origin, this);
-    column->addWidget(footer);
+    column->addWidget(new PopoverFooter(auth, workspace, origin, this));
     connect(capture, &CaptureSection::minimiseRequested, this, &PopoverView::minimiseRequested);
-    connect(footer, &PopoverFooter::preferencesRequested, this, &PopoverView::preferencesRequested);
 }
 
 // Otherwise the window gives the keyboard to the first button, which nobody has asked for.

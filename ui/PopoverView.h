@@ -23,7 +23,6 @@ public:
                 const ConfiguredOrigin &origin, QWidget *parent = nullptr);
 
 Q_SIGNALS:
-    void preferencesRequested();
     void minimiseRequested();
 
 protected:

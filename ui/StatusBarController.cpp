@@ -87,13 +87,19 @@ StatusBarController::StatusBarController(AppState &appState, AuthClient &auth,
 {
     configureMenu();
     configurePopover();
-    m_icon.setContextMenu(&m_menu);
-    connect(&m_icon, &QSystemTrayIcon::activated, this, &StatusBarController::handleClick);
     connect(&m_appState, &AppState::stateChanged, this, &StatusBarController::refreshIcon);
     connect(&m_appState, &AppState::lastErrorChanged, this, &StatusBarController::refreshMessage);
     m_menu.installEventFilter(this);
+}
+
+void StatusBarController::showIcon(bool menuIsExported)
+{
+    m_menu.setExported(menuIsExported);
+    m_icon = std::make_unique<QSystemTrayIcon>(this);
+    m_icon->setContextMenu(&m_menu);
+    connect(m_icon.get(), &QSystemTrayIcon::activated, this, &StatusBarController::handleClick);
     refreshIcon();
-    m_icon.show();
+    m_icon->show();
     refreshMessage();
 }
 
@@ -113,7 +119,6 @@ void StatusBarController::configureMenu()
 void StatusBarController::configurePopover()
 {
     const auto *const view = m_popover.findChild<PopoverView *>();
-    connect(view, &PopoverView::preferencesRequested, this, &StatusBarController::showPreferences);
     connect(view, &PopoverView::minimiseRequested, &m_popover, &QWidget::hide);
     for (QAction *const command : m_menu.actions()) {
         if (command->shortcut().isEmpty())
@@ -186,22 +191,25 @@ bool StatusBarController::eventFilter(QObject *watched, QEvent *event)
 
 void StatusBarController::refreshIcon()
 {
-    m_icon.setIcon(symbol(symbolName(m_appState.state()), iconColor()));
+    if (m_icon)
+        m_icon->setIcon(symbol(symbolName(m_appState.state()), iconColor()));
 }
 
 void StatusBarController::refreshMessage()
 {
+    if (!m_icon)
+        return;
     const auto &message = m_appState.lastError();
     const QString text = message ? unmarked(*message) : QString();
-    m_icon.setToolTip(message ? u"Parlovance\n"_s + text : u"Parlovance"_s);
+    m_icon->setToolTip(message ? u"Parlovance\n"_s + text : u"Parlovance"_s);
     if (message && message != m_toldMessage)
-        m_icon.showMessage(u"Parlovance"_s, text, m_icon.icon());
+        m_icon->showMessage(u"Parlovance"_s, text, m_icon->icon());
     m_toldMessage = message;
 }
 
 /// Only a tray of the older kind knows.
 std::optional<QRect> StatusBarController::iconPlace() const
 {
-    const QRect place = m_icon.geometry();
+    const QRect place = m_icon ? m_icon->geometry() : QRect();
     return place.isEmpty() ? std::nullopt : std::optional(place);
 }

@@ -10,6 +10,7 @@
 #include <QSystemTrayIcon>
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 class AppState;
@@ -25,7 +26,7 @@ IconClick iconClick(QSystemTrayIcon::ActivationReason reason, Qt::KeyboardModifi
 /// The icon in the desktop's tray, which shows what the recorder is doing; a click opens the main
 /// panel, a right click or a Control click the menu. Tells a new error in a notification, too.
 ///
-/// Made once the tray gate has opened, and kept for the life of the process. Main thread.
+/// Made once, and kept for the life of the process. Main thread.
 class StatusBarController : public QObject
 {
     Q_OBJECT
@@ -37,8 +38,10 @@ public:
                         std::function<void()> openOnboarding, Workspace &workspace,
                         ConfiguredOrigin origin, QObject *parent = nullptr);
 
-    /// Whether the desktop draws the icon's menu, rather than this process.
-    void setMenuIsExported(bool isExported) { m_menu.setExported(isExported); }
+    /// Puts the icon into the tray. Once, after the tray gate has opened: before, the toolkit would
+    /// settle for a tray that is not there. \p menuIsExported tells whether the desktop draws the
+    /// icon's menu, rather than this process.
+    void showIcon(bool menuIsExported);
 
     /// Opens the popover, closes it where it is open.
     void togglePopover();
@@ -74,6 +77,6 @@ private:
     const ConfiguredOrigin m_origin;
     PopoverWindow m_popover;
     StatusMenu m_menu;
-    QSystemTrayIcon m_icon{this};
+    std::unique_ptr<QSystemTrayIcon> m_icon; // none before there is a tray
     std::optional<QString> m_toldMessage;
 };

@@ -33,12 +33,13 @@ public:
         auth.emplace(origin, http, secrets, workspace);
     }
 
-    /// Puts the icon into the tray.
-    void show()
+    /// Puts the icon into the tray, anew where it is in there.
+    void show(bool menuIsExported = false)
     {
         statusBar.emplace(
             *app, *auth, [this] { ++preferencesOpened; }, [this] { ++onboardingOpened; }, workspace,
             origin);
+        statusBar->showIcon(menuIsExported);
     }
 
     void waitFor(RecordingState state) const

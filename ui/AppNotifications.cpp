@@ -1,0 +1,7 @@
+#include "ui/AppNotifications.h"
+
+AppNotifications &AppNotifications::shared()
+{
+    static AppNotifications notifications;
+    return notifications;
+}
