@@ -86,8 +86,6 @@ class TestAacFiles : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void lengthIsExact_data();
-    void lengthIsExact();
     void soundIsWhereItWas_data();
     void soundIsWhereItWas();
     void decodesLikeAnotherMuxersFile_data();
@@ -108,32 +106,6 @@ private:
 
     QTemporaryDir m_folder;
 };
-
-void TestAacFiles::lengthIsExact_data()
-{
-    QTest::addColumn<int>("frames");
-    QTest::addColumn<int>("channels");
-    for (const int frames : {1, 500, 1024, 1025, 2048, 480001, 480123, 481023})
-        for (const int channels : {1, 2})
-            QTest::addRow("%d frames, %d channels", frames, channels) << frames << channels;
-}
-
-void TestAacFiles::lengthIsExact()
-{
-    QFETCH(int, frames);
-    QFETCH(int, channels);
-    muxPlain(path(),
-             encodeSound({48000, channels, 64000 * channels}, sine(1000, 0.5, frames, channels)));
-    const auto decoded = decodeFile(path());
-    QVERIFY(decoded);
-    QCOMPARE(decoded->containerFrames, frames);
-    QCOMPARE(decoded->frameCount(), frames);
-    QCOMPARE(decoded->channelCount, channels);
-    QCOMPARE(decoded->startSeconds, 0.0);
-    QCOMPARE(decoded->errorCount, 0);
-    QVERIFY(decoded->indexInFront);
-    QVERIFY(!decoded->fragmented);
-}
 
 void TestAacFiles::soundIsWhereItWas_data()
 {

@@ -1,3 +1,4 @@
+#include "cloud/Keychain.h"
 #include "platform/linux/secrets/SecretItems.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
 #include "tests/support/PrivateBus.h"
@@ -143,10 +144,9 @@ private Q_SLOTS:
         const SecretDaemon daemon(m_folder->path());
         {
             SecretServiceStore store;
-            for (const QString &value : {u"first"_s, u"second"_s}) {
-                store.remove(service, key);
-                store.add(service, key, value);
-            }
+            Keychain keychain(store);
+            for (const QString &value : {u"first"_s, u"second"_s})
+                keychain.set(value, key);
         } // waits until it is written
         QCOMPARE(itemsWith({{u"service"_s, service}, {u"account"_s, key}}), 1);
         QCOMPARE(itemsWith({{u"xdg:schema"_s, service}}), 1);

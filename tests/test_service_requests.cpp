@@ -34,8 +34,6 @@ class ServiceRequestsTest : public QObject
 private Q_SLOTS:
     void requests_data();
     void requests();
-    void startedAtIsSentInUtc_data();
-    void startedAtIsSentInUtc();
 };
 
 void ServiceRequestsTest::requests_data()
@@ -82,32 +80,6 @@ void ServiceRequestsTest::requests()
     QFETCH(const QString, request);
 
     QTEST(request, "expected");
-}
-
-void ServiceRequestsTest::startedAtIsSentInUtc_data()
-{
-    QTest::addColumn<QDateTime>("startedAt");
-    QTest::addColumn<QString>("sent");
-
-    const QTimeZone shanghai("Asia/Shanghai");
-    QTest::newRow("eight hours ahead")
-        << QDateTime(QDate(2025, 3, 14), QTime(9, 26, 53, 589), shanghai)
-        << u"2025-03-14T01:26:53.589Z"_s;
-    QTest::newRow("the day before")
-        << QDateTime(QDate(2025, 1, 1), QTime(7, 0), shanghai) << u"2024-12-31T23:00:00.000Z"_s;
-    QTest::newRow("early year") << QDateTime(QDate(7, 1, 2), QTime(3, 4, 5, 6), Qt::UTC)
-                                << u"0007-01-02T03:04:05.006Z"_s;
-}
-
-void ServiceRequestsTest::startedAtIsSentInUtc()
-{
-    QFETCH(const QDateTime, startedAt);
-    CreateMeetingRequest record;
-    record.startedAt = startedAt;
-
-    const auto object = QJsonDocument::fromJson(encoded(record)).object();
-
-    QTEST(object[u"startedAt"_s].toString(), "sent");
 }
 
 QTEST_GUILESS_MAIN(ServiceRequestsTest)

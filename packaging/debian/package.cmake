@@ -19,12 +19,12 @@ Parlovance records what the machine plays, whichever program a meeting runs
 in, and the microphone. Both stay aligned for hours, across changes of the
 devices, and become one mixed sound file the moment the recording stops.
 .
-Signed in to its web service it uploads recordings and leads to their
+Signed in to its web service you can upload recordings and read their
 minutes. The texts on the screen are Chinese.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-noto-cjk, fonts-noto-core")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-noto-cjk, fonts-noto-core, qt6-translations-l10n")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
-  "default-dbus-session-bus | dbus-session-bus, gnome-keyring | libkf5wallet-bin | keepassxc, pipewire, rtkit, wireplumber, xdg-utils")
+  "default-dbus-session-bus | dbus-session-bus, desktop-file-utils, gnome-keyring | libkf5wallet-bin | keepassxc, pipewire, rtkit, wireplumber, xdg-utils")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gnome-shell-extension-appindicator, qt6-wayland")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
