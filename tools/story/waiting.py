@@ -1,0 +1,28 @@
+"""Commands, and waiting for what they bring about."""
+
+import subprocess
+import time
+
+LIMIT_SECONDS = 30
+
+
+class Failure(Exception):
+    """The story did not go on as it should."""
+
+
+def run(*command):
+    return subprocess.run(command, check=True, capture_output=True).stdout
+
+
+def look(*command):
+    """What it prints. It may fail, as windows come and go while it looks."""
+    return subprocess.run(command, check=False, capture_output=True).stdout.decode(errors="replace")
+
+
+def wait_for(what, condition, limit=LIMIT_SECONDS):
+    end = time.monotonic() + limit
+    while not (found := condition()):
+        if time.monotonic() > end:
+            raise Failure(f"gave up waiting for {what}")
+        time.sleep(0.05)
+    return found
