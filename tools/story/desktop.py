@@ -61,7 +61,7 @@ def install(build, origin):
     information = PREFIX / "share/parlovance/bundle-information.json"
     facts = json.loads(information.read_text())
     information.write_text(json.dumps(facts | {"serviceOrigin": origin}))
-    (PREFIX / "bin/story-browser").symlink_to(pathlib.Path(__file__).with_name("browser"))
+    (PREFIX / "bin/story-browser").symlink_to(pathlib.Path(__file__).with_name("browser.py"))
     (APPLICATIONS / "browser.desktop").write_text(BROWSER)
     run("update-desktop-database", str(APPLICATIONS))
     sizes = [os.path.getsize(path) for path in re.findall(r"-- (?:Installing|Up-to-date): (.+)", manifest)]

@@ -42,6 +42,9 @@ class Screen:
         height = next((_centre(other)[1] for other in self._shown(lambda n, _: n == beside)), None)
         return height and min(with_that_name, key=lambda item: abs(_centre(item)[1] - height))
 
+    def count(self, name):
+        return len(self._shown(lambda n, _: n == name))
+
     def see(self, name):
         wait_for(f'"{_text(name)}" on the screen', lambda: self.find(name))
 

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Stands in for the user's browser: shows one page, and does there what the user would.
 
-    browser ADDRESS
+    browser.py ADDRESS
 
 Signs in where the page asks for that and hands the callback to the desktop. A recording in the page
 is fetched into the session's folder.
@@ -16,7 +16,7 @@ import urllib.error
 import urllib.parse
 import urllib.request
 
-EMAIL = "zhou.min@example.org"
+ACCOUNT = "zhou.min@example.org"
 
 
 class Page(html.parser.HTMLParser):
@@ -35,7 +35,8 @@ class Page(html.parser.HTMLParser):
         elif tag == "audio":
             self.audio = attributes["src"]
         elif tag == "input":
-            self.fields[attributes["name"]] = EMAIL if attributes["type"] == "email" else attributes["value"]
+            typed = ACCOUNT if attributes["type"] == "email" else attributes["value"]
+            self.fields[attributes["name"]] = typed
 
 
 class NoRedirect(urllib.request.HTTPRedirectHandler):
@@ -48,7 +49,7 @@ class NoRedirect(urllib.request.HTTPRedirectHandler):
 def main():
     address = sys.argv[1]
     folder = pathlib.Path(os.environ["PARLOVANCE_SESSION"])
-    opener = urllib.request.build_opener(NoRedirect)
+    opener = urllib.request.build_opener(NoRedirect, urllib.request.ProxyHandler({}))
     with opener.open(address) as reply:
         page = Page(reply.read().decode())
     if page.action:
