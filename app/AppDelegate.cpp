@@ -109,7 +109,7 @@ void AppDelegate::showStatusBar(bool isOnTheBus)
         m_workspace, m_serviceOrigin);
     m_statusBar->setMenuIsExported(isOnTheBus);
     if (std::exchange(m_panelIsWanted, false))
-        m_statusBar->openPanel();
+        m_statusBar->openFirstPanel();
 }
 
 // While recording, and only then.

@@ -12,8 +12,10 @@
 #include <QEvent>
 #include <QPalette>
 #include <QShortcut>
+#include <QTimer>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -151,6 +153,27 @@ void StatusBarController::openPanel()
         m_popover.hide();
     else
         m_popover.openBeside(iconPlace());
+}
+
+void StatusBarController::openFirstPanel()
+{
+    const auto unplaced = iconPlace();
+    if (!unplaced) {
+        m_popover.openBeside(std::nullopt);
+        return;
+    }
+    // Nobody tells when a tray of the older kind has taken the icon and moved it to its place.
+    auto *const timer = new QTimer(this);
+    connect(timer, &QTimer::timeout, this,
+            [this, timer, unplaced, last = unplaced, checks = 100]() mutable {
+                const auto before = std::exchange(last, iconPlace());
+                const bool isPlaced = last != unplaced && last == before;
+                if (!isPlaced && --checks > 0)
+                    return;
+                timer->deleteLater();
+                m_popover.openBeside(isPlaced ? last : std::nullopt);
+            });
+    timer->start(std::chrono::milliseconds(50));
 }
 
 void StatusBarController::openWeb()

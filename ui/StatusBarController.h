@@ -46,6 +46,10 @@ public:
     /// Brings the popover to the front. Where it has the focus already it is closed.
     void openPanel();
 
+    /// Brings the popover to the front as soon as the tray has given a new icon its place; after a
+    /// few seconds in any case.
+    void openFirstPanel();
+
     /// The web application in the browser. Nothing happens without a usable service address.
     void openWeb();
 
