@@ -1,4 +1,4 @@
-"""The story: what a new user does with the program, from the installation to the second launch."""
+"""The story: what a new user does with the program, from the first launch to the third."""
 
 import contextlib
 import json
@@ -143,6 +143,7 @@ def second_launch(screen):
     wait_for("the tray icon", screen.icon)
     report("started", f"by the desktop: {time.monotonic() - begun:.2f} s to the icon, of which a tray of "
            "the older kind is given 5")
+    screen.see_panel()
     announcement = f"Parlovance {NEWER} 可用"
     screen.see(announcement)
     screen.shoot("update")
@@ -182,7 +183,8 @@ def tell(build, pictures):
     file = record_a_meeting(screen)
     upload(screen, file)
     change_preferences(screen)
-    report("memory", f"{desktop.memory(application.pid):.1f} MB resident after all that")
+    report("memory", f"{desktop.memory(application.pid):.1f} MB resident after all that, with what "
+           "screen readers need")
     leave(screen)
     if (code := application.wait(LIMIT_SECONDS)) != 0:
         raise Failure(f"the program left with {code}")
@@ -192,3 +194,7 @@ def tell(build, pictures):
     leave(screen)
     desktop.wait_for_end(process)
     start_by_address()
+    service.stop()
+    # The bus has no exit codes of what it has started.
+    if "Sanitizer" in (SESSION / "log/dbus-daemon").read_text(errors="replace"):
+        raise Failure("a sanitizer has a finding")

@@ -10,6 +10,7 @@ from gi.repository import Atspi, GLib  # noqa: E402 (the version comes first)
 
 from story.waiting import look, run, wait_for  # noqa: E402
 
+MIDDLE = 640  # of the screen
 PRESSED = {
     Atspi.Role.PUSH_BUTTON, Atspi.Role.CHECK_BOX, Atspi.Role.RADIO_BUTTON, Atspi.Role.MENU_ITEM,
     Atspi.Role.CHECK_MENU_ITEM, Atspi.Role.MENU}
@@ -61,15 +62,18 @@ class Screen:
         """The middle of the icon in the tray."""
         geometry = re.compile(r'\("parlovance" .*\)\s+(\d+)x(\d+)\S+\s+\+(-?\d+)\+(-?\d+)')
         for width, height, x, y in geometry.findall(look("xwininfo", "-root", "-tree")):
-            if 16 <= int(width) <= 32 and 16 <= int(height) <= 32 and 0 <= int(y) < 40 and int(x) > 640:
+            if 16 <= int(width) <= 32 and 16 <= int(height) <= 32 and 0 <= int(y) < 40 and int(x) > MIDDLE:
                 return int(x) + int(width) // 2, int(y) + int(height) // 2
         return None
 
     def open_panel(self):
         """With a click on the icon, which would close an open one."""
-        if not self.find("偏好设置", PRESSED):
-            self._click("the tray icon", self.icon)
-        wait_for("the panel", lambda: self.find("偏好设置", PRESSED))
+        self._click("the tray icon", self.icon)
+        self.see_panel()
+
+    def see_panel(self):
+        wait_for("the panel on the side of the icon", lambda: (
+            gear := self.find("偏好设置", PRESSED)) and _centre(gear)[0] > MIDDLE)
 
     def open_menu(self):
         """Of the icon. The toolkit tells of a menu only when one of its items is chosen."""
@@ -84,7 +88,7 @@ class Screen:
         wait_for("the icon's menu", has_chosen_an_item)
 
     def _notice_menu(self, event):
-        with contextlib.suppress(GLib.Error):
+        with contextlib.suppress(GLib.Error):  # it may have gone long ago
             if event.source.get_role() == Atspi.Role.MENU_ITEM:
                 self._menu = event.source.get_parent()
 
@@ -98,9 +102,11 @@ class Screen:
                     descend(child)
 
         found = []
-        for window in [*_windows(), *filter(None, [self._menu])]:
-            with contextlib.suppress(GLib.Error):  # it may go while it is looked at
-                descend(window)
+        for window in _windows():
+            descend(window)
+        if self._menu:
+            with contextlib.suppress(GLib.Error):  # it was that of a program that has left
+                descend(self._menu)
         return found
 
     def _click(self, what, place, button=1):

@@ -1,7 +1,10 @@
 """Commands, and waiting for what they bring about."""
 
+import contextlib
 import subprocess
 import time
+
+from gi.repository import GLib
 
 LIMIT_SECONDS = 60  # of a machine that is busy with other things
 
@@ -21,8 +24,9 @@ def look(*command):
 
 def wait_for(what, condition, limit=LIMIT_SECONDS):
     end = time.monotonic() + limit
-    while not (found := condition()):
-        if time.monotonic() > end:
-            raise Failure(f"gave up waiting for {what}")
+    while time.monotonic() < end:
+        with contextlib.suppress(GLib.Error):  # what is looked at may go meanwhile
+            if found := condition():
+                return found
         time.sleep(0.05)
-    return found
+    raise Failure(f"gave up waiting for {what}")
