@@ -330,7 +330,7 @@ void TestMix::tellsTracksFromDamage_data()
     QTest::newRow("damaged description") << with(plain, "stsd", "stsx") << -1;
     QTest::newRow("damaged index") << with(plain, "moov", "moox") << -1;
     QTest::newRow("cut in the index") << plain.first(plain.indexOf("stsz") + 40) << -1;
-    QTest::newRow("cut in the last fragment") << fragmented.chopped(100) << -1;
+    QTest::newRow("cut in the last fragment") << fragmented.chopped(100) << 1;
     QTest::newRow("cut in the first fragment") << fragmented.first(3000) << -1;
     QTest::newRow("empty") << QByteArray() << -1;
     QTest::newRow("zeros") << QByteArray(4096, '\0') << -1;
