@@ -12,6 +12,7 @@
 #include <expected>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 class AudioAssets;
 class MixAhead;
@@ -24,7 +25,8 @@ class MixAhead;
 QFuture<bool> fileHasContent(const std::optional<QUrl> &url);
 
 /// A failure is logged, too; the file stays as it was, which plays.
-QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track);
+QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track,
+                                                    std::stop_token stop = {});
 
 /// What became of a recording.
 struct ConcludedRecording {
@@ -32,10 +34,12 @@ struct ConcludedRecording {
     std::optional<Error> failure; ///< of finishing a track
 };
 
-/// Mixes both tracks, or finishes those that have sound. \p ahead may be null.
+/// Mixes both tracks, or finishes those that have sound. \p ahead may be null. There is no file
+/// either where \p stop has broken it off, which leaves at least one track unfinished.
 QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
                                                   std::optional<QUrl> mic,
-                                                  std::unique_ptr<MixAhead> ahead);
+                                                  std::unique_ptr<MixAhead> ahead,
+                                                  std::stop_token stop = {});
 
 /// A recording that was not stopped, because the program or the machine ended.
 struct RecoveredRecording {
