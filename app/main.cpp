@@ -6,6 +6,10 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QThread>
+#include <QThreadPool>
+
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
@@ -25,6 +29,8 @@ int main(int argc, char **argv)
 {
     preferX11();
     const QApplication application(argc, argv);
+    // On one core too a recording starts and stops while an old one is mixed.
+    QThreadPool::globalInstance()->setMaxThreadCount(std::max(4, QThread::idealThreadCount()));
     QGuiApplication::setDesktopFileName(u"com.parlovance.Parlovance"_s);
     QCoreApplication::setApplicationName(u"Parlovance"_s);
     QGuiApplication::setQuitOnLastWindowClosed(false);
