@@ -1,33 +1,17 @@
 #include "audio/ClosedTracks.h"
 
-#include "audio/SaveFolder.h"
 #include "audio/TrackMixing.h"
 #include "base/Logger.h"
 #include "base/Tasks.h"
 #include "platform/AudioAssets.h"
 
 #include <QFileInfo>
-#include <QMap>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 constexpr Logger logger("audio");
-
-/// The other track of a recording may have been finished before the end came, so that it is not
-/// among \p tracks. By the recordings' own files, so that each is there once.
-QMap<QString, RecordingFiles> unlistedRecordings(const QStringList &tracks,
-                                                 const RecordingSettings &settings)
-{
-    QMap<QString, RecordingFiles> recordings;
-    for (const QString &track : tracks) {
-        const RecordingFiles files = recordingFiles(track);
-        if (!files.isListed(settings))
-            recordings.insert(files.mix.toLocalFile(), files);
-    }
-    return recordings;
-}
 } // namespace
 
 /// The container alone takes some hundred bytes, and a kilobyte is no tenth of a second.
@@ -81,28 +65,4 @@ QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::opti
             concluded.failure = finished.error();
     }
     co_return concluded;
-}
-
-QCoro::Task<QList<RecoveredRecording>> recoverRecordings(AudioAssets &assets,
-                                                         RecordingSettings settings)
-{
-    const QStringList filters{u"recording-*"_s + systemTrackEnding,
-                              u"recording-*"_s + micTrackEnding};
-    const QString folder = settings.saveDirectory.toLocalFile();
-    const QStringList tracks = co_await assets.abandonedTracks(folder, filters);
-    const auto recordings = unlistedRecordings(tracks, settings);
-    QList<RecoveredRecording> recovered;
-    for (const RecordingFiles &files : recordings) {
-        const auto concluded = co_await concludeRecording(assets, files.system, files.mic, nullptr);
-        const auto &file = concluded.file;
-        if (!file)
-            continue;
-        const auto duration = co_await assets.durationSeconds(file->toLocalFile());
-        if (!duration) // whatever it is, it stays
-            continue;
-        logger.info(u"recovered → "_s + file->fileName());
-        recovered.append(
-            {.file = *file, .startedAt = recordingStart(*file), .durationSeconds = *duration});
-    }
-    co_return recovered;
 }

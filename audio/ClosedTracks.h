@@ -1,12 +1,9 @@
 #pragma once
 
-#include "audio/RecordingSettings.h"
 #include "base/Error.h"
 
 #include <QCoroTask>
-#include <QDateTime>
 #include <QFuture>
-#include <QList>
 #include <QUrl>
 
 #include <expected>
@@ -40,15 +37,3 @@ QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::opti
                                                   std::optional<QUrl> mic,
                                                   std::unique_ptr<MixAhead> ahead,
                                                   std::stop_token stop = {});
-
-/// A recording that was not stopped, because the program or the machine ended.
-struct RecoveredRecording {
-    QUrl file;
-    QDateTime startedAt; ///< to the second, as its name says
-    double durationSeconds = 0.0;
-};
-
-/// Concludes the recordings that an earlier run left in the folder of \p settings. One that is
-/// among the listed files is left alone.
-QCoro::Task<QList<RecoveredRecording>> recoverRecordings(AudioAssets &assets,
-                                                         RecordingSettings settings);
