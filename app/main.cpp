@@ -7,8 +7,11 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QLibraryInfo>
+#include <QThread>
+#include <QThreadPool>
 #include <QTranslator>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <span>
@@ -47,6 +50,8 @@ int main(int argc, char **argv)
 {
     preferX11();
     const QApplication application(argc, argv);
+    // On one core too a recording starts and stops while an old one is mixed.
+    QThreadPool::globalInstance()->setMaxThreadCount(std::max(4, QThread::idealThreadCount()));
     QGuiApplication::setDesktopFileName(u"com.parlovance.Parlovance"_s);
     QCoreApplication::setApplicationName(u"Parlovance"_s);
     QGuiApplication::setQuitOnLastWindowClosed(false);

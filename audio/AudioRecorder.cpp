@@ -1,5 +1,6 @@
 #include "audio/AudioRecorder.h"
 
+#include "audio/ClosedTracks.h"
 #include "base/Tasks.h"
 #include "platform/AudioAssets.h"
 #include "platform/Clock.h"
@@ -119,9 +120,16 @@ QCoro::Task<std::optional<QUrl>> AudioRecorder::stop()
     co_return concluded.file;
 }
 
-QCoro::Task<QList<RecoveredRecording>> AudioRecorder::recoverRecordings(RecordingSettings settings)
+QCoro::Task<QList<UnlistedRecording>> AudioRecorder::unlistedRecordings(RecordingSettings settings,
+                                                                        QDateTime listSavedAt)
 {
-    return ::recoverRecordings(m_platform.assets, std::move(settings));
+    return ::unlistedRecordings(m_platform.assets, std::move(settings), std::move(listSavedAt));
+}
+
+QCoro::Task<std::optional<RecoveredRecording>> AudioRecorder::recover(UnlistedRecording recording,
+                                                                      std::stop_token stop)
+{
+    return recoverRecording(m_platform.assets, std::move(recording), std::move(stop));
 }
 
 AudioRecorder::Levels AudioRecorder::currentLevels()

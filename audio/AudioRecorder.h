@@ -1,11 +1,11 @@
 #pragma once
 
-#include "audio/ClosedTracks.h"
 #include "audio/MicRecorder.h"
 #include "audio/RecordingError.h"
 #include "audio/RecordingSettings.h"
 #include "audio/SaveFolder.h"
 #include "audio/SystemAudioRecorder.h"
+#include "audio/UnlistedRecordings.h"
 
 #include <QCoroTask>
 #include <QObject>
@@ -60,8 +60,11 @@ public:
     /// Why a file of the last recording could not be made plain; it plays all the same.
     const std::optional<Error> &finishFailure() const { return m_finishFailure; }
 
-    /// Concludes the recordings that an earlier run left when it was killed.
-    QCoro::Task<QList<RecoveredRecording>> recoverRecordings(RecordingSettings settings);
+    /// See UnlistedRecordings.h.
+    QCoro::Task<QList<UnlistedRecording>> unlistedRecordings(RecordingSettings settings,
+                                                             QDateTime listSavedAt);
+    QCoro::Task<std::optional<RecoveredRecording>> recover(UnlistedRecording recording,
+                                                           std::stop_token stop);
 
     /// Zero while inactive.
     Levels currentLevels();

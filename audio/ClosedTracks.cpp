@@ -1,33 +1,17 @@
 #include "audio/ClosedTracks.h"
 
-#include "audio/SaveFolder.h"
 #include "audio/TrackMixing.h"
 #include "base/Logger.h"
 #include "base/Tasks.h"
 #include "platform/AudioAssets.h"
 
 #include <QFileInfo>
-#include <QMap>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
 constexpr Logger logger("audio");
-
-/// The other track of a recording may have been finished before the end came, so that it is not
-/// among \p tracks. By the recordings' own files, so that each is there once.
-QMap<QString, RecordingFiles> unlistedRecordings(const QStringList &tracks,
-                                                 const RecordingSettings &settings)
-{
-    QMap<QString, RecordingFiles> recordings;
-    for (const QString &track : tracks) {
-        const RecordingFiles files = recordingFiles(track);
-        if (!files.isListed(settings))
-            recordings.insert(files.mix.toLocalFile(), files);
-    }
-    return recordings;
-}
 } // namespace
 
 /// The container alone takes some hundred bytes, and a kilobyte is no tenth of a second.
@@ -36,9 +20,10 @@ QFuture<bool> fileHasContent(const std::optional<QUrl> &url)
     return inBackground([url] { return url && QFileInfo(url->toLocalFile()).size() > 1024; });
 }
 
-QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track)
+QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track,
+                                                    std::stop_token stop)
 {
-    const auto finished = co_await assets.finishTrack(track.toLocalFile());
+    const auto finished = co_await assets.finishTrack(track.toLocalFile(), stop);
     if (!finished) {
         logger.error(
             u"finishing %1 failed: %2"_s.arg(track.fileName(), finished.error().description()));
@@ -48,19 +33,22 @@ QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl tr
 
 QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
                                                   std::optional<QUrl> mic,
-                                                  std::unique_ptr<MixAhead> ahead)
+                                                  std::unique_ptr<MixAhead> ahead,
+                                                  std::stop_token stop)
 {
     ConcludedRecording concluded;
     const bool hasSystem = co_await fileHasContent(system);
     const bool hasMic = co_await fileHasContent(mic);
     if (hasSystem && hasMic) {
-        const QUrl result = co_await mixTracks(assets, *system, *mic, std::move(ahead));
+        const QUrl result = co_await mixTracks(assets, *system, *mic, std::move(ahead), stop);
         if (result != *system) {
             concluded.file = result;
             co_return concluded;
         }
     }
     ahead.reset();
+    if (stop.stop_requested())
+        co_return concluded;
     if (hasSystem)
         concluded.file = system;
     else if (hasMic)
@@ -70,33 +58,11 @@ QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::opti
         const bool remains = co_await fileHasContent(track); // a failed mix may have removed one
         if (!remains)
             continue;
-        const auto finished = co_await finishTrack(assets, *track);
+        const auto finished = co_await finishTrack(assets, *track, stop);
+        if (!finished && stop.stop_requested())
+            co_return ConcludedRecording();
         if (!finished)
             concluded.failure = finished.error();
     }
     co_return concluded;
-}
-
-QCoro::Task<QList<RecoveredRecording>> recoverRecordings(AudioAssets &assets,
-                                                         RecordingSettings settings)
-{
-    const QStringList filters{u"recording-*"_s + systemTrackEnding,
-                              u"recording-*"_s + micTrackEnding};
-    const QString folder = settings.saveDirectory.toLocalFile();
-    const QStringList tracks = co_await assets.abandonedTracks(folder, filters);
-    const auto recordings = unlistedRecordings(tracks, settings);
-    QList<RecoveredRecording> recovered;
-    for (const RecordingFiles &files : recordings) {
-        const auto concluded = co_await concludeRecording(assets, files.system, files.mic, nullptr);
-        const auto &file = concluded.file;
-        if (!file)
-            continue;
-        const auto duration = co_await assets.durationSeconds(file->toLocalFile());
-        if (!duration) // whatever it is, it stays
-            continue;
-        logger.info(u"recovered → "_s + file->fileName());
-        recovered.append(
-            {.file = *file, .startedAt = recordingStart(*file), .durationSeconds = *duration});
-    }
-    co_return recovered;
 }

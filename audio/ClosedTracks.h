@@ -1,17 +1,15 @@
 #pragma once
 
-#include "audio/RecordingSettings.h"
 #include "base/Error.h"
 
 #include <QCoroTask>
-#include <QDateTime>
 #include <QFuture>
-#include <QList>
 #include <QUrl>
 
 #include <expected>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 class AudioAssets;
 class MixAhead;
@@ -24,7 +22,8 @@ class MixAhead;
 QFuture<bool> fileHasContent(const std::optional<QUrl> &url);
 
 /// A failure is logged, too; the file stays as it was, which plays.
-QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track);
+QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track,
+                                                    std::stop_token stop = {});
 
 /// What became of a recording.
 struct ConcludedRecording {
@@ -32,19 +31,9 @@ struct ConcludedRecording {
     std::optional<Error> failure; ///< of finishing a track
 };
 
-/// Mixes both tracks, or finishes those that have sound. \p ahead may be null.
+/// Mixes both tracks, or finishes those that have sound. \p ahead may be null. There is no file
+/// either where \p stop has broken it off, which leaves at least one track unfinished.
 QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::optional<QUrl> system,
                                                   std::optional<QUrl> mic,
-                                                  std::unique_ptr<MixAhead> ahead);
-
-/// A recording that was not stopped, because the program or the machine ended.
-struct RecoveredRecording {
-    QUrl file;
-    QDateTime startedAt; ///< to the second, as its name says
-    double durationSeconds = 0.0;
-};
-
-/// Concludes the recordings that an earlier run left in the folder of \p settings. One that is
-/// among the listed files is left alone.
-QCoro::Task<QList<RecoveredRecording>> recoverRecordings(AudioAssets &assets,
-                                                         RecordingSettings settings);
+                                                  std::unique_ptr<MixAhead> ahead,
+                                                  std::stop_token stop = {});

@@ -20,6 +20,7 @@ namespace
 constexpr qint64 reserveBytes = 4 * 1024 * 1024;
 constexpr int mixBitRate = 136000;
 const auto namePrefix = u"recording-"_s;
+constexpr QLatin1String mixEnding(".m4a");
 const auto nameFormat = u"yyyy-MM-dd-HH-mm-ss"_s;
 
 QString describe(const std::error_code &error)
@@ -41,7 +42,7 @@ RecordingFiles filesOf(const QString &stem)
     const QString path = QDir::cleanPath(stem);
     return RecordingFiles{.system = QUrl::fromLocalFile(path + systemTrackEnding),
                           .mic = QUrl::fromLocalFile(path + micTrackEnding),
-                          .mix = QUrl::fromLocalFile(path + u".m4a"_s)};
+                          .mix = QUrl::fromLocalFile(path + mixEnding)};
 }
 } // namespace
 
@@ -50,6 +51,12 @@ bool RecordingFiles::isListed(const RecordingSettings &settings) const
     return std::ranges::any_of(std::array{system, mic, mix}, [&settings](const QUrl &file) {
         return settings.listedFiles.contains(file.toLocalFile());
     });
+}
+
+bool RecordingFiles::contains(const QString &path) const
+{
+    return std::ranges::any_of(std::array{system, mic, mix},
+                               [&path](const QUrl &file) { return file.toLocalFile() == path; });
 }
 
 bool RecordingRoom::lasts(const Volume &volume, std::chrono::seconds duration) const
@@ -94,8 +101,11 @@ RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime
 
 RecordingFiles recordingFiles(const QString &path)
 {
-    const bool isSystem = path.endsWith(systemTrackEnding);
-    return filesOf(path.chopped(isSystem ? systemTrackEnding.size() : micTrackEnding.size()));
+    for (const QLatin1String ending : {systemTrackEnding, micTrackEnding}) {
+        if (path.endsWith(ending))
+            return filesOf(path.chopped(ending.size()));
+    }
+    return filesOf(path.chopped(mixEnding.size()));
 }
 
 QDateTime recordingStart(const QUrl &file)
@@ -108,5 +118,5 @@ QUrl mixURL(const QUrl &systemURL)
 {
     const QFileInfo track(systemURL.toLocalFile());
     const QString stem = QFileInfo(track.completeBaseName()).completeBaseName();
-    return QUrl::fromLocalFile(track.dir().filePath(stem + u".m4a"_s));
+    return QUrl::fromLocalFile(track.dir().filePath(stem + mixEnding));
 }

@@ -20,6 +20,9 @@ struct RecordingFiles {
 
     /// Whether one of them is among the listed files of \p settings.
     bool isListed(const RecordingSettings &settings) const;
+
+    /// Whether the file with the clean path \p path is one of them.
+    bool contains(const QString &path) const;
 };
 
 /// How much room a recording takes, and where.
@@ -44,7 +47,7 @@ RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime
 constexpr QLatin1String systemTrackEnding(".system.m4a");
 constexpr QLatin1String micTrackEnding(".mic.m4a");
 
-/// The files of the recording that the track at \p path belongs to.
+/// The files of the recording that the track or mix at \p path belongs to.
 RecordingFiles recordingFiles(const QString &path);
 
 /// When the recording with the file \p file began, in local time, as its name says; invalid where

@@ -38,7 +38,7 @@ QCoro::Task<Composed> compose(AudioAssets &assets, QString system, QString mic)
 } // namespace
 
 QCoro::Task<QUrl> mixTracks(AudioAssets &assets, QUrl systemURL, QUrl micURL,
-                            std::unique_ptr<MixAhead> ahead)
+                            std::unique_ptr<MixAhead> ahead, std::stop_token stop)
 {
     const QString system = systemURL.toLocalFile();
     const QString mic = micURL.toLocalFile();
@@ -61,7 +61,7 @@ QCoro::Task<QUrl> mixTracks(AudioAssets &assets, QUrl systemURL, QUrl micURL,
         co_return systemURL;
     }
     co_await removeFile(output); // usually there is none
-    const auto outcome = co_await session->run();
+    const auto outcome = co_await session->run(stop);
     if (!outcome.completed) {
         const QString reason = outcome.error ? outcome.error->description() : u"unknown"_s;
         logger.error(u"export failed: "_s + reason);

@@ -19,6 +19,7 @@
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <stop_token>
 
 class AuthClient;
 class PrefsStore;
@@ -72,13 +73,13 @@ public:
     /// The capture of the machine's sound has ended by itself for the reason \p message.
     QCoro::Task<> handleSystemAudioError(QString message);
 
-    /// Lists the recordings that an earlier run did not stop because it was killed, or the machine
-    /// was. Too short ones are thrown away as always. Once, at launch.
+    /// Lists the recordings that an earlier run did not stop, or not list, because it was killed,
+    /// or the machine was. Too short ones are thrown away as always. Once, at launch.
     QCoro::Task<> recoverRecordings();
 
     /// For leaving the application: completes when nothing is recorded any more. A recording, also
-    /// one that is just starting, is stopped and kept by the usual rules. Never completes if this
-    /// object is destroyed meanwhile.
+    /// one that is just starting, is stopped and kept by the usual rules. Recovering is broken off;
+    /// the next launch goes on with it. Never completes if this object is destroyed meanwhile.
     QCoro::Task<> finishForQuit();
 
     /// Whose session uploads are made with; null for nobody's. It may go before this object does.
@@ -120,6 +121,8 @@ private:
     QCoro::Task<> saveInBackground();
 
     RecordingSettings recordingSettings() const;
+    RecordingSettings recoverySettings() const;
+    void listRecovered(const UnlistedRecording &recording, const RecoveredRecording &recovered);
     void beginRecording();
     std::optional<RecentSession> concludeRecording(const QUrl &file);
     RecentSession makeEntry(const QUrl &file) const;
@@ -159,5 +162,6 @@ private:
     QTimer m_timer;
     QDateTime m_recordingStartedAt;
     bool m_isRecovering = false;
+    std::stop_source m_recoveryStop;
     bool m_startInFlight = false; // also where a failed capture has made the state idle again
 };

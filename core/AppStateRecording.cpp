@@ -31,6 +31,18 @@ RecentSession untitledEntry(const QUrl &file, double seconds, const QDateTime &s
     entry.clientRecordingId = clientRecordingId(file);
     return entry;
 }
+
+QString cleanPath(const QUrl &file)
+{
+    return QDir::cleanPath(file.toLocalFile());
+}
+
+/// Whether the entry was made when the list had to be rebuilt from the files, by whatever start:
+/// nobody else calls a recording after its file.
+bool isRebuilt(const RecentSession &session)
+{
+    return session.fileURL && session.title == recordingBaseName(session.fileURL->fileName());
+}
 } // namespace
 
 void AppState::toggleRecording()
@@ -154,31 +166,51 @@ RecentSession AppState::makeEntry(const RecoveredRecording &recording) const
 QCoro::Task<> AppState::recoverRecordings()
 {
     const QPointer self(this);
+    const std::stop_token stop = m_recoveryStop.get_token();
     m_isRecovering = true;
-    auto settings = recordingSettings();
-    const auto recovered = co_await m_recorder.recoverRecordings(std::move(settings));
+    auto settings = recoverySettings();
+    const QDateTime listSavedAt = m_recentsFile.savedAt();
+    const auto unlisted = co_await m_recorder.unlistedRecordings(std::move(settings), listSavedAt);
+    for (const UnlistedRecording &recording : unlisted) {
+        if (!self || stop.stop_requested())
+            break;
+        const auto recovered = co_await m_recorder.recover(recording, stop);
+        // At once: once it is finished, only this tells the next launch of it.
+        if (self && recovered)
+            listRecovered(recording, *recovered);
+    }
     if (!self)
         co_return; // the application is closing
     m_isRecovering = false;
-    QList<RecentSession> entries;
-    for (const RecoveredRecording &recording : recovered) {
-        if (recording.durationSeconds < shortestKeptSeconds)
-            QFile::remove(recording.file.toLocalFile());
-        else
-            entries.append(makeEntry(recording));
-    }
-    for (const RecentSession &entry : entries) {
+    Q_EMIT stateChanged(); // for those who wait for it to leave
+}
+
+void AppState::listRecovered(const UnlistedRecording &recording,
+                             const RecoveredRecording &recovered)
+{
+    const auto isOfIt = [&recording](const RecentSession &listed) {
+        return listed.fileURL && recording.files.contains(cleanPath(*listed.fileURL));
+    };
+    const bool isTooShort = recovered.durationSeconds < shortestKeptSeconds;
+    const bool isListed = std::ranges::any_of(m_recents, isOfIt);
+    // Nothing says that it is not a file that the user has put there.
+    if (recording.isFinished && (isTooShort || isListed))
+        return;
+    m_recents.removeIf(isOfIt);
+    const RecentSession entry = makeEntry(recovered);
+    if (isTooShort) {
+        QFile::remove(recovered.file.toLocalFile());
+    } else {
         const auto older = std::ranges::find_if(m_recents, [&entry](const RecentSession &listed) {
             return listed.startedAt < entry.startedAt;
         });
         m_recents.insert(older, entry);
     }
-    if (!entries.isEmpty())
-        saveRecents();
-    Q_EMIT stateChanged(); // for those who wait for it to leave
-    if (!entries.isEmpty())
-        Q_EMIT recentsChanged();
-    for (const RecentSession &entry : entries)
+    if (isTooShort && !isListed)
+        return;
+    saveRecents();
+    Q_EMIT recentsChanged();
+    if (!isTooShort)
         uploadAfterStop(entry);
 }
 
@@ -218,6 +250,7 @@ QCoro::Task<> AppState::stopAndTell(QString message)
 QCoro::Task<> AppState::finishForQuit()
 {
     const QPointer self(this);
+    m_recoveryStop.request_stop();
     while (self && (m_state != RecordingState::idle || m_startInFlight || m_isRecovering)) {
         if (m_state == RecordingState::recording)
             co_await stopRecording();
@@ -255,7 +288,18 @@ RecordingSettings AppState::recordingSettings() const
     settings.quality = m_prefs.audioQuality();
     for (const RecentSession &session : m_recents) {
         if (session.fileURL)
-            settings.listedFiles.insert(QDir::cleanPath(session.fileURL->toLocalFile()));
+            settings.listedFiles.insert(cleanPath(*session.fileURL));
+    }
+    return settings;
+}
+
+/// A list that was rebuilt holds the tracks of a killed recording as if they were recordings.
+RecordingSettings AppState::recoverySettings() const
+{
+    RecordingSettings settings = recordingSettings();
+    for (const RecentSession &session : m_recents) {
+        if (isRebuilt(session))
+            settings.listedFiles.remove(cleanPath(*session.fileURL));
     }
     return settings;
 }

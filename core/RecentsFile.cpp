@@ -78,11 +78,13 @@ QList<RecentSession> RecentsFile::load(const QString &folder)
 {
     const QString path = filePath(folder);
     AtomicFile::removeLeftovers(path);
+    const QDateTime savedAt = QFileInfo(path).lastModified();
     const auto content = readRegularFile(path, maxBytes);
     auto sessions = content ? decodeRecents(*content) : std::nullopt;
     if (!sessions)
         return migrateFromDirectory(folder);
     m_ownPaths.insert(path);
+    m_savedAt = savedAt;
     bringUpToDate(*sessions);
     return *sessions;
 }

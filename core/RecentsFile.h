@@ -3,6 +3,7 @@
 #include "base/Error.h"
 #include "core/RecentSession.h"
 
+#include <QDateTime>
 #include <QFuture>
 #include <QList>
 #include <QSet>
@@ -29,6 +30,9 @@ public:
     /// an earlier run did not finish. Where no usable file is found, the list that
     /// migrateFromDirectory() makes. Writes nothing.
     QList<RecentSession> load(const QString &folder);
+
+    /// When the list that load() took had been saved; invalid where it took none.
+    const QDateTime &savedAt() const { return m_savedAt; }
 
     /// A list made from the audio files directly in \p folder, newest first.
     QList<RecentSession> migrateFromDirectory(const QString &folder) const;
@@ -58,6 +62,7 @@ private:
 
     const Clock &m_clock;
     QSet<QString> m_ownPaths; ///< what stands there is contained in the list in memory
+    QDateTime m_savedAt;
     quint64 m_lastNumber = 0;
     quint64 m_numberInPlace = 0;
 };

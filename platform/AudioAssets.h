@@ -3,6 +3,7 @@
 #include "base/Error.h"
 
 #include <QCoroTask>
+#include <QDateTime>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -10,6 +11,7 @@
 #include <expected>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 /// Two files to be heard at once, both from time zero.
 class MixComposition
@@ -55,7 +57,8 @@ public:
     virtual ~ExportSession() = default;
 
     /// Writes the file; the name appears only when it is complete. Runs off the calling thread.
-    virtual QCoro::Task<ExportOutcome> run() = 0;
+    /// Soon after \p stop is asked for it ends without having completed.
+    virtual QCoro::Task<ExportOutcome> run(std::stop_token stop) = 0;
 };
 
 /// Reads, joins and finishes audio files. Main thread; the work runs elsewhere.
@@ -81,12 +84,18 @@ public:
                                                       std::unique_ptr<MixAhead> ahead) = 0;
 
     /// Gives a closed track its final form: the index in front, the first sample at zero, the exact
-    /// length. When that fails the file stays as it was, which plays.
-    virtual QCoro::Task<std::expected<void, Error>> finishTrack(QString path) = 0;
+    /// length. When that fails, or \p stop is asked for, the file stays as it was, which plays.
+    virtual QCoro::Task<std::expected<void, Error>> finishTrack(QString path,
+                                                                std::stop_token stop) = 0;
 
     /// The tracks in \p folder, of those whose names fit \p nameFilters, that an ended run has
     /// neither closed nor finished. Sorted by name.
     virtual QCoro::Task<QStringList> abandonedTracks(QString folder, QStringList nameFilters) = 0;
+
+    /// The files in \p folder, of those whose names fit \p nameFilters, that have changed after
+    /// \p time and that nobody is writing.
+    virtual QCoro::Task<QStringList> filesChangedSince(QString folder, QStringList nameFilters,
+                                                       QDateTime time) = 0;
 
     /// Removes the temporary files that an interrupted run left in \p folder.
     virtual void removeLeftovers(const QString &folder) = 0;

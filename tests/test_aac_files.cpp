@@ -3,6 +3,7 @@
 #include "platform/linux/media/M4aMuxer.h"
 #include "platform/linux/media/MovieBoxes.h"
 #include "platform/linux/media/OutputFile.h"
+#include "platform/linux/media/PartFiles.h"
 #include "tests/support/Decoded.h"
 #include "tests/support/Packets.h"
 
@@ -66,7 +67,10 @@ void muxPlain(const QString &path, const EncodedSound &sound)
     QVERIFY(muxer);
     for (const AacPacket &packet : sound.packets)
         QVERIFY(muxer->addPacket(packet));
+    QVERIFY(!isAbandoned(path));
     QVERIFY(muxer->finish(sound.frameCount));
+    // On a Windows share nobody else can read it before.
+    QVERIFY(isAbandoned(path));
 }
 
 /// \p count packets of some sound, again and again.

@@ -132,6 +132,7 @@ private Q_SLOTS:
     void quitKeepsTheRecording_data();
     void quitKeepsTheRecording();
     void quitDuringAStartWhoseCaptureFailed();
+    void quitLeavesRecoveryForTheNextLaunch();
     void thousandRandomToggles();
     void goneWhileTasksArePending_data();
     void goneWhileTasksArePending();
@@ -333,60 +334,85 @@ void AppStateTest::listFollowsTheSaveFolder()
 
 void AppStateTest::killedRecordingsAreListedAtLaunch_data()
 {
-    QTest::addColumn<QStringList>("tracks"); // left behind, beside "recording-2026-02-03-04-05-06"
+    // Of "recording-2026-02-03-04-05-06": left as they were being recorded, and finished.
+    QTest::addColumn<QStringList>("tracks");
+    QTest::addColumn<QStringList>("finished");
+    QTest::addColumn<bool>("hasList"); // otherwise it is rebuilt from the files first
     QTest::addColumn<double>("seconds");
-    QTest::addColumn<QStringList>("listed"); // file, title and duration; the newest first
+    QTest::addColumn<QString>("listed"); // title and duration
+    QTest::addColumn<QStringList>("files");
     QTest::addColumn<QStringList>("calls");
+    const QString entry = u"录音 2026-02-03 04:05 1m"_s;
+    const QStringList both{u".system.m4a"_s, u".mic.m4a"_s};
+    const QStringList mic{u".mic.m4a"_s};
+    const QStringList mix{u".m4a"_s};
+    const QStringList none;
     const QStringList mixed{u"abandoned"_s,       u"tracks system"_s,  u"tracks mic"_s,
                             u"duration system"_s, u"duration mic"_s,   u"export make"_s,
                             u"export run"_s,      u"duration system"_s};
-    QTest::newRow("both tracks") << QStringList{u".system.m4a"_s, u".mic.m4a"_s} << 75.0
-                                 << QStringList{u"recording-2026-02-03-04-05-06.m4a "
-                                                "录音 2026-02-03 04:05 1m"_s}
-                                 << mixed;
-    QTest::newRow("one track") << QStringList{u".mic.m4a"_s} << 75.0
-                               << QStringList{u"recording-2026-02-03-04-05-06.mic.m4a "
-                                              "录音 2026-02-03 04:05 1m"_s}
-                               << QStringList{u"abandoned"_s, u"finish mic"_s, u"duration mic"_s};
-    QTest::newRow("too short") << QStringList{u".mic.m4a"_s} << 9.9 << QStringList()
-                               << QStringList{u"abandoned"_s, u"finish mic"_s, u"duration mic"_s};
-    QTest::newRow("none") << QStringList() << 75.0 << QStringList() << QStringList{u"abandoned"_s};
+    const QStringList finished{u"abandoned"_s, u"finish mic"_s, u"duration mic"_s};
+    const QStringList taken{u"abandoned"_s, u"duration system"_s};
+    for (const bool hasList : {true, false}) {
+        const char *const how = hasList ? "" : ", no list";
+        QTest::addRow("both tracks%s", how)
+            << both << none << hasList << 75.0 << entry << mix << mixed;
+        QTest::addRow("one track%s", how)
+            << mic << none << hasList << 75.0 << entry << mic << finished;
+        QTest::addRow("mix and one track%s", how)
+            << mic << mix << hasList << 75.0 << entry << mix
+            << QStringList{u"abandoned"_s, u"duration system"_s, u"duration mic"_s,
+                           u"duration system"_s};
+        QTest::addRow("too short%s", how)
+            << mic << none << hasList << 9.9 << QString() << none << finished;
+    }
+    QTest::newRow("finished") << none << mix << true << 75.0 << entry << mix << taken;
+    QTest::newRow("finished, too short") << none << mix << true << 9.9 << QString() << mix << taken;
+    QTest::newRow("none") << none << none << true << 75.0 << QString() << none
+                          << QStringList{u"abandoned"_s};
 }
 
 void AppStateTest::killedRecordingsAreListedAtLaunch()
 {
     QFETCH(const QStringList, tracks);
+    QFETCH(const QStringList, finished);
+    QFETCH(const bool, hasList);
     QFETCH(const double, seconds);
-    QFETCH(const QStringList, listed);
+    QFETCH(const QString, listed);
+    QFETCH(const QStringList, files);
     Stage stage;
     FakeAudioAssets &assets = stage.rig.assets;
     assets.duration = {{u"system"_s, seconds}, {u"mic"_s, seconds}};
     // However the folder is spelled, what is listed is known again.
     stage.prefs.setSaveLocation(stage.rig.home.path() + u"/."_s);
-    const QString stem = stage.prefs.saveLocation() + u"/recording-2026-02-03-04-05-06"_s;
-    for (const QString &ending : tracks) {
-        QFile file(stem + ending);
-        QVERIFY(file.open(QFile::WriteOnly) && file.resize(3000));
-        assets.abandoned.append(file.fileName());
+    const QString name = u"recording-2026-02-03-04-05-06"_s;
+    for (const QString &ending : tracks + finished) {
+        stage.rig.putFile(name + ending, 3000);
+        const QString path = stage.prefs.saveLocation() + u'/' + name + ending;
+        (tracks.contains(ending) ? assets.abandoned : assets.changed).append(path);
+    }
+    if (hasList) {
+        QFile list(stage.rig.path(u".sessions.json"_s));
+        QVERIFY(list.open(QFile::WriteOnly) && list.write("[]") == 2);
     }
     // Twice, as the next launch finds what stands in the list then.
     for (int launch = 0; launch < 2; ++launch) {
+        stage.start();
         stage.rig.script.calls.clear();
         QCoro::waitFor(stage.app->recoverRecordings());
         if (launch == 0)
             QTEST(stage.rig.script.calls, "calls");
-    }
 
-    QStringList found;
-    for (const RecentSession &entry : stage.app->recents()) {
-        found.append(entry.fileURL->fileName() + u' ' + entry.title + u' ' + entry.duration);
-        QVERIFY(QFile::exists(entry.fileURL->toLocalFile()));
+        QStringList entries;
+        for (const RecentSession &session : stage.app->recents())
+            entries.append(session.title + u' ' + session.duration);
+        QCOMPARE(entries.join(u", "_s), listed);
+        QStringList expected;
+        for (const QString &ending : files)
+            expected.append(name + ending);
+        QCOMPARE(QDir(stage.rig.home.path()).entryList({u"*.m4a"_s}), expected);
+        if (!listed.isEmpty())
+            QCOMPARE(stage.listedNames(), expected);
     }
-    QCOMPARE(found, listed);
-    QCOMPARE(QFile::exists(stem + u".mic.m4a"_s), !listed.isEmpty() && tracks.size() == 1);
-    const QStringList names = stage.listedNames();
-    stage.start();
-    QCOMPARE(stage.listedNames(), names);
 }
 
 void AppStateTest::listIsBroughtUpToDateAtStart_data()
@@ -642,6 +668,36 @@ void AppStateTest::quitDuringAStartWhoseCaptureFailed()
     QTRY_VERIFY(leaving.isReady());
     QTRY_COMPARE(stage.app->state(), State::idle);
     QCOMPARE(stage.rig.microphones.liveRecorders, 0);
+}
+
+void AppStateTest::quitLeavesRecoveryForTheNextLaunch()
+{
+    Stage stage;
+    FakeAudioAssets &assets = stage.rig.assets;
+    for (const QString &second : {u"05"_s, u"06"_s}) {
+        for (const QString &ending : {u".system.m4a"_s, u".mic.m4a"_s}) {
+            const QString name = u"recording-2026-02-03-04-05-"_s + second + ending;
+            stage.rig.putFile(name, 3000);
+            assets.abandoned.append(stage.rig.path(name));
+        }
+    }
+    const QStringList tracks = stage.rig.files();
+    stage.rig.script.holdAt(u"export run"_s);
+    auto recovering = stage.app->recoverRecordings();
+    QTRY_VERIFY(stage.rig.script.isWaitingAt(u"export run"_s));
+    auto leaving = stage.app->finishForQuit();
+    QVERIFY(!leaving.isReady()); // a thread of the export is still at work
+    QVERIFY(assets.exportIsCancelled());
+    stage.rig.script.releaseAt(u"export run"_s);
+    QTRY_VERIFY(leaving.isReady() && recovering.isReady());
+    QCOMPARE(stage.rig.files(), tracks);
+    QCOMPARE(stage.count(u"export run"_s), 1);
+    QCOMPARE(stage.count(u"finish system"_s) + stage.count(u"finish mic"_s), 0);
+
+    stage.start();
+    QCoro::waitFor(stage.app->recoverRecordings());
+    QCOMPARE(stage.listedNames(), QStringList({u"recording-2026-02-03-04-05-06.m4a"_s,
+                                               u"recording-2026-02-03-04-05-05.m4a"_s}));
 }
 
 void AppStateTest::thousandRandomToggles()

@@ -115,6 +115,7 @@ private Q_SLOTS:
     void noRoomFailsTheExport_data();
     void noRoomFailsTheExport();
     void missingFolderFailsTheExport();
+    void stoppedExportLeavesTheTracks();
 
 private:
     QString file(const QString &name) const { return m_folder->filePath(name); }
@@ -165,7 +166,7 @@ ExportOutcome TestMix::mixInto(const QString &path)
     if (!both)
         return ExportOutcome{.completed = false, .error = both.error()};
     const auto session = m_assets.makeExport(*both, path, nullptr);
-    return session ? QCoro::waitFor(session->run()) : ExportOutcome{};
+    return session ? QCoro::waitFor(session->run({})) : ExportOutcome{};
 }
 
 void TestMix::sumsBothTracksFromZero_data()
@@ -330,7 +331,7 @@ void TestMix::tellsTracksFromDamage_data()
     QTest::newRow("damaged description") << with(plain, "stsd", "stsx") << -1;
     QTest::newRow("damaged index") << with(plain, "moov", "moox") << -1;
     QTest::newRow("cut in the index") << plain.first(plain.indexOf("stsz") + 40) << -1;
-    QTest::newRow("cut in the last fragment") << fragmented.chopped(100) << -1;
+    QTest::newRow("cut in the last fragment") << fragmented.chopped(100) << 1;
     QTest::newRow("cut in the first fragment") << fragmented.first(3000) << -1;
     QTest::newRow("empty") << QByteArray() << -1;
     QTest::newRow("zeros") << QByteArray(4096, '\0') << -1;
@@ -439,6 +440,27 @@ void TestMix::missingFolderFailsTheExport()
     const auto outcome = mixInto(file(u"gone/a.m4a"_s));
     QVERIFY(!outcome.completed);
     QVERIFY(outcome.error);
+    QCOMPARE(files(), (QStringList{u"a.mic.m4a"_s, u"a.system.m4a"_s}));
+}
+
+void TestMix::stoppedExportLeavesTheTracks()
+{
+    makeTracks(600);
+    const auto both = composition();
+    QVERIFY(both);
+    const auto session = m_assets.makeExport(*both, output(), nullptr);
+    std::stop_source stop;
+    auto exporting = session->run(stop.get_token());
+    QTRY_VERIFY(files().contains(u".a.m4a.part"_s));
+    stop.request_stop();
+    const auto outcome = QCoro::waitFor(exporting);
+    QVERIFY(!outcome.completed);
+    QVERIFY(outcome.error);
+    QCOMPARE(files(), (QStringList{u"a.mic.m4a"_s, u"a.system.m4a"_s}));
+
+    const QByteArray track = contentOf(system());
+    QVERIFY(!QCoro::waitFor(m_assets.finishTrack(system(), stop.get_token())));
+    QCOMPARE(contentOf(system()), track);
     QCOMPARE(files(), (QStringList{u"a.mic.m4a"_s, u"a.system.m4a"_s}));
 }
 

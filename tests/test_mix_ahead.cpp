@@ -234,7 +234,7 @@ void TestMixAhead::exportFallsBackToTheClosedFiles()
 
     const auto session = assets.makeExport(composition(first, second), output(), std::move(ahead));
     QVERIFY(session);
-    QVERIFY(QCoro::waitFor(session->run()).completed);
+    QVERIFY(QCoro::waitFor(session->run({})).completed);
     QVERIFY(mixWholeFiles(composition(first, second), file(u"whole.m4a"_s), 2));
     QVERIFY(contentOf(output()) == contentOf(file(u"whole.m4a"_s)));
     QVERIFY(!QFile::exists(part()));

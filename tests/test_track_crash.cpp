@@ -1,4 +1,5 @@
 #include "audio/TrackMixing.h"
+#include "audio/UnlistedRecordings.h"
 #include "platform/linux/media/FinishTrack.h"
 #include "platform/linux/media/PartFiles.h"
 #include "platform/linux/media/TrackWriter.h"
@@ -15,18 +16,33 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <random>
 #include <thread>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
+
+/// How long the process that is killed rests after it has removed a file: nobody could meet the
+/// moment between two removals otherwise.
+static std::chrono::milliseconds restAfterRemoval{0};
+
+extern "C" int unlink(const char *path) noexcept
+{
+    const auto result = static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));
+    if (restAfterRemoval > 0ms)
+        std::this_thread::sleep_for(restAfterRemoval);
+    return result;
+}
 
 namespace
 {
@@ -34,6 +50,7 @@ constexpr AudioEncoding stereo{48000, 2, 128000};
 constexpr qint64 blockFrames = 2048;
 constexpr double toneFrequency = 997;
 constexpr double toneAmplitude = 0.4;
+const auto recordingName = u"recording-2026-02-03-04-05-06"_s;
 
 MediaTime timeOf(qint64 frame)
 {
@@ -91,38 +108,44 @@ int recordForEver(const QString &path, double pace, const QString &counterPath)
     return 1;
 }
 
-/// The process that is killed while it gives tracks their final form, again and again. \p conclude
-/// is told of both, in \p folder /tracks.
+/// The process that is killed while it gives \p tracks their final form, again and again.
 template<class Conclude>
-int concludeForEver(const QString &folder, const QString &counterPath, Conclude conclude)
+int concludeForEver(const QString &folder, const QStringList &tracks, const QString &counterPath,
+                    Conclude conclude)
 {
     Counter counter(counterPath);
-    const QString system = folder + u"/tracks/r.system.m4a"_s;
-    const QString mic = folder + u"/tracks/r.mic.m4a"_s;
     do {
-        for (const QString &track : {system, mic}) {
+        for (const QString &track : tracks) {
             const QString again = folder + u"/again.m4a"_s;
             QFile::remove(again);
             ::link(qPrintable(folder + u"/closed.m4a"_s), qPrintable(again));
             ::rename(qPrintable(again), qPrintable(track));
         }
         ++counter.value();
-    } while (conclude(system, mic));
+    } while (conclude());
     return 1;
+}
+
+QString trackPath(const QString &folder, const QString &ending)
+{
+    return folder + u"/tracks/"_s + recordingName + ending;
 }
 
 int finishForEver(const QString &folder, const QString &counterPath)
 {
-    return concludeForEver(folder, counterPath, [](const QString &system, const QString &) {
-        return finishTrackFile(system).has_value();
-    });
+    const QString system = trackPath(folder, u".system.m4a"_s);
+    return concludeForEver(folder, {system}, counterPath,
+                           [&] { return finishTrackFile(system).has_value(); });
 }
 
 int mixForEver(const QString &folder, const QString &counterPath)
 {
+    restAfterRemoval = 5ms;
     LiveTracks live;
     FileAudioAssets assets(live);
-    return concludeForEver(folder, counterPath, [&](const QString &system, const QString &mic) {
+    const QString system = trackPath(folder, u".system.m4a"_s);
+    const QString mic = trackPath(folder, u".mic.m4a"_s);
+    return concludeForEver(folder, {system, mic}, counterPath, [&] {
         const QUrl track = QUrl::fromLocalFile(system);
         return QCoro::waitFor(mixTracks(assets, track, QUrl::fromLocalFile(mic), {})) != track;
     });
@@ -171,15 +194,21 @@ private Q_SLOTS:
     void fullDisk();
     void fileTakenAway_data();
     void fileTakenAway();
+    void tornTracksAreRecovered_data();
+    void tornTracksAreRecovered();
     void killedWhileConcluding_data();
     void killedWhileConcluding();
 
 private:
     QString path() const { return m_folder->filePath(u"tracks/track.m4a"_s); }
     QString counterPath() const { return m_folder->filePath(u"counter"_s); }
-    bool runAndKill(const QStringList &arguments, std::chrono::nanoseconds life,
-                    const QString &awaited = {});
-    void checkConcluded(bool isMixed, qint64 frames, QMap<QStringList, int> &seen);
+    bool runAndKill(
+        const QStringList &arguments, std::chrono::nanoseconds life,
+        const std::function<bool()> &moment = [] { return true; });
+    QString track(const QString &ending) const { return trackPath(m_folder->path(), ending); }
+    QStringList remaining() const;
+    QList<RecoveredRecording> recover();
+    void checkConcluded(qint64 frames, QMap<QString, int> &seen);
     double lostSeconds(double pace, std::chrono::milliseconds life);
     void record(qint64 frames);
     QStringList abandonedTracks() const
@@ -197,10 +226,10 @@ void TestTrackCrash::init()
     QVERIFY(QDir(m_folder->path()).mkdir(u"tracks"_s));
 }
 
-/// Kills this program, run with \p arguments, when its counter has moved, the file \p awaited is
-/// there, and \p life has passed.
+/// Kills this program, run with \p arguments, when its counter has moved, \p moment has come, and
+/// \p life has passed.
 bool TestTrackCrash::runAndKill(const QStringList &arguments, std::chrono::nanoseconds life,
-                                const QString &awaited)
+                                const std::function<bool()> &moment)
 {
     QFile::remove(counterPath());
     Counter counter(counterPath());
@@ -209,7 +238,7 @@ bool TestTrackCrash::runAndKill(const QStringList &arguments, std::chrono::nanos
     // By the clock, not by the count: the kill may come in the middle of anything.
     if (!process.waitForStarted() || !QTest::qWaitFor([&] { return counter.value() > 0; }, 20000))
         return false;
-    for (const QDeadlineTimer limit(20s); !awaited.isEmpty() && !QFile::exists(awaited);) {
+    for (const QDeadlineTimer limit(20s); !moment();) {
         if (limit.hasExpired())
             return false;
     }
@@ -346,6 +375,7 @@ void TestTrackCrash::damagedAnywhere()
                  QStringList{u"track.m4a"_s});
     }
     qInfo("%d of 150 could be finished", finishedCount);
+    QVERIFY(finishedCount > 0);
 }
 
 void TestTrackCrash::fullDisk()
@@ -442,33 +472,115 @@ void TestTrackCrash::fileTakenAway()
         QCOMPARE(decoded->frameCount(), blocks * blockFrames);
 }
 
-/// Whatever carries a final name is whole, and nothing is missing.
-void TestTrackCrash::checkConcluded(bool isMixed, qint64 frames, QMap<QStringList, int> &seen)
+/// The endings of what is left of the recording; those of unfinished tracks with a star.
+QStringList TestTrackCrash::remaining() const
+{
+    const QDir tracks(m_folder->filePath(u"tracks"_s));
+    const QStringList unfinished = abandonedTracks();
+    QStringList endings;
+    for (const QFileInfo &file : tracks.entryInfoList(QDir::Files | QDir::Hidden, QDir::Name)) {
+        const bool isUnfinished = unfinished.contains(file.filePath());
+        endings.append(file.fileName().mid(recordingName.size()) +
+                       (isUnfinished ? u"*"_s : QString()));
+    }
+    return endings;
+}
+
+/// What the next launch lists, whose list is older than anything here.
+QList<RecoveredRecording> TestTrackCrash::recover()
+{
+    FileAudioAssets assets(m_live);
+    RecordingSettings settings;
+    settings.saveDirectory = QUrl::fromLocalFile(m_folder->filePath(u"tracks"_s));
+    const QDateTime listSavedAt = QDateTime::currentDateTime().addDays(-1);
+    QList<RecoveredRecording> listed;
+    for (const auto &left : QCoro::waitFor(unlistedRecordings(assets, settings, listSavedAt))) {
+        if (const auto recovered = QCoro::waitFor(recoverRecording(assets, left, {})))
+            listed.append(*recovered);
+    }
+    return listed;
+}
+
+void TestTrackCrash::tornTracksAreRecovered_data()
+{
+    QTest::addColumn<double>("system"); // how much of it is left
+    QTest::addColumn<double>("mic");
+    QTest::addColumn<QString>("listed");
+    QTest::addColumn<double>("seconds");
+    const QString mix = u".m4a"_s;
+    QTest::addRow("neither") << 1.0 << 1.0 << mix << 10.0;
+    QTest::addRow("both") << 0.95 << 0.95 << mix << 9.5;
+    QTest::addRow("system") << 0.5 << 1.0 << mix << 10.0;
+    QTest::addRow("microphone") << 1.0 << 0.5 << mix << 10.0;
+    QTest::addRow("nothing whole of the system") << 0.05 << 0.5 << u".mic.m4a"_s << 5.0;
+    QTest::addRow("nothing whole of the microphone") << 0.5 << 0.05 << u".system.m4a"_s << 5.0;
+}
+
+/// As the power cut leaves them.
+void TestTrackCrash::tornTracksAreRecovered()
+{
+    QFETCH(const double, system);
+    QFETCH(const double, mic);
+    QFETCH(const double, seconds);
+    record(480000);
+    const QByteArray whole = contentOf(path());
+    QVERIFY(QFile::remove(path()));
+    const auto part = [&](double left) {
+        return whole.first(qsizetype(left * double(whole.size())));
+    };
+    replaceContent(track(u".system.m4a"_s), part(system));
+    replaceContent(track(u".mic.m4a"_s), part(mic));
+    const auto listed = recover();
+    QCOMPARE(listed.size(), 1);
+    const QString file = listed.first().file.toLocalFile();
+    QTEST(file.mid(track({}).size()), "listed");
+    QVERIFY(std::abs(listed.first().durationSeconds - seconds) < 1.2);
+    const auto decoded = decodeFile(file);
+    QVERIFY(decoded && decoded->errorCount == 0);
+    QVERIFY(std::abs(double(decoded->frameCount()) / 48000 - seconds) < 1.2);
+}
+
+/// Whatever carries a final name is whole, and the next launch lists it as one recording.
+void TestTrackCrash::checkConcluded(qint64 frames, QMap<QString, int> &seen)
 {
     const QDir tracks(m_folder->filePath(u"tracks"_s));
     removeAbandonedParts(tracks.path());
-    const QStringList left = tracks.entryList(QDir::Files | QDir::Hidden);
-    ++seen[left];
-    QVERIFY(left.contains(u"r.m4a"_s) || !isMixed || left.size() == 2);
-    QVERIFY(left.contains(u"r.system.m4a"_s) || isMixed);
-    for (const QString &name : left) {
+    ++seen[remaining().join(u' ')];
+    for (const QString &name : tracks.entryList(QDir::Files | QDir::Hidden)) {
         const auto decoded = decodeFile(tracks.filePath(name));
         QVERIFY2(decoded, qPrintable(name));
         QCOMPARE(decoded->errorCount, 0);
         QCOMPARE(decoded->frameCount(), frames);
     }
+    const auto listed = recover();
+    QCOMPARE(listed.size(), 1);
+    QCOMPARE(listed.first().durationSeconds, double(frames) / 48000);
+    QCOMPARE(tracks.entryList(QDir::Files | QDir::Hidden),
+             QStringList{listed.first().file.fileName()});
+    const auto decoded = decodeFile(listed.first().file.toLocalFile());
+    QVERIFY(decoded && !decoded->fragmented);
+    QCOMPARE(decoded->errorCount, 0);
+    QCOMPARE(decoded->frameCount(), frames);
 }
 
 void TestTrackCrash::killedWhileConcluding_data()
 {
-    QTest::addColumn<bool>("isMixed");
-    QTest::addRow("finishing") << false;
-    QTest::addRow("mixing") << true;
+    QTest::addColumn<QString>("how");
+    QTest::addColumn<QString>("result");
+    QTest::addColumn<QStringList>("windows"); // what the kills must have left
+    QTest::addRow("finishing") << u"--finish"_s << u".system.m4a"_s
+                               << QStringList{u".system.m4a*"_s, u".system.m4a"_s};
+    QTest::addRow("mixing") << u"--mix"_s << u".m4a"_s
+                            << QStringList{u".mic.m4a* .system.m4a*"_s,
+                                           u".m4a .mic.m4a* .system.m4a*"_s, u".m4a .mic.m4a*"_s,
+                                           u".m4a"_s};
 }
 
 void TestTrackCrash::killedWhileConcluding()
 {
-    QFETCH(const bool, isMixed);
+    QFETCH(const QString, how);
+    QFETCH(const QString, result);
+    QFETCH(const QStringList, windows);
     constexpr qint64 frames = 2 * 48000;
     record(frames);
     const QString folder = m_folder->path();
@@ -476,25 +588,36 @@ void TestTrackCrash::killedWhileConcluding()
     const quint32 seed = std::random_device()();
     qInfo("seed %u", seed);
     std::mt19937 random(seed);
-    const QStringList arguments{isMixed ? u"--mix"_s : u"--finish"_s, folder};
+    const QStringList arguments{how, folder};
     QVERIFY(runAndKill(arguments, 1s));
     // In every step of the first two rounds, however fast the machine is.
     std::uniform_real_distribution<> life(0.0, 2.0 / double(Counter(counterPath()).value()));
-    QMap<QStringList, int> seen;
-    for (int i = 0; i < killCount(); ++i) {
+    QMap<QString, int> seen;
+    const auto isSeen = [&seen](const QString &window) { return seen.contains(window); };
+    const QDeadlineTimer limit(120s);
+    for (int i = 0;
+         i < killCount() || !(std::ranges::all_of(windows, isSeen) || limit.hasExpired()); ++i) {
         const std::chrono::duration<double> seconds(life(random));
         QVERIFY(runAndKill(arguments, std::chrono::round<std::chrono::nanoseconds>(seconds)));
-        checkConcluded(isMixed, frames, seen);
-        if (!isMixed)
+        checkConcluded(frames, seen);
+        if (QTest::currentTestFailed())
+            return;
+        if (how != u"--mix"_s)
             continue;
-        // Between the publishing of the mix and the removal of the tracks, or soon after.
-        const QString mix = folder + u"/tracks/r.m4a"_s;
-        QFile::remove(mix);
-        QVERIFY(runAndKill(arguments, std::chrono::microseconds(20 * i), mix));
-        checkConcluded(isMixed, frames, seen);
+        // Between the publishing of the mix and the removal of the tracks, or between the two.
+        QVERIFY(QFile::remove(track(result)));
+        const QString system = track(u".system.m4a"_s);
+        QVERIFY(runAndKill(arguments, 0ms, [&] {
+            return QFile::exists(track(result)) && (i % 2 == 0 || !QFile::exists(system));
+        }));
+        checkConcluded(frames, seen);
+        if (QTest::currentTestFailed())
+            return;
     }
     for (const auto &[names, times] : seen.asKeyValueRange())
-        qInfo("%d times %s", times, qPrintable(names.join(u", "_s)));
+        qInfo("%d times %s", times, qPrintable(names));
+    for (const QString &window : windows)
+        QVERIFY2(isSeen(window), qPrintable(window));
 }
 
 int main(int argc, char **argv)

@@ -52,7 +52,7 @@ public:
         return std::make_unique<Export>(*this, outputPath, std::move(ahead));
     }
 
-    QCoro::Task<std::expected<void, Error>> finishTrack(QString path) override
+    QCoro::Task<std::expected<void, Error>> finishTrack(QString path, std::stop_token) override
     {
         using Finished = std::expected<void, Error>;
         const bool succeeds = co_await m_script.reach(QStringLiteral("finish ") + track(path));
@@ -68,17 +68,27 @@ public:
         co_return found;
     }
 
+    QCoro::Task<QStringList> filesChangedSince(QString, QStringList, QDateTime) override
+    {
+        const QStringList found = changed;
+        co_return found;
+    }
+
     void removeLeftovers(const QString &folder) override
     {
         leftoversFolder = folder;
         m_script.note(QStringLiteral("leftovers"));
     }
 
+    /// Whether the export that was run last has been asked to stop.
+    bool exportIsCancelled() const { return m_exportStop.stop_requested(); }
+
     QHash<QString, int> trackCount;
     QHash<QString, double> duration;
     std::optional<Error> exportError = Error(QStringLiteral("assets trouble"));
     MixComposition lastComposition;
     QStringList abandoned;  ///< paths
+    QStringList changed;    ///< paths of finished files, by however long ago
     QStringList aheadFiles; ///< names of the two tracks and of the output
     QString leftoversFolder;
 
@@ -112,10 +122,12 @@ private:
         {
         }
 
-        QCoro::Task<ExportOutcome> run() override
+        QCoro::Task<ExportOutcome> run(std::stop_token stop) override
         {
+            m_assets.m_exportStop = stop;
             ExportOutcome outcome;
             outcome.completed = co_await m_assets.m_script.reach(QStringLiteral("export run"));
+            outcome.completed = outcome.completed && !stop.stop_requested();
             QFile file(m_path);
             // As with a real encoder, the name appears only when the file is complete.
             if (outcome.completed && file.open(QIODevice::WriteOnly))
@@ -149,4 +161,5 @@ private:
     }
 
     Script &m_script;
+    std::stop_token m_exportStop;
 };

@@ -7,6 +7,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QScopeGuard>
 
 using namespace Qt::StringLiterals;
@@ -22,7 +23,8 @@ struct Content {
     bool operator==(const Content &) const = default;
 };
 
-std::expected<Content, Error> copyPackets(FragmentReader &from, M4aMuxer &to)
+std::expected<Content, Error> copyPackets(FragmentReader &from, M4aMuxer &to,
+                                          const std::stop_token &stop)
 {
     Content content{.sampleRate = from.format().sampleRate,
                     .channelCount = from.format().channelCount};
@@ -32,6 +34,8 @@ std::expected<Content, Error> copyPackets(FragmentReader &from, M4aMuxer &to)
             return std::unexpected(more.error());
         if (!*more)
             break;
+        if (stop.stop_requested())
+            return std::unexpected(Error(u"已取消"_s));
         for (const auto packet : from.packets()) {
             if (const auto added = to.addPacket(packet); !added)
                 return std::unexpected(added.error());
@@ -65,7 +69,7 @@ std::expected<Content, Error> readIndex(const QString &path)
 }
 } // namespace
 
-std::expected<void, Error> finishTrackFile(const QString &path)
+std::expected<void, Error> finishTrackFile(const QString &path, const std::stop_token &stop)
 {
     auto fragments = FragmentReader::open(path);
     if (!fragments) {
@@ -77,7 +81,7 @@ std::expected<void, Error> finishTrackFile(const QString &path)
     if (!muxer)
         return std::unexpected(muxer.error());
     auto removal = qScopeGuard([&] { QFile::remove(part); });
-    const auto written = copyPackets(*fragments, *muxer);
+    const auto written = copyPackets(*fragments, *muxer, stop);
     if (!written)
         return std::unexpected(written.error());
     const auto found = readIndex(part);
@@ -101,4 +105,15 @@ QStringList abandonedTrackFiles(const QString &folder, const QStringList &nameFi
             tracks.append(path);
     }
     return tracks;
+}
+
+QStringList filesChangedSince(const QString &folder, const QStringList &nameFilters,
+                              const QDateTime &time)
+{
+    QStringList files;
+    for (const QFileInfo &file : QDir(folder).entryInfoList(nameFilters, QDir::Files, QDir::Name)) {
+        if (file.lastModified() > time && isAbandoned(file.absoluteFilePath()))
+            files.append(file.absoluteFilePath());
+    }
+    return files;
 }

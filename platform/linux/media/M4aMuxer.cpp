@@ -101,7 +101,9 @@ std::expected<void, Error> M4aMuxer::State::finish(qint64 frameCount)
         return done;
     if (const auto done = writeFront(index(frameCount)); !done)
         return done;
-    return file.sync();
+    const auto synced = file.sync();
+    file.unlock();
+    return synced;
 }
 
 /// Everything before the packets, at once.

@@ -34,8 +34,8 @@ public:
     /// tells where this fails.
     void sync();
 
-    /// Writes the index and syncs the file. \p frameCount is the exact length: the first
-    /// aacFrameLength frames of delay and what the packets hold beyond it are not played.
+    /// Writes the index, syncs the file and unlocks it. \p frameCount is the exact length: the
+    /// first aacFrameLength frames of delay and what the packets hold beyond it are not played.
     std::expected<void, Error> finish(qint64 frameCount);
 
 private:

@@ -182,6 +182,11 @@ bool OutputFile::isAt(const QString &path) const
     return ours.st_dev == there.st_dev && ours.st_ino == there.st_ino;
 }
 
+void OutputFile::unlock()
+{
+    ::flock(m_descriptor.get(), LOCK_UN);
+}
+
 std::expected<void, Error> OutputFile::syncData()
 {
     return synced(uninterrupted([&] { return ::fdatasync(m_descriptor.get()); }));

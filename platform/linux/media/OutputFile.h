@@ -18,7 +18,8 @@ class OutputFile
 {
 public:
     /// Creates the file, readable by its owner only; one that stands there is removed first. It is
-    /// locked (flock) for as long as it is open, which tells it from one that was left behind.
+    /// locked (flock) until unlock() or for as long as it is open, which tells it from one that was
+    /// left behind.
     static std::expected<OutputFile, Error> create(const QString &path);
 
     /// Opens an existing file, for reading only.
@@ -41,6 +42,10 @@ public:
     /// False once the file was removed or moved, or its volume taken away: what is written still
     /// arrives, but is lost to whoever looks for it at \p path.
     bool isAt(const QString &path) const;
+
+    /// Nothing more will be written, and others may read: on a Windows share they cannot while the
+    /// file is locked, and neither can this process through another descriptor.
+    void unlock();
 
     /// Puts the content on the disk. sync() also waits for what only the name needs.
     std::expected<void, Error> syncData();

@@ -32,8 +32,9 @@ std::expected<void, Error> publishPart(const QString &target)
 
 bool isAbandoned(const QString &path)
 {
-    const FileDescriptor file(::open(QFile::encodeName(path).constData(),
-                                     O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    // For writing: on network file systems only that takes an exclusive lock.
+    const FileDescriptor file(
+        ::open(QFile::encodeName(path).constData(), O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     return file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 

@@ -31,10 +31,10 @@ public:
     {
     }
 
-    QCoro::Task<ExportOutcome> run() override
+    QCoro::Task<ExportOutcome> run(std::stop_token stop) override
     {
-        const auto exported = [this] {
-            const auto done = write();
+        const auto exported = [this, stop] {
+            const auto done = write(stop);
             return done ? ExportOutcome{.completed = true, .error = {}}
                         : ExportOutcome{.completed = false, .error = done.error()};
         };
@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    std::expected<void, Error> write();
+    std::expected<void, Error> write(const std::stop_token &stop);
     std::expected<void, Error> publishAhead();
 
     const MixComposition m_composition;
@@ -51,12 +51,12 @@ private:
     std::unique_ptr<MixAhead> m_ahead;
 };
 
-std::expected<void, Error> FileExport::write()
+std::expected<void, Error> FileExport::write(const std::stop_token &stop)
 {
     if (publishAhead()) // why not does not matter: the closed files are what counts
         return {};
     const int cores = static_cast<int>(std::thread::hardware_concurrency());
-    return mixWholeFiles(m_composition, m_outputPath, std::clamp(cores, 1, mostThreads));
+    return mixWholeFiles(m_composition, m_outputPath, std::clamp(cores, 1, mostThreads), stop);
 }
 
 std::expected<void, Error> FileExport::publishAhead()
@@ -127,9 +127,10 @@ std::unique_ptr<ExportSession> FileAudioAssets::makeExport(const MixComposition 
     return std::make_unique<FileExport>(composition, outputPath, std::move(ahead));
 }
 
-QCoro::Task<std::expected<void, Error>> FileAudioAssets::finishTrack(QString path)
+QCoro::Task<std::expected<void, Error>> FileAudioAssets::finishTrack(QString path,
+                                                                     std::stop_token stop)
 {
-    const auto finish = [path] { return finishTrackFile(path); };
+    const auto finish = [path, stop] { return finishTrackFile(path, stop); };
     const auto done = inBackground(finish);
     co_return co_await done;
 }
@@ -137,6 +138,16 @@ QCoro::Task<std::expected<void, Error>> FileAudioAssets::finishTrack(QString pat
 QCoro::Task<QStringList> FileAudioAssets::abandonedTracks(QString folder, QStringList nameFilters)
 {
     const auto find = [folder, nameFilters] { return abandonedTrackFiles(folder, nameFilters); };
+    const auto found = inBackground(find);
+    co_return co_await found;
+}
+
+QCoro::Task<QStringList> FileAudioAssets::filesChangedSince(QString folder, QStringList nameFilters,
+                                                            QDateTime time)
+{
+    const auto find = [folder, nameFilters, time] {
+        return ::filesChangedSince(folder, nameFilters, time);
+    };
     const auto found = inBackground(find);
     co_return co_await found;
 }

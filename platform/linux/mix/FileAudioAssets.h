@@ -21,8 +21,11 @@ public:
     std::unique_ptr<ExportSession> makeExport(const MixComposition &composition,
                                               const QString &outputPath,
                                               std::unique_ptr<MixAhead> ahead) override;
-    QCoro::Task<std::expected<void, Error>> finishTrack(QString path) override;
+    QCoro::Task<std::expected<void, Error>> finishTrack(QString path,
+                                                        std::stop_token stop) override;
     QCoro::Task<QStringList> abandonedTracks(QString folder, QStringList nameFilters) override;
+    QCoro::Task<QStringList> filesChangedSince(QString folder, QStringList nameFilters,
+                                               QDateTime time) override;
     void removeLeftovers(const QString &folder) override;
 
 private:

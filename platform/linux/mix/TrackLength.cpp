@@ -37,7 +37,8 @@ qint64 runDuration(Bytes run)
     return duration;
 }
 
-/// Where the fragment that \p bytes are ends, with the encoder's delay; none: they are no fragment.
+/// Where the fragment that \p bytes begin with ends, with the encoder's delay; none: they do not
+/// begin with a whole one.
 std::optional<qint64> fragmentEnd(Bytes bytes)
 {
     const auto index = findBox(bytes, "moof");
@@ -49,18 +50,6 @@ std::optional<qint64> fragmentEnd(Bytes bytes)
     BoxReader time(*start);
     time.skip(fullBoxHeader);
     return static_cast<qint64>(time.u64()) + runDuration(*run);
-}
-
-/// Whether \p bytes are two boxes and nothing else.
-bool isTwoBoxes(Bytes bytes)
-{
-    for (int box = 0; box < 2; ++box) {
-        const std::size_t size = BoxReader(bytes).u32();
-        if (size < boxHeader || size > bytes.size())
-            return false;
-        bytes = bytes.subspan(size);
-    }
-    return bytes.empty();
 }
 
 /// Duration in the movie header (ISO/IEC 14496-12, 8.2.2) in front of the index that \p bytes
@@ -94,8 +83,7 @@ std::expected<qint64, Error> fragmentedLength(const QString &path)
     for (qsizetype type = tail.lastIndexOf("moof"); type >= boxHeader / 2;
          type = tail.lastIndexOf("moof", type - 1)) {
         const Bytes fragment = bytes.subspan(static_cast<std::size_t>(type - boxHeader / 2));
-        const auto end = isTwoBoxes(fragment) ? fragmentEnd(fragment) : std::nullopt;
-        if (end)
+        if (const auto end = fragmentEnd(fragment))
             return std::max<qint64>(0, *end - aacFrameLength);
     }
     return incomplete(path);

@@ -61,7 +61,8 @@ std::expected<void, Error> Summed::read(std::span<float> stereo)
 } // namespace
 
 std::expected<void, Error> mixWholeFiles(const MixComposition &composition,
-                                         const QString &outputPath, int threadCount)
+                                         const QString &outputPath, int threadCount,
+                                         const std::stop_token &stop)
 {
     auto sound = Summed::open(composition);
     if (!sound)
@@ -83,6 +84,8 @@ std::expected<void, Error> mixWholeFiles(const MixComposition &composition,
             return done;
         if (output.failure())
             return std::unexpected(*output.failure());
+        if (stop.stop_requested())
+            return std::unexpected(Error(u"已取消"_s));
     }
     auto done = encoder.finish();
     if (done)
