@@ -74,6 +74,7 @@ private Q_SLOTS:
     void recorderStates_data();
     void recorderStates();
     void recordButtonStartsAndStops();
+    void spaceStaysWithItsButton();
     void timerCounts();
     void waveformFollowsTheLouderSource();
     void nothingMovesWhileHidden();
@@ -186,6 +187,34 @@ void PopoverTest::recordButtonStartsAndStops()
     stage.click(u"record"_s);
     QTRY_COMPARE(stage.app->state(), State::idle);
     QVERIFY(stage.rig.script.calls.contains(u"capture stop"_s));
+}
+
+// A button that goes, or is off for a while, hands the keyboard to no other control.
+void PopoverTest::spaceStaysWithItsButton()
+{
+    PanelStage stage;
+    const auto press = [&] { QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Space); };
+    auto &button = stage.find<RecordButton>(u"record"_s);
+    while (!button.hasFocus())
+        QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
+    stage.rig.script.holdAt(u"capture stop"_s);
+    press();
+    QTRY_COMPARE(stage.app->state(), State::recording);
+    press();
+    QTRY_COMPARE(stage.app->state(), State::stopping);
+    press();
+    letGo(stage);
+    QTRY_COMPARE(stage.app->state(), State::idle);
+    QVERIFY(button.hasFocus());
+    QVERIFY(stage.app->systemAudioOn() && stage.app->micOn());
+
+    auto &close = stage.find(u"closeError"_s);
+    QVERIFY(close.isVisible()); // the recording was too short
+    while (!close.hasFocus())
+        QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
+    press();
+    QVERIFY(!close.isVisible());
+    QCOMPARE(stage.panel->focusWidget(), stage.panel.get());
 }
 
 void PopoverTest::timerCounts()

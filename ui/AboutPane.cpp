@@ -145,7 +145,7 @@ void AboutPane::refresh()
     const bool isChecking = status.kind == Kind::checking;
     m_update->setFace(updateFace(isChecking));
     m_update->setTitle(updateLabel(status.kind));
-    m_update->setEnabled(!isChecking);
+    m_update->setAvailable(!isChecking);
     m_spinner->setVisible(isChecking);
     const auto [text, color] = updateStatusText(status);
     m_status->setText(text);

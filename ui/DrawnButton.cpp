@@ -1,11 +1,24 @@
 #include "ui/DrawnButton.h"
 
+#include "ui/KeyboardFocus.h"
+
 #include <QKeyEvent>
 
 DrawnButton::DrawnButton(QWidget *parent)
     : QAbstractButton(parent)
 {
     setFocusPolicy(Qt::TabFocus);
+}
+
+void DrawnButton::setAvailable(bool isAvailable)
+{
+    if (isAvailable == isEnabled())
+        return;
+    if (!isAvailable)
+        m_standIn = yieldFocus(*this);
+    setEnabled(isAvailable);
+    if (isAvailable && m_standIn && window()->focusWidget() == m_standIn)
+        setFocus();
 }
 
 void DrawnButton::keyPressEvent(QKeyEvent *event)

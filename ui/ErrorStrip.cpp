@@ -1,6 +1,7 @@
 #include "ui/ErrorStrip.h"
 
 #include "core/AppState.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/SymbolLabel.h"
@@ -55,6 +56,8 @@ void ErrorStrip::refresh()
 {
     const auto &message = m_app.lastError();
     m_message->setText(message.value_or(QString()));
+    if (!message)
+        yieldFocus(*this);
     setVisible(message.has_value());
 }
 

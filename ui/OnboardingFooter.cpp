@@ -99,5 +99,5 @@ void OnboardingFooter::setPrimary(const QString &label, bool isDisabled)
 {
     m_primary->setFace(primaryFace(isDisabled));
     m_primary->setTitle(label);
-    m_primary->setEnabled(!isDisabled);
+    m_primary->setAvailable(!isDisabled);
 }

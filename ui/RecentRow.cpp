@@ -1,5 +1,6 @@
 #include "ui/RecentRow.h"
 
+#include "ui/KeyboardFocus.h"
 #include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/StatusDot.h"
@@ -177,9 +178,10 @@ void RecentRow::showControl()
 {
     const bool hasUpload = needsUpload(m_session);
     const bool hasRetry = isFailed(m_session);
-    // A button that goes must not hand the keyboard to some other control.
-    if ((m_upload->hasFocus() && !hasUpload) || (m_retry->hasFocus() && !hasRetry))
-        setFocus();
+    if (!hasUpload)
+        yieldFocus(*m_upload);
+    if (!hasRetry)
+        yieldFocus(*m_retry);
     m_progress->setVisible(m_session.status == Status::processing);
     m_upload->setVisible(hasUpload);
     m_retry->setVisible(hasRetry);

@@ -152,7 +152,7 @@ void RecordButton::setLook(Look look)
     if (m_look == look)
         return;
     m_look = look;
-    setEnabled(look == Look::idle || look == Look::live);
+    setAvailable(look == Look::idle || look == Look::live);
     setAccessibleName(nameOf(look));
     m_timeline->setInterval(look == Look::disabled ? 0us : 33'333us);
     update();

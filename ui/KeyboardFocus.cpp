@@ -1,0 +1,15 @@
+#include "ui/KeyboardFocus.h"
+
+#include <QWidget>
+
+QWidget *yieldFocus(const QWidget &leaving)
+{
+    const QWidget *const holder = leaving.window()->focusWidget();
+    if (!holder || leaving.isWindow() || (holder != &leaving && !leaving.isAncestorOf(holder)))
+        return nullptr;
+    QWidget *heir = leaving.parentWidget();
+    while (!heir->isWindow() && heir->focusPolicy() == Qt::NoFocus)
+        heir = heir->parentWidget();
+    heir->setFocus();
+    return heir;
+}
