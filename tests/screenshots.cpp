@@ -175,6 +175,7 @@ void savePanel(Stage &stage, const QDir &folder, const QString &name)
 {
     stage.statusBar->openPanel();
     QWidget &window = popover();
+    window.setFixedSize(360, 680); // the screen has less at scale 2
     check(QTest::qWaitForWindowActive(&window), "the panel");
     QTest::qWait(200); // until the levels have been read
     save(window.grab(), folder, name);

@@ -5,7 +5,10 @@
 #include <QDialog>
 #include <QLineEdit>
 #include <QMenu>
+#include <QPushButton>
+#include <QScreen>
 #include <QTest>
+#include <QVBoxLayout>
 #include <QWindow>
 
 #include <string_view>
@@ -21,11 +24,7 @@ const QRect icon(300, 0, 24, 24);
 
 /// A popover with a field for text, and another window that the user may turn to.
 struct Desk {
-    Desk()
-    {
-        content->setFixedSize(360, 400);
-        elsewhere.show();
-    }
+    Desk() { elsewhere.show(); }
 
     void open()
     {
@@ -35,7 +34,14 @@ struct Desk {
 
     void turnElsewhere() { elsewhere.activateWindow(); }
 
-    QWidget *content = new QWidget;
+    static QWidget *makeContent()
+    {
+        auto *const made = new QWidget;
+        made->setFixedSize(360, 400);
+        return made;
+    }
+
+    QWidget *content = makeContent();
     QLineEdit *field = new QLineEdit(content);
     PopoverWindow popover{content};
     QWidget elsewhere;
@@ -56,6 +62,8 @@ class TestPopoverWindow : public QObject
 private Q_SLOTS:
     void position_data();
     void position();
+    void fitsIntoTheScreen_data();
+    void fitsIntoTheScreen();
     void opensWithTheKeyboardsFocus();
     void closesWhenTheUserTurnsElsewhere();
     void staysForWindowsOfItsOwn_data();
@@ -106,6 +114,38 @@ void TestPopoverWindow::position()
     if (available.width() < 360)
         screen.setSize({320, 480});
     QTEST(popoverPosition(QSize(360, 680), screen, available, place), "expected");
+}
+
+void TestPopoverWindow::fitsIntoTheScreen_data()
+{
+    QTest::addColumn<int>("leastHeight");
+    QTest::newRow("by shrinking") << 300;
+    QTest::newRow("by scrolling") << 900;
+}
+
+void TestPopoverWindow::fitsIntoTheScreen()
+{
+    QFETCH(const int, leastHeight);
+    const QRect available = QApplication::primaryScreen()->availableGeometry();
+    QVERIFY(available.height() < 900);
+    auto *const content = new QWidget;
+    content->resize(360, 1000);
+    auto *const column = new QVBoxLayout(content);
+    auto *const top = new QPushButton;
+    auto *const bottom = new QPushButton;
+    column->addWidget(top);
+    column->addSpacing(leastHeight);
+    column->addStretch();
+    column->addWidget(bottom);
+    PopoverWindow popover(content);
+    popover.openBeside(icon);
+    QVERIFY(QTest::qWaitForWindowActive(&popover));
+    QCOMPARE(popover.size(), QSize(360, available.height()));
+    QVERIFY(available.contains(popover.geometry()));
+    top->setFocus();
+    QTest::keyClick(top, Qt::Key_Tab);
+    QVERIFY(bottom->hasFocus());
+    QCOMPARE(bottom->visibleRegion().boundingRect(), bottom->rect());
 }
 
 void TestPopoverWindow::opensWithTheKeyboardsFocus()

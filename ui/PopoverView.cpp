@@ -39,7 +39,9 @@ PopoverView::PopoverView(AppState &app, AuthClient &auth, Workspace &workspace,
                          const ConfiguredOrigin &origin, QWidget *parent)
     : QWidget(parent)
 {
-    setFixedSize(panelSize);
+    setFixedWidth(panelSize.width());
+    setMaximumHeight(panelSize.height());
+    resize(panelSize);
     setAccessibleName(u"Parlovance"_s);
     // Made in the order of Tab.
     auto *const column = new QVBoxLayout(this);

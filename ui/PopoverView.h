@@ -9,7 +9,7 @@ class AuthClient;
 class Workspace;
 
 /// The panel that the program is worked with: sign-in, recording, the current session, the recent
-/// ones. 360 x 680. Main thread.
+/// ones. 360 x 680, which the list of recent ones gives way to where there is less. Main thread.
 ///
 /// It keeps no state: it shows what the two objects say whenever they announce a change, and calls
 /// them. Nothing in it moves while it is hidden.

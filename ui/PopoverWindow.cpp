@@ -1,6 +1,7 @@
 #include "ui/PopoverWindow.h"
 
 #include "ui/PopoverPlacement.h"
+#include "ui/StyledScrollView.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -42,21 +43,25 @@ bool belongsTo(const QWidget *window, const QWidget *owner)
 
 PopoverWindow::PopoverWindow(QWidget *content)
     : QWidget(nullptr, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint)
+    , m_wantedSize(content->size())
 {
     setObjectName(QStringLiteral("popover"));
     setWindowTitle(QStringLiteral("Parlovance"));
     auto *const layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-    layout->addWidget(content);
+    auto *const view = new StyledScrollView(this);
+    view->setWidget(content);
+    layout->addWidget(view);
 }
 
 void PopoverWindow::openBeside(const std::optional<QRect> &icon)
 {
     if (!isVisible()) {
-        adjustSize();
-        if (const QScreen *const screen = screenOf(icon))
-            move(popoverPosition(size(), screen->geometry(), screen->availableGeometry(), icon));
+        if (const QScreen *const screen = screenOf(icon)) {
+            const QRect available = screen->availableGeometry();
+            setFixedSize(m_wantedSize.boundedTo(available.size()));
+            move(popoverPosition(size(), screen->geometry(), available, icon));
+        }
         show();
     }
     raise();

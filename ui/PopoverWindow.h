@@ -17,7 +17,8 @@ class PopoverWindow : public QWidget
     Q_OBJECT
 
 public:
-    /// Takes over \p content, which keeps its size and whose window this becomes.
+    /// Takes over \p content, whose window this becomes. It keeps the size that it has now where
+    /// the screen has room, else it shrinks, and is scrolled below its least height.
     explicit PopoverWindow(QWidget *content);
 
     /// Shows the window in front and with the keyboard's focus. \p icon is where the tray icon is,
@@ -37,5 +38,6 @@ private:
     void hideIfLeft();
     QWidget *ownWindowInFront() const;
 
+    const QSize m_wantedSize;
     QElapsedTimer m_sinceLeft; ///< since it closed because the user turned to something else
 };

@@ -31,7 +31,6 @@ RecentSection::RecentSection(AppState &app, Workspace &workspace, QWidget *paren
     , m_list(new RecentList(app, workspace, this))
 {
     setObjectName(u"recentSection"_s);
-    setMinimumHeight(leastHeight);
     auto *const heading = new QHBoxLayout;
     heading->setContentsMargins(18, 0, 18, 0);
     heading->addWidget(new SectionLabel(u"RECENT"_s, MS::faint));
@@ -70,4 +69,5 @@ void RecentSection::refresh()
     const bool isEmpty = m_app.recents().isEmpty();
     m_emptyState->setVisible(isEmpty);
     m_list->setVisible(!isEmpty);
+    setMinimumHeight(isEmpty ? 0 : leastHeight); // the texts need theirs, the list can scroll
 }
