@@ -131,6 +131,7 @@ void AppDelegate::createStatusBar()
         m_appState, m_auth, [this] { showPreferences(); }, [this] { showOnboarding(); },
         m_workspace, m_serviceOrigin);
     connect(&m_trayGate, &TrayGate::opened, m_statusBar.get(), &StatusBarController::showIcon);
+    connect(&m_classicTray, &ClassicTray::arrived, &m_trayGate, &TrayGate::giveGrace);
     m_trayGate.wait();
 }
 

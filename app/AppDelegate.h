@@ -71,7 +71,8 @@ private:
     AuthClient m_auth;
     PermissionChecker m_perms;
     UpdateChecker m_updater;
-    TrayGate m_trayGate{&classicTrayIsPresent};
+    ClassicTray m_classicTray;
+    TrayGate m_trayGate{&ClassicTray::isPresent};
     std::unique_ptr<StatusBarController> m_statusBar;             // from the launch on
     std::unique_ptr<PreferencesWindowController> m_preferencesWC; // both from their first use on
     std::unique_ptr<OnboardingWindowController> m_onboardingWC;

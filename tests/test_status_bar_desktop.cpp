@@ -2,9 +2,9 @@
 #include "tests/support/TrayStage.h"
 #include "ui/ClassicTray.h"
 #include "ui/MS.h"
+#include "ui/TrayGate.h"
 
 #include <QApplication>
-#include <QProcess>
 #include <QScreen>
 #include <QTest>
 
@@ -17,6 +17,7 @@
 #include <memory>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -67,6 +68,22 @@ QAction *item(const QMenu &menu, const QString &text)
             return action;
     }
     qFatal("the menu has no such item");
+}
+
+void killTray()
+{
+    const auto tray = SoundSession::processNamed(u"trayer"_s);
+    QVERIFY(tray);
+    ::kill(static_cast<pid_t>(*tray), SIGKILL);
+    QTRY_VERIFY(!ClassicTray::isPresent());
+}
+
+/// Another tray, at the lower right of the screen.
+SoundSession::Running lateTray()
+{
+    return SoundSession::Running({u"trayer"_s, u"--edge"_s, u"bottom"_s, u"--align"_s, u"right"_s,
+                                  u"--SetDockType"_s, u"true"_s, u"--widthtype"_s, u"request"_s,
+                                  u"--height"_s, u"28"_s});
 }
 
 /// The icon in the tray of the session, and the window that it opens.
@@ -138,6 +155,7 @@ private Q_SLOTS:
     void controlClickOpensTheMenu();
     void iconTakesTheColorOfThePanel();
     void iconComesBackWithTheTray();
+    void iconWaitsForATrayThatComesLate();
 };
 
 void TestStatusBarDesktop::clickOpensAndCloses()
@@ -238,7 +256,7 @@ void TestStatusBarDesktop::controlClickOpensTheMenu()
 
 void TestStatusBarDesktop::iconTakesTheColorOfThePanel()
 {
-    QCOMPARE(classicTrayColor(), std::nullopt);
+    QCOMPARE(ClassicTray::textColor(), std::nullopt);
     xcb_connection_t *const x = connectionToX11();
     const auto atom = [x](const QByteArray &name) {
         const auto cookie = xcb_intern_atom(x, 0, static_cast<quint16>(name.size()), name.data());
@@ -265,25 +283,35 @@ void TestStatusBarDesktop::iconTakesTheColorOfThePanel()
         QCOMPARE(colors, QSet<QString>{u"#ff8000"_s});
     }
     xcb_delete_property(x, tray->owner, property);
-    QCOMPARE(classicTrayColor(), std::nullopt);
+    QCOMPARE(ClassicTray::textColor(), std::nullopt);
 }
 
 void TestStatusBarDesktop::iconComesBackWithTheTray()
 {
     const Desktop desktop;
-    const auto tray = SoundSession::processNamed(u"trayer"_s);
-    QVERIFY(tray);
-    ::kill(static_cast<pid_t>(*tray), SIGKILL);
-    QTRY_VERIFY(!classicTrayIsPresent());
-    QProcess another;
-    another.start(u"trayer"_s,
-                  {u"--edge"_s, u"bottom"_s, u"--align"_s, u"right"_s, u"--SetDockType"_s,
-                   u"true"_s, u"--widthtype"_s, u"request"_s, u"--height"_s, u"28"_s});
+    killTray();
+    const auto another = lateTray();
     QTRY_VERIFY(desktop.icon().geometry().top() > 800);
     desktop.openPopover();
     QVERIFY(desktop.popover->frameGeometry().bottom() < desktop.icon().geometry().top());
-    another.kill();
-    another.waitForFinished();
+}
+
+void TestStatusBarDesktop::iconWaitsForATrayThatComesLate()
+{
+    QTRY_VERIFY(!ClassicTray::isPresent());
+    TrayStage stage({}, 1s);
+    int asked = 0;
+    const ClassicTray tray;
+    TrayGate gate([&asked] { return ++asked, ClassicTray::isPresent(); }, 50ms);
+    connect(&tray, &ClassicTray::arrived, &gate, &TrayGate::giveGrace);
+    connect(&gate, &TrayGate::opened, this, [&stage](bool isOnTheBus) { stage.show(isOnTheBus); });
+    gate.wait();
+    QTRY_COMPARE(asked, 1);
+    QTest::qWait(300);
+    QCOMPARE(asked, 1); // nothing goes on where there is no tray
+    QVERIFY(!stage.statusBar);
+    const auto late = lateTray();
+    QTRY_VERIFY(stage.statusBar && stage.icon().geometry().top() > 800);
 }
 
 QTEST_MAIN(TestStatusBarDesktop)

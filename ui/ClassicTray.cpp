@@ -37,11 +37,13 @@ xcb_atom_t atom(xcb_connection_t *connection, const QByteArray &name)
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
 }
 
+// The toolkit, too, knows the first screen only.
+constexpr auto traySelection = "_NET_SYSTEM_TRAY_S0";
+
 /// The window that holds the tray's selection; XCB_WINDOW_NONE without one.
 xcb_window_t tray(xcb_connection_t *connection)
 {
-    // The toolkit, too, knows the first screen only.
-    const xcb_atom_t selection = atom(connection, "_NET_SYSTEM_TRAY_S0");
+    const xcb_atom_t selection = atom(connection, traySelection);
     if (selection == XCB_ATOM_NONE)
         return XCB_WINDOW_NONE;
     const auto owner = owned(xcb_get_selection_owner_reply(
@@ -50,13 +52,42 @@ xcb_window_t tray(xcb_connection_t *connection)
 }
 } // namespace
 
-bool classicTrayIsPresent()
+ClassicTray::ClassicTray(QObject *parent)
+    : QObject(parent)
+{
+    qGuiApp->installNativeEventFilter(this);
+}
+
+ClassicTray::~ClassicTray()
+{
+    if (qGuiApp)
+        qGuiApp->removeNativeEventFilter(this);
+}
+
+// Whoever takes over a manager's selection tells it on the root window, where the toolkit listens.
+bool ClassicTray::nativeEventFilter(const QByteArray &kind, void *message, qintptr *)
+{
+    if (kind != "xcb_generic_event_t")
+        return false;
+    constexpr int sentByAClient = 0x80;
+    const auto *const event = static_cast<const xcb_generic_event_t *>(message);
+    if ((event->response_type & ~sentByAClient) != XCB_CLIENT_MESSAGE)
+        return false;
+    const auto *const told = static_cast<const xcb_client_message_event_t *>(message);
+    xcb_connection_t *const connection = connectionToX11();
+    if (connection && told->type == atom(connection, "MANAGER") &&
+        told->data.data32[1] == atom(connection, traySelection))
+        Q_EMIT arrived();
+    return false;
+}
+
+bool ClassicTray::isPresent()
 {
     xcb_connection_t *const connection = connectionToX11();
     return connection && tray(connection) != XCB_WINDOW_NONE;
 }
 
-std::optional<QColor> classicTrayColor()
+std::optional<QColor> ClassicTray::textColor()
 {
     xcb_connection_t *const connection = connectionToX11();
     if (!connection)

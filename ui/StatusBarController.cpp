@@ -41,7 +41,7 @@ QString symbolName(RecordingState state)
 // dark under the light scheme, too.
 QColor iconColor()
 {
-    if (const auto told = classicTrayColor())
+    if (const auto told = ClassicTray::textColor())
         return *told;
     if (qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(u"GNOME"_s))
         return {0xf2, 0xf2, 0xf2};

@@ -27,6 +27,7 @@ TrayGate::TrayGate(std::function<bool()> hasClassicTray, std::chrono::millisecon
     , m_hasClassicTray(std::move(hasClassicTray))
 {
     m_grace.setInterval(grace);
+    m_grace.setSingleShot(true);
     connect(&m_grace, &QTimer::timeout, this, [this] {
         if (m_hasClassicTray())
             open(false);
@@ -41,8 +42,14 @@ void TrayGate::wait()
     connect(arrivals, &QDBusServiceWatcher::serviceRegistered, this, &TrayGate::askForHost);
     bus.connect(watcherService, watcherPath, watcherInterface, u"StatusNotifierHostRegistered"_s,
                 this, SLOT(askForHost()));
-    m_grace.start();
+    giveGrace();
     askForHost();
+}
+
+void TrayGate::giveGrace()
+{
+    if (!m_isOpen && !m_grace.isActive())
+        m_grace.start();
 }
 
 void TrayGate::askForHost()
