@@ -103,11 +103,17 @@ Q_SIGNALS:
     void stateChanged();
     void elapsedChanged();
     void sourcesChanged();
-    void sessionChanged(); ///< title or tag
-    void lastErrorChanged();
+    void sessionChanged();   ///< title or tag
+    void lastErrorChanged(); ///< set, perhaps to the same message again, or cleared
     void recentsChanged();
 
 private:
+    /// How a recording ended.
+    struct Conclusion {
+        std::optional<RecentSession> kept; ///< its entry; none where it was too short
+        std::optional<QString> message;    ///< for the user
+    };
+
     // The outcomes of these are in the state, the list and the last error.
     QCoro::Task<> startRecording();
     QCoro::Task<> stopRecording();
@@ -124,7 +130,7 @@ private:
     RecordingSettings recoverySettings() const;
     void listRecovered(const UnlistedRecording &recording, const RecoveredRecording &recovered);
     void beginRecording();
-    std::optional<RecentSession> concludeRecording(const QUrl &file);
+    Conclusion concludeRecording(const QUrl &file);
     RecentSession makeEntry(const QUrl &file) const;
     RecentSession makeEntry(const RecoveredRecording &recording) const;
     void tick();

@@ -111,36 +111,38 @@ QCoro::Task<> AppState::stopRecording()
     if (!self)
         co_return; // the application is closing
     m_state = RecordingState::idle;
-    std::optional<RecentSession> kept;
+    Conclusion end;
     if (file)
-        kept = concludeRecording(*file);
+        end = concludeRecording(*file);
+    if (end.message)
+        m_lastError = end.message;
     Q_EMIT stateChanged();
     if (!file)
         co_return;
     Q_EMIT recentsChanged();
-    Q_EMIT lastErrorChanged();
+    if (end.message)
+        Q_EMIT lastErrorChanged();
     Q_EMIT sessionChanged();
-    if (kept)
-        uploadAfterStop(*kept);
+    if (end.kept)
+        uploadAfterStop(*end.kept);
 }
 
-/// The entry that it became; none where the recording was too short.
-std::optional<RecentSession> AppState::concludeRecording(const QUrl &file)
+AppState::Conclusion AppState::concludeRecording(const QUrl &file)
 {
-    std::optional<RecentSession> kept;
+    Conclusion end;
     if (m_elapsed < shortestKeptSeconds) {
         QFile::remove(file.toLocalFile());
-        m_lastError = u"录音不足 10 秒，已自动丢弃"_s;
+        end.message = u"录音不足 10 秒，已自动丢弃"_s;
     } else {
-        kept = makeEntry(file);
-        m_recents.prepend(*kept);
+        end.kept = makeEntry(file);
+        m_recents.prepend(*end.kept);
         saveRecents();
         if (const auto &failure = m_recorder.finishFailure())
-            m_lastError = u"录音已保存，但文件整理失败："_s + failure->description();
+            end.message = u"录音已保存，但文件整理失败："_s + failure->description();
     }
     m_sessionTitle.clear();
     m_selectedTag.reset();
-    return kept;
+    return end;
 }
 
 RecentSession AppState::makeEntry(const QUrl &file) const

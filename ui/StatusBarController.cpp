@@ -202,9 +202,8 @@ void StatusBarController::refreshMessage()
     const auto &message = m_appState.lastError();
     const QString text = message ? unmarked(*message) : QString();
     m_icon->setToolTip(message ? u"Parlovance\n"_s + text : u"Parlovance"_s);
-    if (message && message != m_toldMessage)
+    if (message)
         m_icon->showMessage(u"Parlovance"_s, text, m_icon->icon());
-    m_toldMessage = message;
 }
 
 /// Only a tray of the older kind knows.

@@ -24,7 +24,7 @@ enum class IconClick { nothing, togglesPopover, opensMenu };
 IconClick iconClick(QSystemTrayIcon::ActivationReason reason, Qt::KeyboardModifiers modifiers);
 
 /// The icon in the desktop's tray, which shows what the recorder is doing; a click opens the main
-/// panel, a right click or a Control click the menu. Tells a new error in a notification, too.
+/// panel, a right click or a Control click the menu. Tells every error in a notification, too.
 ///
 /// Made once, and kept for the life of the process. Main thread.
 class StatusBarController : public QObject
@@ -78,5 +78,4 @@ private:
     PopoverWindow m_popover;
     StatusMenu m_menu;
     std::unique_ptr<QSystemTrayIcon> m_icon; // none before there is a tray
-    std::optional<QString> m_toldMessage;
 };
