@@ -3,13 +3,12 @@
 #include "app/DesktopPlatform.h"
 #include "settings/PrefsStore.h"
 #include "ui/AlertBox.h"
+#include "ui/ChineseTexts.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QLibraryInfo>
 #include <QThread>
 #include <QThreadPool>
-#include <QTranslator>
 
 #include <algorithm>
 #include <cstddef>
@@ -26,13 +25,6 @@ void preferX11()
 {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
-}
-
-// What the toolkit itself says: in dialogs for files, and in the menus of text fields.
-void speakChinese(QTranslator &toolkit)
-{
-    if (toolkit.load(u"qtbase_zh_CN"_s, QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
-        QCoreApplication::installTranslator(&toolkit);
 }
 
 // Everyone on the machine may read a process's command line, and an address may hold a token.
@@ -55,8 +47,7 @@ int main(int argc, char **argv)
     QGuiApplication::setDesktopFileName(u"com.parlovance.Parlovance"_s);
     QCoreApplication::setApplicationName(u"Parlovance"_s);
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    QTranslator toolkit;
-    speakChinese(toolkit);
+    speakChinese();
 
     QCommandLineParser parser;
     const QCommandLineOption bundleInformation(

@@ -2,6 +2,7 @@
 // machine. Argument: the folder for them. The scale is the toolkit's (QT_SCALE_FACTOR).
 
 #include "tests/support/TrayStage.h"
+#include "ui/ChineseTexts.h"
 #include "ui/Timeline.h"
 
 #include <QApplication>
@@ -209,6 +210,7 @@ int main(int argc, char **argv)
 {
     const QApplication application(argc, argv);
     QApplication::setQuitOnLastWindowClosed(false);
+    speakChinese();
     // Everything that moves at one moment, the same in every run.
     Timeline::setClock([] { return 1'741'327'500.7; });
     const QDir folder(argc > 1 ? QFile::decodeName(argv[1]) : u"."_s);
