@@ -8,11 +8,9 @@
 #include "core/RecentsFile.h"
 #include "core/SessionText.h"
 #include "platform/linux/desktop/SystemClock.h"
+#include "tests/support/TrayHost.h"
 
 #include <QCoreApplication>
-#include <QDBusConnection>
-#include <QDBusContext>
-#include <QDBusMessage>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -64,58 +62,6 @@ void require(bool holds, const char *what)
         std::exit(1);
     }
 }
-
-/// The registry of tray icons, with a host that shows them.
-class TrayHost : public QObject, protected QDBusContext
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
-    Q_PROPERTY(bool IsStatusNotifierHostRegistered MEMBER m_hasHost)
-    Q_PROPERTY(int ProtocolVersion MEMBER m_version)
-
-public:
-    TrayHost()
-    {
-        m_bus.registerObject(u"/StatusNotifierWatcher"_s, this, QDBusConnection::ExportAllContents);
-        require(m_bus.registerService(u"org.kde.StatusNotifierWatcher"_s),
-                "there is another registry of tray icons");
-    }
-
-    /// Waits for the next icon, and for its picture.
-    void waitForIcon()
-    {
-        m_item.clear();
-        require(QTest::qWaitFor([this] { return !m_item.isEmpty(); }, 30'000), "no icon comes");
-        auto question = message(u"org.freedesktop.DBus.Properties"_s, u"Get"_s);
-        question << u"org.kde.StatusNotifierItem"_s << u"IconPixmap"_s;
-        require(m_bus.call(question).type() == QDBusMessage::ReplyMessage, "the icon is empty");
-    }
-
-    void click() const
-    {
-        auto activate = message(u"org.kde.StatusNotifierItem"_s, u"Activate"_s);
-        activate << pointerX << pointerY;
-        require(m_bus.send(activate), "the icon cannot be clicked");
-    }
-
-public Q_SLOTS:
-    Q_SCRIPTABLE void RegisterStatusNotifierItem(const QString &)
-    {
-        m_item = QDBusContext::message().service();
-    }
-
-private:
-    QDBusMessage message(const QString &interface, const QString &method) const
-    {
-        return QDBusMessage::createMethodCall(m_item, u"/StatusNotifierItem"_s, interface, method);
-    }
-
-    QDBusConnection m_bus =
-        QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"tray host"_s);
-    QString m_item;
-    bool m_hasHost = true;
-    int m_version = 0;
-};
 
 /// What can be seen of the panel.
 class Screen
@@ -173,7 +119,7 @@ public:
         m_timer.start();
         m_process.setProcessChannelMode(QProcess::ForwardedChannels);
         m_process.start(path, QStringList());
-        host.waitForIcon();
+        require(host.waitForIcon(), "no icon comes");
         startMilliseconds = milliseconds(m_timer);
     }
     ~Program()
@@ -279,11 +225,11 @@ void reportClicks(const TrayHost &host, const Screen &screen)
     for (int i = 0; i < clickCount; ++i) {
         QElapsedTimer timer;
         timer.start();
-        host.click();
+        host.click(pointerX, pointerY);
         screen.waitForPanel(true);
         clicks.push_back(milliseconds(timer));
         QTest::qWait(300);
-        host.click();
+        host.click(pointerX, pointerY);
         screen.waitForPanel(false);
         QTest::qWait(300);
     }
@@ -301,6 +247,7 @@ int main(int argc, char **argv)
     const QString path = QString::fromLocal8Bit(argv[1]);
     writeList();
     TrayHost host;
+    require(host.isRegistered(), "there is another registry of tray icons");
     const Screen screen;
     reportStarts(path, host);
 
@@ -310,16 +257,14 @@ int main(int argc, char **argv)
     reportClicks(host, screen);
     program.report("closed, idle");
     std::printf("%-28s %6.1f MB\n", "resident, has been open", program.residentMegabytes());
-    host.click();
+    host.click(pointerX, pointerY);
     screen.waitForPanel(true);
     program.report("open, idle");
     pressRecordKeys();
     program.report("open, recording");
-    host.click();
+    host.click(pointerX, pointerY);
     screen.waitForPanel(false);
     program.report("closed, recording");
     std::printf("%-28s %6.1f MB\n", "resident, recording", program.residentMegabytes());
     return 0;
 }
-
-#include "panel.moc"

@@ -1,6 +1,6 @@
+#include "tests/support/TrayHost.h"
 #include "ui/TrayGate.h"
 
-#include <QDBusConnection>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -9,37 +9,6 @@ using namespace std::chrono_literals;
 
 namespace
 {
-
-/// A registry of tray icons as desktops run it, with or without somebody who shows them.
-class FakeWatcher : public QObject
-{
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
-    Q_PROPERTY(bool IsStatusNotifierHostRegistered MEMBER m_hasHost)
-
-public:
-    explicit FakeWatcher(bool hasHost)
-        : m_hasHost(hasHost)
-    {
-        m_bus.registerObject(u"/StatusNotifierWatcher"_s, this, QDBusConnection::ExportAllContents);
-        m_bus.registerService(u"org.kde.StatusNotifierWatcher"_s);
-    }
-    ~FakeWatcher() override { QDBusConnection::disconnectFromBus(u"watcher"_s); }
-
-    void addHost()
-    {
-        m_hasHost = true;
-        Q_EMIT StatusNotifierHostRegistered();
-    }
-
-Q_SIGNALS:
-    void StatusNotifierHostRegistered();
-
-private:
-    QDBusConnection m_bus =
-        QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"watcher"_s);
-    bool m_hasHost;
-};
 
 bool noClassicTray()
 {
@@ -56,7 +25,7 @@ class TestTrayGate : public QObject
 private Q_SLOTS:
     void opensAtOnceWhereAHostIs()
     {
-        const FakeWatcher watcher(true);
+        const TrayHost watcher(true);
         TrayGate gate(noClassicTray, 1h);
         QSignalSpy opened(&gate, &TrayGate::opened);
         gate.wait();
@@ -69,13 +38,13 @@ private Q_SLOTS:
         QSignalSpy opened(&gate, &TrayGate::opened);
         gate.wait();
         QVERIFY(!opened.wait(100));
-        const FakeWatcher watcher(true);
+        const TrayHost watcher(true);
         QVERIFY(opened.wait());
     }
 
     void aRegistryAloneIsNoTray()
     {
-        FakeWatcher watcher(false);
+        TrayHost watcher(false);
         TrayGate gate(noClassicTray, 1h);
         QSignalSpy opened(&gate, &TrayGate::opened);
         gate.wait();
@@ -98,7 +67,7 @@ private Q_SLOTS:
         gate.giveGrace();
         QVERIFY(opened.wait());
         QCOMPARE(opened.constFirst(), QVariantList{false});
-        const FakeWatcher watcher(true);
+        const TrayHost watcher(true);
         QVERIFY(!opened.wait(100));
     }
 };

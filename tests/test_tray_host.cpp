@@ -1,0 +1,128 @@
+#include "tests/support/TrayHost.h"
+#include "tests/support/TrayStage.h"
+#include "ui/TrayGate.h"
+
+#include <QApplication>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace
+{
+
+/// Who shows notifications.
+class FakeNotifications : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
+
+public:
+    FakeNotifications()
+    {
+        m_bus.registerObject(u"/org/freedesktop/Notifications"_s, this,
+                             QDBusConnection::ExportAllSlots);
+        m_bus.registerService(u"org.freedesktop.Notifications"_s);
+    }
+    ~FakeNotifications() override { QDBusConnection::disconnectFromBus(u"notifications"_s); }
+
+    QStringList shown;
+
+public Q_SLOTS:
+    // NOLINTNEXTLINE(readability-identifier-naming) the interface's own
+    uint Notify(const QString &, uint, const QString &, const QString &, const QString &body,
+                const QStringList &, const QVariantMap &, int)
+    {
+        shown.append(body);
+        return static_cast<uint>(shown.size());
+    }
+
+private:
+    QDBusConnection m_bus =
+        QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"notifications"_s);
+};
+
+QWidget &popover()
+{
+    for (QWidget *const window : QApplication::topLevelWidgets()) {
+        if (window->objectName() == "popover"_L1)
+            return *window;
+    }
+    qFatal("there is no popover");
+}
+
+QStringList labels(const QList<TrayHost::MenuItem> &items)
+{
+    QStringList labels;
+    for (const auto &item : items)
+        labels.append(item.label + (item.isEnabled ? u""_s : u" (off)"_s));
+    return labels;
+}
+
+} // namespace
+
+/// The tray icon and its menu on a desktop that shows both itself, told over the session bus.
+class TestTrayHost : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void desktopShowsIconAndMenu()
+    {
+        TrayStage stage({TrayStage::entry(u"周会"_s, u"meeting-1"_s), TrayStage::entry(u"本地"_s)},
+                        1s);
+        TrayGate gate([] { return false; }, 1h);
+        connect(&gate, &TrayGate::opened, this,
+                [&stage](bool isExported) { stage.show(isExported); });
+        gate.wait();
+        QTest::qWait(100);
+        QVERIFY(!stage.statusBar);
+        std::optional<TrayHost> host(std::in_place);
+        QVERIFY(host->waitForIcon());
+
+        host->click(640, 10);
+        QTRY_VERIFY(popover().isVisible());
+        host->click(640, 10);
+        QTRY_VERIFY(!popover().isVisible());
+
+        auto items = host->openMenu();
+        QCOMPARE(labels(items),
+                 QStringList({u"开始录音"_s, u"打开主面板"_s, u"打开网页版"_s, u""_s, u"最近会议"_s,
+                              u"偏好设置…"_s, u""_s, u"退出 Parlovance"_s}));
+        host->choose(items.constFirst());
+        stage.waitFor(RecordingState::recording);
+        items = host->openMenu();
+        QCOMPARE(items.constFirst().label, u"停止录音"_s);
+        const auto recents = items.at(4).items;
+        QCOMPARE(labels(recents), QStringList({u"周会  ·  12m"_s, u"本地  ·  12m (off)"_s}));
+        host->choose(recents.constFirst());
+        QTRY_COMPARE(stage.workspace.opened,
+                     QStringList(u"https://s.example/app/meetings/meeting-1"_s));
+
+        host.reset();
+        host.emplace();
+        QVERIFY(host->waitForIcon());
+        host->click(640, 10);
+        QTRY_VERIFY(popover().isVisible());
+    }
+
+    void everyErrorIsTold()
+    {
+        const FakeNotifications notifications;
+        TrayHost host;
+        TrayStage stage;
+        stage.show(true);
+        QVERIFY(host.waitForIcon());
+        stage.app->setSystemAudioOn(false);
+        stage.app->setMicOn(false);
+        const auto record = host.openMenu().constFirst();
+        host.choose(record);
+        const auto message = u"至少开启一个音源（系统声音或麦克风）"_s;
+        QTRY_COMPARE(notifications.shown, QStringList(message));
+        host.choose(record);
+        QTRY_COMPARE(notifications.shown, QStringList({message, message}));
+    }
+};
+
+QTEST_MAIN(TestTrayHost)
+#include "test_tray_host.moc"
