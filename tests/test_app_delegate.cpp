@@ -97,10 +97,15 @@ private:
     std::function<void()> m_second;
     int m_count = 0;
 };
+
+constexpr int byKeyboard = -1;
+
 void leave(int signalNumber)
 {
     if (signalNumber == 0)
         QCoreApplication::quit();
+    else if (signalNumber == byKeyboard)
+        QTest::keyClick(QApplication::activeWindow(), Qt::Key_Q, Qt::ControlModifier);
     else
         raise(signalNumber);
 }
@@ -201,6 +206,7 @@ void TestAppDelegate::recordingIsKept_data()
 {
     QTest::addColumn<int>("signalNumber");
     QTest::newRow("the toolkit's own way, as the menu takes it") << 0;
+    QTest::newRow("Control and Q in a window") << byKeyboard;
     QTest::newRow("SIGTERM") << SIGTERM;
     QTest::newRow("SIGINT") << SIGINT;
     QTest::newRow("SIGHUP") << SIGHUP;
@@ -213,6 +219,8 @@ void TestAppDelegate::recordingIsKept()
     desk.launch();
     AppState &appState = desk.delegate->appState();
     AudioRig &rig = desk.rig;
+    desk.delegate->showPreferences();
+    QTRY_VERIFY(QApplication::activeWindow());
 
     QVERIFY(!desk.sleepInhibitor.isHeld);
     appState.toggleRecording();

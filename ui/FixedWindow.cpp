@@ -3,6 +3,7 @@
 #include "ui/AppNotifications.h"
 #include "ui/MS.h"
 
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QShortcut>
@@ -24,6 +25,8 @@ FixedWindow::FixedWindow(const QString &title, QSize size, Qt::WindowFlags butto
     setGeometry(content);
     connect(new QShortcut(Qt::CTRL | Qt::Key_Comma, this), &QShortcut::activated,
             &AppNotifications::shared(), &AppNotifications::parlovanceOpenPreferences);
+    connect(new QShortcut(Qt::CTRL | Qt::Key_Q, this), &QShortcut::activated, qGuiApp,
+            &QCoreApplication::quit);
 }
 
 void FixedWindow::setContent(QWidget *content)

@@ -4,7 +4,7 @@
 
 /// A window of one size on the dark ground, in the middle of the screen when it is first shown.
 /// Escape closes it, which hides it; its content stays as it is. Control and comma ask for the
-/// settings. Main thread.
+/// settings, Control and Q for the end of the program. Main thread.
 class FixedWindow : public QWidget
 {
     Q_OBJECT

@@ -124,7 +124,7 @@ void PopoverFooter::openWeb()
 {
     // Silent without a usable origin: every call to the service tells that.
     if (m_origin)
-        m_workspace.openAddress(m_origin->address("/app"_L1));
+        m_workspace.openAddress(m_origin->appPage());
 }
 
 void PopoverFooter::openMenu()

@@ -82,7 +82,8 @@ StatusBarController::StatusBarController(AppState &appState, AuthClient &auth,
     , m_openOnboarding(std::move(openOnboarding))
     , m_workspace(workspace)
     , m_origin(std::move(origin))
-    , m_popover(new PopoverView(appState, auth, workspace, m_origin))
+    , m_view(new PopoverView(appState, auth, workspace, m_origin))
+    , m_popover(m_view)
     , m_menu(appState)
 {
     configureMenu();
@@ -118,8 +119,7 @@ void StatusBarController::configureMenu()
 
 void StatusBarController::configurePopover()
 {
-    const auto *const view = m_popover.findChild<PopoverView *>();
-    connect(view, &PopoverView::minimiseRequested, &m_popover, &QWidget::hide);
+    connect(m_view, &PopoverView::minimiseRequested, &m_popover, &QWidget::hide);
     for (QAction *const command : m_menu.actions()) {
         if (command->shortcut().isEmpty())
             continue;

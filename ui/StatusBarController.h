@@ -15,6 +15,7 @@
 
 class AppState;
 class AuthClient;
+class PopoverView;
 class Workspace;
 
 enum class IconClick { nothing, togglesPopover, opensMenu };
@@ -75,6 +76,7 @@ private:
     const std::function<void()> m_openOnboarding;
     Workspace &m_workspace;
     const ConfiguredOrigin m_origin;
+    PopoverView *const m_view; ///< of m_popover, which owns it
     PopoverWindow m_popover;
     StatusMenu m_menu;
     std::unique_ptr<QSystemTrayIcon> m_icon; // none before there is a tray
