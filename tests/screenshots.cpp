@@ -143,9 +143,11 @@ const std::array scenes{
     Scene("09-error",
           [](Stage &stage) {
               signIn(stage);
-              stage.rig.script.failAt(u"capture targets"_s);
-              stage.app->toggleRecording();
-              waitFor("the error", [&] { return stage.app->lastError().has_value(); });
+              record(stage);
+              stage.rig.capture.listener->didStop(Error(u"声音服务没有响应（5 秒没有声音数据）"_s));
+              waitFor("the error", [&] {
+                  return stage.app->lastError().value_or(QString()).contains(u"声音服务"_s);
+              });
           }),
     Scene("11-full-list",
           [](Stage &stage) {
