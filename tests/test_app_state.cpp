@@ -607,7 +607,7 @@ void AppStateTest::diskThatRunsFullEndsTheRecording()
     QTRY_COMPARE(stage.app->state(), State::idle);
     QCOMPARE(stage.app->lastError(), u"磁盘空间不足，已自动停止录音"_s);
     QCOMPARE(stage.app->recents().size(), 1);
-    QVERIFY(stage.app->elapsed() >= 35.0);
+    QVERIFY(stage.app->elapsed() >= 31.0); // a look may be under way when it fills up
 
     stage.rig.clock.advance(1min);
     stage.toggle();
