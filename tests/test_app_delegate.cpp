@@ -234,8 +234,10 @@ void TestAppDelegate::recordingIsKept()
     connect(&appState, &AppState::stateChanged, this, [&] {
         if (appState.state() != RecordingState::stopping)
             return;
-        QTimer::singleShot(0, this, [&] { leave(signalNumber); });
-        QTimer::singleShot(0, this, [&] { desk.delegate->activate(); });
+        QTimer::singleShot(0, this, [&] {
+            desk.delegate->activate();
+            leave(signalNumber);
+        });
     });
     QCOMPARE(QCoreApplication::exec(), 0);
     QCOMPARE(desk.workspace.newInstances, 1);
