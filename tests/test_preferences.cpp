@@ -353,9 +353,14 @@ void PreferencesTest::permissionButtons()
     stage.click(u"screen/grant"_s);
     QCOMPARE(stage.texts(u"screen"_s).first(), u"已授权"_s);
     QVERIFY(!stage.isShown(u"restartHint"_s));
+    // A refusal is looked at again, and holds as long as the desktop says so.
     stage.defaults.setBoolean(u"access.microphone"_s, false);
+    stage.desktop.script.failAt(u"mic access"_s);
     stage.click(u"refresh"_s);
     QCOMPARE(stage.texts(u"microphone"_s).first(), u"未授权"_s);
+    stage.desktop.script.succeedAt(u"mic access"_s);
+    stage.click(u"refresh"_s);
+    QCOMPARE(stage.texts(u"microphone"_s).first(), u"已授权"_s);
 }
 
 void PreferencesTest::refusedRequestOffersARestart()
