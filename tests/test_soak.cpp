@@ -239,6 +239,9 @@ void SoakTest::verifyAll()
             qInfo("recording %s: %d s of system, %d s of microphone, outcome %d",
                   qPrintable(nameOf(recording)), recording.systemSeconds.load(),
                   recording.micSeconds.load(), int(recording.outcome.load()));
+            const QDir folder(path(u"sound"_s));
+            for (const QFileInfo &file : folder.entryInfoList({nameOf(recording) + u"*"_s}))
+                qInfo("%s: %lld bytes", qPrintable(file.fileName()), qlonglong(file.size()));
             return;
         }
     }

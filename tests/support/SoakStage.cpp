@@ -69,7 +69,13 @@ SoakStage::SoakStage(const QString &home, const QString &origin, SoakJournal &jo
     QObject::connect(&*m_app, &AppState::stateChanged, &*m_app, [this] { followState(); });
     QObject::connect(&*m_app, &AppState::recentsChanged, &*m_app, [this] { ++m_journal.moves; });
     m_app->setAuth(&*m_auth);
-    runDetached(m_app->recoverRecordings());
+    runDetached(recover());
+}
+
+QCoro::Task<> SoakStage::recover()
+{
+    co_await m_app->recoverRecordings();
+    m_hasRecovered = true;
 }
 
 void SoakStage::waitUntil(const std::function<bool()> &condition) const
@@ -259,7 +265,8 @@ void SoakStage::rest() const
 
 void SoakStage::settle()
 {
-    quit(); // also waits for what is recovered
+    waitUntil([this] { return m_hasRecovered; });
+    quit();
     for (int round = 0; round < 5; ++round) {
         signIn();
         rest();

@@ -57,11 +57,13 @@ private:
     void rest() const;
     void signIn();
     void keepSecrets() const;
+    QCoro::Task<> recover();
     QCoro::Task<> leave();
 
     const QString m_home;
     SoakJournal &m_journal;
     SoakJournal::Recording *m_recording = nullptr; ///< while it lasts
+    bool m_hasRecovered = false;
     bool m_hasLeft = false;
     std::mt19937 m_random;
     Script m_script;
