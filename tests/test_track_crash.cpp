@@ -188,6 +188,7 @@ private Q_SLOTS:
     void init();
     void killedAtAnyMoment_data();
     void killedAtAnyMoment();
+    void cutAnywhere_data();
     void cutAnywhere();
     void damagedAnywhere_data();
     void damagedAnywhere();
@@ -310,8 +311,16 @@ void TestTrackCrash::record(qint64 frames)
     QCoro::waitFor(writer.finish());
 }
 
+void TestTrackCrash::cutAnywhere_data()
+{
+    QTest::addColumn<bool>("keepsLength");
+    QTest::addRow("nothing behind") << false;
+    QTest::addRow("zeros behind") << true; // a file system that knew the length before the content
+}
+
 void TestTrackCrash::cutAnywhere()
 {
+    QFETCH(const bool, keepsLength);
     constexpr qint64 frames = 480000;
     record(frames);
     const QByteArray whole = contentOf(path());
@@ -319,7 +328,8 @@ void TestTrackCrash::cutAnywhere()
     std::uniform_int_distribution<qsizetype> position(1024, whole.size());
     for (int i = 0; i < 30; ++i) {
         const qsizetype cut = position(random);
-        replaceContent(path(), whole.first(cut));
+        const QByteArray start = whole.first(cut);
+        replaceContent(path(), keepsLength ? start.leftJustified(whole.size(), '\0') : start);
         // Noise: the bytes are spread evenly.
         const double there = static_cast<double>(cut) * frames / static_cast<double>(whole.size());
         QCOMPARE(abandonedTracks(), QStringList{path()});

@@ -44,6 +44,7 @@ private:
     bool parseFragment();
     bool parseRun(std::span<const std::byte> run);
     bool splitData();
+    bool isDataWhole() const;
 
     OutputFile m_file;
     AacFormat m_format;
