@@ -170,7 +170,7 @@ HttpOutcome CurlTransfer::outcome(CURLcode code)
         return std::unexpected(
             TransportError(TransportError::Kind::brokenReply, u"the reply ended in its headers"_s));
     }
-    if (!HttpReply(status(), {}).isSuccess())
+    if (!isSuccess())
         concealCredentials();
     else if (m_isCutShort)
         m_reply.clear();
@@ -192,6 +192,11 @@ int CurlTransfer::status() const
     long status = 0;
     curl_easy_getinfo(easy(), CURLINFO_RESPONSE_CODE, &status);
     return static_cast<int>(status);
+}
+
+bool CurlTransfer::isSuccess() const
+{
+    return HttpReply(status(), {}).isSuccess();
 }
 
 TransportError CurlTransfer::failure(CURLcode code) const
@@ -230,7 +235,7 @@ bool CurlTransfer::hasStalled(Clock::time_point now)
 size_t CurlTransfer::takeReply(const char *data, size_t size)
 {
     // What a store says when it has taken a file is for nobody, however long it is.
-    if (m_file && HttpReply(status(), {}).isSuccess())
+    if (m_file && isSuccess())
         return size;
     if (static_cast<size_t>(m_settings.replyLimitBytes - m_reply.size()) < size) {
         m_isCutShort = true;

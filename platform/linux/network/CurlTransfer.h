@@ -45,6 +45,7 @@ private:
     void setBody();
     bool setHeaders();
     int status() const;
+    bool isSuccess() const;
     size_t takeReply(const char *data, size_t size);
     size_t takeHeader(std::string_view line);
     size_t giveFile(std::span<char> target);
