@@ -10,6 +10,8 @@
 #include <QThread>
 #include <QThreadPool>
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
@@ -27,6 +29,13 @@ void preferX11()
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
 }
 
+// Otherwise, once a large reply or list was held, the allocator keeps that much for ever.
+void returnFreedMemory()
+{
+    mallopt(M_MMAP_THRESHOLD, 128 * 1024);
+    mallopt(M_TRIM_THRESHOLD, 128 * 1024);
+}
+
 // Everyone on the machine may read a process's command line, and an address may hold a token.
 void forgetAddresses(std::span<char *> arguments)
 {
@@ -40,6 +49,7 @@ void forgetAddresses(std::span<char *> arguments)
 
 int main(int argc, char **argv)
 {
+    returnFreedMemory();
     preferX11();
     const QApplication application(argc, argv);
     // On one core too a recording starts and stops while an old one is mixed.
@@ -47,7 +57,6 @@ int main(int argc, char **argv)
     QGuiApplication::setDesktopFileName(u"com.parlovance.Parlovance"_s);
     QCoreApplication::setApplicationName(u"Parlovance"_s);
     QGuiApplication::setQuitOnLastWindowClosed(false);
-    speakChinese();
 
     QCommandLineParser parser;
     const QCommandLineOption bundleInformation(
@@ -73,6 +82,7 @@ int main(int argc, char **argv)
         return claim == BusApplication::Claim::handedOn ? 0 : 1;
     }
 
+    speakChinese();
     DesktopPlatform platform(parser.value(bundleInformation));
     PrefsStore prefs(platform.defaults(), platform.loginItem());
     PrefsStore::share(prefs);
