@@ -74,12 +74,11 @@ BusApplication::Claim BusApplication::claim(const QStringList &addresses)
 {
     if (!m_bus.isConnected())
         return m_lock.tryLock(0) ? Claim::first : Claim::notHanded;
-    const QStringList own = ownAddresses(addresses);
     // An address may hold a token, which is not to stand in the command line of a process that
     // stays, nor of who waits for that: where the bus can, it starts the one instance.
-    if (own.isEmpty() && registerName())
+    if (addresses.isEmpty() && registerName())
         return Claim::first;
-    if (handOn(own))
+    if (handOn(addresses))
         return Claim::handedOn;
     return registerName() ? Claim::first : Claim::notHanded;
 }

@@ -29,9 +29,9 @@ public:
     explicit BusApplication(QDBusConnection bus = QDBusConnection::sessionBus(),
                             QObject *parent = nullptr);
 
-    /// Becomes the one instance, or hands \p addresses to the one there is, or that the bus starts;
-    /// it comes forward where there are none. Connect the signals before. Waits a few seconds at
-    /// most.
+    /// Becomes the one instance, or hands \p addresses, its own, to the one there is, or that the
+    /// bus starts; it comes forward where there are none. Connect the signals before. Waits a few
+    /// seconds at most.
     Claim claim(const QStringList &addresses);
 
     /// Waits until the instance that has the name has left; at most \p patience. Whether this is

@@ -23,6 +23,11 @@ Owned<Reply> owned(Reply *reply)
     return {reply, &std::free};
 }
 
+xcb_window_t rootWindow(xcb_connection_t *connection)
+{
+    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+}
+
 xcb_connection_t *connectionToX11()
 {
     const auto *const display = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
@@ -75,7 +80,9 @@ bool ClassicTray::nativeEventFilter(const QByteArray &kind, void *message, qintp
         return false;
     const auto *const told = static_cast<const xcb_client_message_event_t *>(message);
     xcb_connection_t *const connection = connectionToX11();
-    if (connection && told->type == atom(connection, "MANAGER") &&
+    // Drags and much else are messages to a window: only here is the server asked.
+    if (connection && told->window == rootWindow(connection) &&
+        told->type == atom(connection, "MANAGER") &&
         told->data.data32[1] == atom(connection, traySelection))
         Q_EMIT arrived();
     return false;

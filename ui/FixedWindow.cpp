@@ -9,7 +9,7 @@
 #include <QShortcut>
 #include <QVBoxLayout>
 
-FixedWindow::FixedWindow(const QString &title, QSize size, Qt::WindowFlags buttons)
+FixedWindow::FixedWindow(const QString &title, QWidget *content, Qt::WindowFlags buttons)
     : QWidget(nullptr, Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                            Qt::WindowSystemMenuHint | buttons)
 {
@@ -19,21 +19,17 @@ FixedWindow::FixedWindow(const QString &title, QSize size, Qt::WindowFlags butto
     colors.setColor(QPalette::Window, MS::bg2);
     colors.setColor(QPalette::WindowText, MS::text);
     setPalette(colors);
-    setFixedSize(size);
-    QRect content(QPoint(), size);
-    content.moveCenter(screen()->availableGeometry().center());
-    setGeometry(content);
+    auto *const column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(content);
+    setFixedSize(content->size());
+    QRect place(QPoint(), size());
+    place.moveCenter(screen()->availableGeometry().center());
+    setGeometry(place);
     connect(new QShortcut(Qt::CTRL | Qt::Key_Comma, this), &QShortcut::activated,
             &AppNotifications::shared(), &AppNotifications::parlovanceOpenPreferences);
     connect(new QShortcut(Qt::CTRL | Qt::Key_Q, this), &QShortcut::activated, qGuiApp,
             &QCoreApplication::quit);
-}
-
-void FixedWindow::setContent(QWidget *content)
-{
-    auto *const column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(content);
 }
 
 void FixedWindow::bringToFront()

@@ -4,6 +4,7 @@
 #include "ui/FixedWindow.h"
 
 class AuthClient;
+class OnboardingView;
 class PermissionChecker;
 class PrefsStore;
 
@@ -22,5 +23,6 @@ public:
     QWidget &window() { return m_window; }
 
 private:
+    OnboardingView *const m_view; ///< of m_window, which owns it
     FixedWindow m_window;
 };

@@ -11,11 +11,10 @@ inline constexpr std::array preferencesTabs{PreferencesTab::general,     Prefere
                                             PreferencesTab::permissions, PreferencesTab::account,
                                             PreferencesTab::hotkey,      PreferencesTab::about};
 
-/// For the program, "general".
-QString rawValue(PreferencesTab tab);
+struct PreferencesTabFace {
+    QString rawValue;   ///< for the program, "general"
+    QString label;      ///< for the user
+    QString symbolName; ///< of its symbol
+};
 
-/// For the user.
-QString label(PreferencesTab tab);
-
-/// The name of its symbol.
-QString symbolName(PreferencesTab tab);
+PreferencesTabFace faceOf(PreferencesTab tab);

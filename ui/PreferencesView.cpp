@@ -65,8 +65,9 @@ QWidget *PreferencesView::makeSidebar()
     column->setContentsMargins(10, 16, 10, 16);
     column->setSpacing(2);
     for (const PreferencesTab tab : preferencesTabs) {
-        auto *const button = new SidebarButton(symbolName(tab), label(tab));
-        button->setObjectName(u"tab "_s + rawValue(tab));
+        const PreferencesTabFace face = faceOf(tab);
+        auto *const button = new SidebarButton(face.symbolName, face.label);
+        button->setObjectName(u"tab "_s + face.rawValue);
         button->setChecked(tab == firstTab);
         connect(button, &QAbstractButton::clicked, this, [this, tab] { setTab(tab); });
         column->addWidget(button);
@@ -83,7 +84,7 @@ QWidget *PreferencesView::makePanes(const Surroundings &surroundings)
     column->setSpacing(0);
     for (const PreferencesTab tab : preferencesTabs) {
         QWidget *const pane = makePane(tab, surroundings);
-        pane->setObjectName(u"pane "_s + rawValue(tab));
+        pane->setObjectName(u"pane "_s + faceOf(tab).rawValue);
         m_panes[tab] = pane;
         column->addWidget(pane);
     }

@@ -10,14 +10,15 @@ PreferencesWindowController::PreferencesWindowController(AuthClient &auth, Permi
                                                          Workspace &workspace,
                                                          const ConfiguredOrigin &origin,
                                                          const FolderChooser &chooser)
-    : m_window(u"偏好设置"_s, {560, 440}, Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint)
+    : m_window(u"偏好设置"_s,
+               new PreferencesView({.auth = auth,
+                                    .perms = perms,
+                                    .updater = updater,
+                                    .prefs = prefs,
+                                    .bundle = bundle,
+                                    .workspace = workspace,
+                                    .origin = origin,
+                                    .chooser = chooser}),
+               Qt::WindowCloseButtonHint | Qt::WindowMinimizeButtonHint)
 {
-    m_window.setContent(new PreferencesView({.auth = auth,
-                                             .perms = perms,
-                                             .updater = updater,
-                                             .prefs = prefs,
-                                             .bundle = bundle,
-                                             .workspace = workspace,
-                                             .origin = origin,
-                                             .chooser = chooser}));
 }

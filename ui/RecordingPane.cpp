@@ -84,14 +84,10 @@ QWidget *RecordingPane::makeQuality()
         const auto [title, tag] = textsOf(quality);
         auto *const row = new RadioRow(title, {.text = tag, .color = MS::muted});
         row->setObjectName(u"quality "_s + rawValue(quality));
-        connect(row, &QAbstractButton::clicked, this,
-                [this, quality] { m_prefs.setAudioQuality(quality); });
-        const auto refresh = [this, row, quality] {
-            row->setChecked(m_prefs.audioQuality() == quality);
-        };
-        connect(&m_prefs, &PrefsStore::changed, row, refresh);
         column->addWidget(row);
-        refresh();
+        connectChoice(
+            *row, [this, quality] { return m_prefs.audioQuality() == quality; },
+            [this, quality] { m_prefs.setAudioQuality(quality); });
     }
     column->addWidget(makeNote(u"当前支持标准/高质量 AAC；无损录制后续版本开放。"_s, MS::faint));
     return content;
@@ -104,14 +100,10 @@ QWidget *RecordingPane::makeStrategy()
     for (const UploadStrategy strategy : activeCases) {
         auto *const row = new RadioRow(titleOf(strategy));
         row->setObjectName(u"upload "_s + rawValue(strategy));
-        connect(row, &QAbstractButton::clicked, this,
-                [this, strategy] { m_prefs.setUploadStrategy(strategy); });
-        const auto refresh = [this, row, strategy] {
-            row->setChecked(m_prefs.uploadStrategy() == strategy);
-        };
-        connect(&m_prefs, &PrefsStore::changed, row, refresh);
         column->addWidget(row);
-        refresh();
+        connectChoice(
+            *row, [this, strategy] { return m_prefs.uploadStrategy() == strategy; },
+            [this, strategy] { m_prefs.setUploadStrategy(strategy); });
     }
     const PillLook remark{.text = u"即将推出"_s, .color = MS::amber, .fill = MS::amberDim};
     auto *const later = new RadioRow(titleOf(UploadStrategy::wifiOnly), remark);
@@ -119,4 +111,13 @@ QWidget *RecordingPane::makeStrategy()
     later->disable();
     column->addWidget(later);
     return content;
+}
+
+void RecordingPane::connectChoice(RadioRow &row, const std::function<bool()> &isChosen,
+                                  const std::function<void()> &choose)
+{
+    const auto refresh = [&row, isChosen] { row.setChecked(isChosen()); };
+    connect(&row, &QAbstractButton::clicked, this, choose);
+    connect(&m_prefs, &PrefsStore::changed, &row, refresh);
+    refresh();
 }

@@ -4,7 +4,10 @@
 
 #include <QWidget>
 
+#include <functional>
+
 class PrefsStore;
+class RadioRow;
 
 /// How recordings are made, where they are saved, and when they are uploaded. Main thread.
 class RecordingPane : public QWidget
@@ -18,6 +21,8 @@ public:
 private:
     QWidget *makeQuality();
     QWidget *makeStrategy();
+    void connectChoice(RadioRow &row, const std::function<bool()> &isChosen,
+                       const std::function<void()> &choose);
 
     PrefsStore &m_prefs;
 };
