@@ -16,6 +16,7 @@ from story.waiting import Failure, LIMIT_SECONDS, run, wait_for
 
 SESSION = pathlib.Path(os.environ.get("PARLOVANCE_SESSION", ""))
 OLDER, NEWER = "0.1", "1000.0"  # than every version of the program
+SOURCES = ("系统声音", "麦克风")
 PLAYED = ("cmn", "大家好，今天我们讨论下个季度的计划。首先看一下上个月的数据，然后每个小组介绍自己的进展。")
 SPOKEN = ("en", "Thank you. My group has finished the first two tasks, and the third will be done by "
           "Friday. We found one problem with the schedule, which I would like to discuss at the end.")
@@ -71,10 +72,12 @@ def record_a_meeting(screen):
     screen.shoot("idle")
     screen.press("开始录音")
     wait_for("both tracks", lambda: len(list(pathlib.Path.home().rglob("recording-*.m4a"))) >= 2)
+    silent = [wait_for("the meters", lambda s=source: screen.meter(s)) for source in SOURCES]
     players = [subprocess.Popen(command) for command in (
         ("pw-play", "--volume", "1.0", "--target", os.environ["PARLOVANCE_SPEAKER"], played),
         (speak, spoken))]
-    screen.see(re.compile("00:00:0[2-9]"))  # into the voices
+    for source, level in zip(SOURCES, silent):
+        wait_for(f"the meter of {source} to rise", lambda s=source, low=level: screen.meter(s) > low)
     screen.shoot("recording")
     if any(player.wait() != 0 for player in players):
         raise Failure("the voices could not be played")
@@ -102,8 +105,13 @@ def judge(file, spoken):
         raise Failure(f"not as it was in the recording: the voice {', the voice '.join(missing)}")
 
 
-def upload(screen, file):
+def upload(screen, file, service):
+    service.stop()
     screen.press("上传")
+    screen.see("重试")
+    screen.shoot("service-away")
+    service.start(OLDER)
+    screen.press("重试")
     entry = wait_for("the upload", lambda: (e := recorded_entry()) and e.get("remoteID") and e)
     wait_for("the row without a button", lambda: not screen.find("上传") and not screen.find("重试"))
     screen.shoot("uploaded")
@@ -182,7 +190,7 @@ def tell(build, pictures):
     prepare(build, service)
     application = first_launch(screen)
     file = record_a_meeting(screen)
-    upload(screen, file)
+    upload(screen, file, service)
     change_preferences(screen)
     report("memory", f"{desktop.memory(application.pid):.1f} MB resident after all that, with what "
            "screen readers need")

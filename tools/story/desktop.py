@@ -32,8 +32,7 @@ class Service:
 
     def start(self, release):
         """With this version as the latest; again on the same port."""
-        if self.process:
-            self.stop()
+        self.stop()
         port = self.origin.rpartition(":")[2] if self.origin else "0"
         self.process = subprocess.Popen([*self.command, "--release", release, "--port", port],
                                         stdout=subprocess.PIPE, text=True)
@@ -42,8 +41,10 @@ class Service:
             raise Failure("the local service does not start")
 
     def stop(self):
-        self.process.terminate()
-        self.process.wait()
+        if self.process:
+            self.process.terminate()
+            self.process.wait()
+            self.process = None
 
 
 def start_services():

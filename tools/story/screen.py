@@ -4,6 +4,7 @@ import contextlib
 import re
 
 import gi
+import numpy as np
 
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402 (the version comes first)
@@ -11,6 +12,7 @@ from gi.repository import Atspi, GLib  # noqa: E402 (the version comes first)
 from story.waiting import look, run, wait_for  # noqa: E402
 
 MIDDLE = 640  # of the screen
+METER, METER_GAP = (40, 14), 10  # pixels; it stands on the left of its switch
 PRESSED = {
     Atspi.Role.PUSH_BUTTON, Atspi.Role.CHECK_BOX, Atspi.Role.RADIO_BUTTON, Atspi.Role.MENU_ITEM,
     Atspi.Role.CHECK_MENU_ITEM, Atspi.Role.MENU}
@@ -57,6 +59,16 @@ class Screen:
     def is_on(self, name):
         control = self.find(name, PRESSED)
         return bool(control) and control.get_state_set().contains(Atspi.StateType.CHECKED)
+
+    def meter(self, switch):
+        """How high the highest bar of the level meter beside that switch is, 0 to 1."""
+        place = self.find(switch, {Atspi.Role.CHECK_BOX}).get_extents(Atspi.CoordType.SCREEN)
+        left, top = place.x - METER_GAP - METER[0], place.y + (place.height - METER[1]) // 2
+        colors = np.frombuffer(run(
+            "import", "-window", "root", "-crop", f"{METER[0]}x{METER[1]}+{left}+{top}", "-depth", "8",
+            "rgb:-"), np.uint8).reshape(*reversed(METER), 3).astype(int)
+        is_lit = colors[:, :, 0] - colors[:, :, 2] > 60  # amber on a dark ground
+        return is_lit.any(axis=1).mean()
 
     def icon(self):
         """The middle of the icon in the tray."""

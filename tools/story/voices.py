@@ -22,7 +22,7 @@ def speak(path, voice, text, channels):
     spoken = path.with_suffix(".spoken.wav")
     run("espeak-ng", "-v", voice, "-s", "150", "-w", str(spoken), text)
     # The player leaves out its last, partial cycle: let that be silence.
-    run("ffmpeg", "-v", "error", "-i", str(spoken), "-af", "volume=-6dB,apad=pad_dur=0.2",
+    run("ffmpeg", "-v", "error", "-i", str(spoken), "-af", "volume=-3dB,apad=pad_dur=0.2",
         "-ar", "48000", "-ac", str(channels), "-c:a", "pcm_f32le", str(path))
     return path
 
