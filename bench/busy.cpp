@@ -35,7 +35,7 @@ std::vector<float> rawSamples(const QString &path)
         return {};
     std::vector<float> samples(static_cast<std::size_t>(file.size()) / sizeof(float));
     file.read(reinterpret_cast<char *>(samples.data()),
-              static_cast<qint64>(samples.size() * sizeof(float)));
+              std::ssize(samples) * qint64{sizeof(float)});
     return samples;
 }
 } // namespace
@@ -73,10 +73,10 @@ int main(int argc, char *argv[])
     QTest::qWait(2000);
 
     std::vector<std::unique_ptr<SoundSession::Running>> hogs;
-    for (int hog = 0; hog < 2 * QThread::idealThreadCount(); ++hog) {
-        hogs.push_back(std::make_unique<SoundSession::Running>(
-            QStringList{u"sh"_s, u"-c"_s, u"while :; do :; done"_s}));
-    }
+    hogs.resize(2 * static_cast<std::size_t>(QThread::idealThreadCount()));
+    for (auto &hog : hogs)
+        hog = std::make_unique<SoundSession::Running>(
+            QStringList{u"sh"_s, u"-c"_s, u"while :; do :; done"_s});
     QTest::qWait(seconds * 1000);
     hogs.clear();
     QCoro::waitFor(stream->stop());

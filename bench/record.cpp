@@ -86,8 +86,8 @@ QCoro::Task<> record(AudioRecorder &recorder, QString folder, int seconds)
 
 int main(int argc, char *argv[])
 {
-    QCoreApplication application(argc, argv);
-    const QStringList arguments = application.arguments();
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() != 3) {
         std::fprintf(stderr, "usage: bench_record FOLDER SECONDS\n");
         return 2;
@@ -106,5 +106,5 @@ int main(int argc, char *argv[])
     AudioRecorder recorder(platform);
 
     runDetached(record(recorder, arguments.at(1), arguments.at(2).toInt()));
-    return application.exec();
+    return QCoreApplication::exec();
 }

@@ -86,8 +86,8 @@ private:
     {
         QFile command(folder.filePath(file));
         QVERIFY(command.open(QIODevice::WriteOnly));
-        command.write("#!/bin/sh\necho " + name + " \"$@\" >>\"" +
-                      m_folder.filePath(u"log"_s).toUtf8() + "\"\n");
+        command.write("#!/bin/sh\nexec >>'" + m_folder.filePath(u"log"_s).toUtf8() + "'\necho " +
+                      name + " \"$@\"\n");
         QVERIFY(command.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     }
 

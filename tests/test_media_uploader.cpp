@@ -46,7 +46,7 @@ public:
     }
 
     /// "id audioUrl", or the message.
-    QString uploaded(const UploadRequest &request)
+    QString uploaded(const UploadRequest &request) const
     {
         const auto result = QCoro::waitFor(uploader.upload(request, token));
         return result ? result->id + u' ' + result->audioUrl : result.error().description();

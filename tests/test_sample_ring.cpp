@@ -26,7 +26,7 @@ void TestSampleRing::keepsOrderBetweenThreads()
         for (quint64 number = 0; number < cycles; ++number) {
             // Lengths that do not divide the ring, so that cycles wrap at every place.
             const auto frames = static_cast<quint32>(1 + number % 37);
-            samples.resize(frames * 2U);
+            samples.resize(frames * std::size_t{2});
             std::ranges::generate(samples,
                                   [&value] { return value = value < 1e6F ? value + 1 : 0; });
             while (!ring.write({MediaTime(number), number, 48000, frames}, samples))
@@ -45,7 +45,7 @@ void TestSampleRing::keepsOrderBetweenThreads()
         }
         isInOrder = isInOrder && cycle->ticks == number &&
                     cycle->frames == static_cast<quint32>(1 + number % 37) &&
-                    samples.size() == cycle->frames * 2U;
+                    samples.size() == cycle->frames * std::size_t{2};
         for (const float sample : samples) {
             expected = expected < 1e6F ? expected + 1 : 0;
             isInOrder = isInOrder && sample == expected;

@@ -31,8 +31,7 @@ public:
     QCoro::Task<HttpOutcome> send(HttpRequest request) override
     {
         requests.append(request);
-        const QString address = request.address();
-        const QString path = address.sliced(address.indexOf(u'/', 8));
+        const QString path = request.address().sliced(request.address().indexOf(u'/', 8));
         const QString step = QString::fromLatin1(request.method()) + u' ' + path;
         const bool isConnected = co_await m_script.reach(step);
         const auto found = m_outcomes.find(step);

@@ -47,7 +47,7 @@ Misbehaviour Misbehaviour::cutOff(const QByteArray &body, qsizetype keptBytes)
 
 Misbehaviour Misbehaviour::oversized(qsizetype bodyBytes)
 {
-    return answered(200, "{\"filler\":\"" + QByteArray(bodyBytes, 'x') + "\"}");
+    return answered(200, R"({"filler":")" + QByteArray(bodyBytes, 'x') + R"("})");
 }
 
 Misbehaviour Misbehaviour::closed(qint64 afterBodyBytes)
@@ -81,7 +81,7 @@ std::optional<Misbehaviour> Misbehaviour::parse(const QString &text)
     bool isNumber = false;
     const qint64 number = argument.toLongLong(&isNumber);
     const std::chrono::milliseconds time(number);
-    const QByteArray json = "{\"doc\":{\"id\":\"1\"},\"meetings\":[],\"user\":{}}";
+    const QByteArray json = R"({"doc":{"id":"1"},"meetings":[],"user":{}})";
 
     if (kind == "redirect"_L1 && !argument.isEmpty())
         return redirected(302, argument.toUtf8());

@@ -38,7 +38,7 @@ struct AacEncoder::State {
     int makeFrame();
     void fill(std::span<const float> interleaved);
     int sendFrame(const PacketHandler &handle);
-    int receive(const PacketHandler &handle);
+    int receive(const PacketHandler &handle) const;
 };
 
 int AacEncoder::State::open(const AudioEncoding &encoding)
@@ -106,7 +106,7 @@ int AacEncoder::State::sendFrame(const PacketHandler &handle)
     return av_frame_make_writable(frame.get());
 }
 
-int AacEncoder::State::receive(const PacketHandler &handle)
+int AacEncoder::State::receive(const PacketHandler &handle) const
 {
     for (;;) {
         const int result = avcodec_receive_packet(codec.get(), packet.get());

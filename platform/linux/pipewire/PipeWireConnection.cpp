@@ -116,7 +116,7 @@ std::expected<std::shared_ptr<PipeWireConnection>, ConnectionFailure> PipeWireCo
     static std::once_flag initialised;
     std::call_once(initialised, [] { pw_init(nullptr, nullptr); });
 
-    const std::shared_ptr<PipeWireConnection> connection(new PipeWireConnection);
+    std::shared_ptr<PipeWireConnection> connection(new PipeWireConnection);
     if (const auto connected = connection->connect(); !connected)
         return std::unexpected(connected.error());
 

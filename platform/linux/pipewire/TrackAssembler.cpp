@@ -110,7 +110,7 @@ void TrackAssembler::appendSamples(std::span<const float> samples)
 void TrackAssembler::keepHistory(std::span<const float> samples)
 {
     const auto kept = samples.last(std::min(samples.size(), m_history.size()));
-    std::shift_left(m_history.begin(), m_history.end(), static_cast<std::ptrdiff_t>(kept.size()));
+    std::ranges::rotate(m_history, m_history.begin() + std::ssize(kept));
     std::ranges::copy(kept, m_history.end() - static_cast<std::ptrdiff_t>(kept.size()));
 }
 
