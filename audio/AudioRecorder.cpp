@@ -141,7 +141,7 @@ AudioRecorder::Levels AudioRecorder::currentLevels()
         levels.system = m_system.currentLevel();
     if (m_micURL && m_mic.recorder()) {
         // A straight line over 50 dB, from -50 dB and below to full scale.
-        const double power = double{m_mic.recorder()->averagePower(0)};
+        const auto power = double{m_mic.recorder()->averagePower(0)};
         levels.mic = power < 0.0 ? (std::max(power, -50.0) + 50.0) / 50.0 : 1.0;
     }
     return levels;

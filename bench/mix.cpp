@@ -68,7 +68,7 @@ Track encodeTrack(const QString &rawPath, const AudioEncoding &encoding)
     std::vector<float> block(static_cast<std::size_t>(4096 * encoding.channelCount));
     for (;;) {
         const qint64 size = raw.read(reinterpret_cast<char *>(block.data()),
-                                     static_cast<qint64>(block.size() * sizeof(float)));
+                                     std::ssize(block) * qint64{sizeof(float)});
         if (size <= 0)
             break;
         require(encoder.encode(std::span(block).first(static_cast<std::size_t>(size) / 4), keep));
@@ -103,9 +103,11 @@ struct Cost {
 Cost runProcess(const QStringList &command)
 {
     std::vector<QByteArray> words;
+    words.reserve(static_cast<std::size_t>(command.size()));
     for (const QString &word : command)
         words.push_back(QFile::encodeName(word));
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (QByteArray &word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
@@ -153,6 +155,7 @@ struct Contender {
     double medianOf(double Cost::*field) const
     {
         std::vector<double> values;
+        values.reserve(costs.size());
         for (const Cost &cost : costs)
             values.push_back(cost.*field);
         return median(values);
@@ -173,15 +176,21 @@ Fidelity fidelity(const QString &system, const QString &mic, const QString &mixe
     auto first = require(TrackReader::open(system));
     auto second = require(TrackReader::open(mic));
     auto result = require(TrackReader::open(mixed));
-    std::vector<float> sum(2048), sound(2048), heard(2048);
-    double signal = 0, noise = 0, decibels = 0, count = 0;
+    std::vector<float> sum(2048);
+    std::vector<float> sound(2048);
+    std::vector<float> heard(2048);
+    double signal = 0;
+    double noise = 0;
+    double decibels = 0;
+    double count = 0;
     for (qint64 i = 0; i + 1024 <= result.frameCount(); i += 1024) {
         require(first.read(sum));
         require(second.read(sound));
         require(result.read(heard));
         addSound(sum, sound);
         limitToFullScale(sum);
-        double blockSignal = 0, blockNoise = 1e-12;
+        double blockSignal = 0;
+        double blockNoise = 1e-12;
         for (std::size_t sample = 0; sample < sum.size(); ++sample) {
             const auto value = static_cast<double>(sum[sample]);
             const double error = value - static_cast<double>(heard[sample]);
@@ -232,6 +241,7 @@ void compareWholeFiles(const QDir &folder, double seconds)
                 "kbit/s", "SNR dB", "segSNR", "peak MB");
     for (const Contender &contender : contenders) {
         std::vector<double> ratios;
+        ratios.reserve(runCount);
         for (std::size_t run = 0; run < runCount; ++run)
             ratios.push_back(contender.costs[run].seconds / contenders[0].costs[run].seconds);
         const double wall = contender.medianOf(&Cost::seconds);

@@ -91,7 +91,7 @@ std::optional<QString> percentDecoded(QStringView text)
     }
     // As it is: a byte order mark is a character of the value.
     QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
-    const QString decoded = decode(bytes);
+    QString decoded = decode(bytes);
     if (decode.hasError())
         return std::nullopt;
     return decoded;

@@ -83,7 +83,7 @@ std::expected<ReconcileMeetingsResponse, DecodingError> decodedReconcile(const Q
     const QJsonArray elements = members.array(u"meetings"_s);
     ReconcileMeetingsResponse response;
     response.meetings.reserve(elements.size());
-    for (const QJsonValue &element : elements) {
+    for (const auto &element : elements) {
         auto meeting = decodedMeeting(element);
         if (!meeting)
             return std::unexpected(meeting.error());

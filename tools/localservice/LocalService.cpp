@@ -85,7 +85,7 @@ ReceivedRequest received(const httplib::Request &request)
 /// The refusals of object storage are XML.
 QByteArray storageRefusal(const QByteArray &code)
 {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?><Error><Code>" + code + "</Code></Error>";
+    return R"(<?xml version="1.0" encoding="UTF-8"?><Error><Code>)" + code + "</Code></Error>";
 }
 
 constexpr std::array exchangeNames{
@@ -217,9 +217,11 @@ std::optional<Misbehaviour> LocalService::takeFault(Exchange exchange)
     const auto found = m_faults.find(exchange);
     if (found == m_faults.end())
         return std::nullopt;
-    const Misbehaviour misbehaviour = found->second.misbehaviour;
-    if (found->second.timesLeft > 0 && --found->second.timesLeft == 0)
+    Misbehaviour misbehaviour = found->second.misbehaviour;
+    if (found->second.timesLeft == 1)
         m_faults.erase(found);
+    else if (found->second.timesLeft > 1)
+        --found->second.timesLeft;
     return misbehaviour;
 }
 

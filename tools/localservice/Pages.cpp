@@ -53,7 +53,7 @@ QByteArray Pages::home()
 QByteArray Pages::meetings(const QJsonArray &meetings)
 {
     QString items;
-    for (const QJsonValue &value : meetings) {
+    for (const auto &value : meetings) {
         const QJsonObject meeting = value.toObject();
         items += u"<li><a href=\"/app/meetings/%1\">%2</a> <small>%3</small></li>"_s.arg(
             meeting[u"id"_s].toString().toHtmlEscaped(),

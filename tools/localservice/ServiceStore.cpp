@@ -56,7 +56,7 @@ QJsonObject ServiceStore::createMeeting(const QString &email, const QJsonObject 
 {
     const QString recording = request[u"clientRecordingId"_s].toString();
     const std::scoped_lock lock(m_mutex);
-    for (const QJsonValue &meeting : std::as_const(m_meetings)) {
+    for (const auto &meeting : std::as_const(m_meetings)) {
         if (!recording.isEmpty() && meeting[u"account"_s] == email &&
             meeting[u"clientRecordingId"_s] == recording)
             return meeting.toObject();
@@ -74,7 +74,7 @@ QJsonArray ServiceStore::meetingsOf(const QString &email,
 {
     const std::scoped_lock lock(m_mutex);
     QJsonArray found;
-    for (const QJsonValue &meeting : m_meetings) {
+    for (const auto &meeting : m_meetings) {
         const QJsonValue recording = meeting[u"clientRecordingId"_s];
         if (meeting[u"account"_s] != email || !clientRecordingIds.contains(recording))
             continue;
@@ -88,7 +88,7 @@ QJsonArray ServiceStore::meetingsOf(const QString &email,
 std::optional<QJsonObject> ServiceStore::meeting(const QString &id) const
 {
     const std::scoped_lock lock(m_mutex);
-    for (const QJsonValue &meeting : m_meetings) {
+    for (const auto &meeting : m_meetings) {
         if (meeting[u"id"_s] == id)
             return meeting.toObject();
     }

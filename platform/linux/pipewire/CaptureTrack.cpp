@@ -141,13 +141,15 @@ void CaptureTrack::run()
 
 void CaptureTrack::takeArrived()
 {
-    for (HeldCycle arrived;; m_held.push_back(std::move(arrived))) {
+    for (;;) {
+        HeldCycle arrived;
         const auto cycle = m_stream->ring().take(arrived.samples);
         if (!cycle)
             return;
         arrived.cycle = *cycle;
         m_idle = MediaTime(0);
         completeStart({});
+        m_held.push_back(std::move(arrived));
     }
 }
 

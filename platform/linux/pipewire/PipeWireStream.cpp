@@ -166,7 +166,7 @@ void PipeWireStream::close()
         return;
     // The data thread uses the pointer until this returns.
     pw_stream_destroy(m_stream.get());
-    m_stream.release();
+    std::ignore = m_stream.release();
     m_cycles.load(std::memory_order_acquire);
 }
 
