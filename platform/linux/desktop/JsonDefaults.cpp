@@ -45,21 +45,29 @@ std::optional<bool> JsonDefaults::boolean(const QString &key) const
 
 void JsonDefaults::setString(const QString &key, const QString &value)
 {
-    m_values.insert(key, value);
-    store();
+    set(key, value);
 }
 
 void JsonDefaults::setBoolean(const QString &key, bool value)
 {
-    m_values.insert(key, value);
-    store();
+    set(key, value);
 }
 
-void JsonDefaults::store()
+// A failure stays silent: the values hold for this process, and the next set tries again.
+void JsonDefaults::set(const QString &key, const QJsonValue &value)
+{
+    if (m_isStored && m_values.value(key) == value)
+        return;
+    m_values.insert(key, value);
+    m_isStored = store();
+}
+
+bool JsonDefaults::store()
 {
     QDir().mkpath(QFileInfo(m_path).path());
     const auto old = m_fileIsOurs ? AtomicFile::Old::replaced : AtomicFile::Old::keptAside;
-    // A failure stays silent: the values hold for this process, and the next set tries again.
-    if (AtomicFile::replace(m_path, QJsonDocument(m_values).toJson(), old))
-        m_fileIsOurs = true;
+    if (!AtomicFile::replace(m_path, QJsonDocument(m_values).toJson(), old))
+        return false;
+    m_fileIsOurs = true;
+    return true;
 }

@@ -24,9 +24,11 @@ public:
     void setBoolean(const QString &key, bool value) override;
 
 private:
-    void store();
+    void set(const QString &key, const QJsonValue &value);
+    bool store();
 
     QString m_path;
     QJsonObject m_values;
     bool m_fileIsOurs = false; ///< read or written by this object
+    bool m_isStored = true;
 };
