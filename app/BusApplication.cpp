@@ -86,7 +86,7 @@ BusApplication::Claim BusApplication::claim(const QStringList &addresses)
 bool BusApplication::succeed(std::chrono::seconds patience)
 {
     if (!m_bus.isConnected())
-        return true;
+        return m_lock.tryLock(static_cast<int>(std::chrono::milliseconds(patience).count()));
     QDBusServiceWatcher watcher(name, m_bus, QDBusServiceWatcher::WatchForUnregistration);
     QEventLoop waiting;
     connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, &waiting, &QEventLoop::quit);

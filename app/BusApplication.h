@@ -30,8 +30,8 @@ public:
                             QObject *parent = nullptr);
 
     /// Becomes the one instance, or hands \p addresses, its own, to the one there is, or that the
-    /// bus starts; it comes forward where there are none. Connect the signals before. Waits a few
-    /// seconds at most.
+    /// bus starts; it comes forward where there are none. Waits ten seconds for the answer at
+    /// most.
     Claim claim(const QStringList &addresses);
 
     /// Waits until the instance that has the name has left; at most \p patience. Whether this is

@@ -37,18 +37,23 @@ void returnFreedMemory()
 }
 
 // Everyone on the machine may read a process's command line, and an address may hold a token.
-void forgetAddresses(std::span<char *> arguments)
+QStringList takeAddresses(std::span<char *> arguments)
 {
+    QStringList taken;
     for (char *const argument : arguments) {
-        if (!BusApplication::ownAddresses({QString::fromLocal8Bit(argument)}).isEmpty())
+        const auto addresses = BusApplication::ownAddresses({QString::fromLocal8Bit(argument)});
+        if (!addresses.isEmpty())
             std::memset(argument, 0, std::strlen(argument));
+        taken += addresses;
     }
+    return taken;
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
+    const QStringList addresses = takeAddresses({argv, static_cast<std::size_t>(argc)});
     returnFreedMemory();
     preferX11();
     const QApplication application(argc, argv);
@@ -73,8 +78,6 @@ int main(int argc, char **argv)
     parser.process(application);
 
     BusApplication bus;
-    const QStringList addresses = BusApplication::ownAddresses(parser.positionalArguments());
-    forgetAddresses({argv, static_cast<std::size_t>(argc)});
     if (parser.isSet(relaunched)) {
         if (!bus.succeed())
             return 1;
@@ -92,5 +95,7 @@ int main(int argc, char **argv)
     QObject::connect(&bus, &BusApplication::opened, &delegate, &AppDelegate::open);
     delegate.applicationDidFinishLaunching();
     delegate.open(addresses);
+    if (parser.isSet(relaunched)) // the user waits for it
+        delegate.activate();
     return QApplication::exec();
 }
