@@ -139,7 +139,7 @@ void StatusBarController::handleClick(QSystemTrayIcon::ActivationReason reason)
         togglePopover();
         return;
     case IconClick::opensMenu:
-        m_menu.popup(QCursor::pos());
+        m_menu.popUpAt(QCursor::pos());
         return;
     }
 }

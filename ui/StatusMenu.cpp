@@ -62,6 +62,7 @@ StatusMenu::StatusMenu(AppState &appState)
     buildMenu();
     refresh();
     connect(this, &QMenu::aboutToShow, this, &StatusMenu::refresh);
+    connect(this, &QMenu::aboutToHide, this, [this] { m_isShownHere = false; });
     connect(&m_appState, &AppState::stateChanged, this, &StatusMenu::refreshRecord);
 }
 
@@ -69,6 +70,12 @@ void StatusMenu::setExported(bool isExported)
 {
     m_isExported = isExported;
     refillRecents();
+}
+
+void StatusMenu::popUpAt(const QPoint &place)
+{
+    m_isShownHere = true;
+    popup(place);
 }
 
 void StatusMenu::buildMenu()
@@ -121,11 +128,11 @@ void StatusMenu::refillRecents()
     if (sessions.isEmpty())
         m_recents->addAction(u"暂无记录"_s)->setEnabled(false);
     const QFontMetrics metrics = m_recents->fontMetrics();
+    const bool isExported = m_isExported && !m_isShownHere;
     for (const RecentSession &session : sessions.first(std::min(sessions.size(), mostRecents))) {
         const QString line =
             menuLine(session.title, metrics) + u"  ·  "_s + menuLine(session.duration, metrics);
-        QAction *const item =
-            m_recents->addAction(m_isExported ? exportedText(line) : ownText(line));
+        QAction *const item = m_recents->addAction(isExported ? exportedText(line) : ownText(line));
         item->setEnabled(session.isUploaded());
         // Not its place in the list, which may change while the menu is open.
         connect(item, &QAction::triggered, this,

@@ -23,6 +23,9 @@ public:
     /// Whether the desktop draws the menu, rather than this process.
     void setExported(bool isExported);
 
+    /// Opens it here, whoever draws it otherwise.
+    void popUpAt(const QPoint &place);
+
 Q_SIGNALS:
     void recordRequested();
     void panelRequested();
@@ -42,6 +45,7 @@ private:
 
     AppState &m_appState;
     bool m_isExported = false;
+    bool m_isShownHere = false;
     QAction *m_record = nullptr;
     QAction *m_web = nullptr;
     QMenu *m_recents = nullptr;
