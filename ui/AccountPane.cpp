@@ -2,6 +2,7 @@
 
 #include "cloud/AuthClient.h"
 #include "ui/ButtonFaces.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/MS.h"
 #include "ui/PrefRow.h"
 #include "ui/RoundedBox.h"
@@ -68,6 +69,6 @@ void AccountPane::refresh()
     m_dot->setVisible(email.has_value());
     m_account->setText(email.value_or(u"未登录"_s));
     m_account->setColor(email ? MS::text : MS::muted);
-    m_signOut->setVisible(m_auth.isLoggedIn());
-    m_signIn->setVisible(!m_auth.isLoggedIn());
+    setShown(*m_signOut, m_auth.isLoggedIn());
+    setShown(*m_signIn, !m_auth.isLoggedIn());
 }

@@ -56,9 +56,7 @@ void ErrorStrip::refresh()
 {
     const auto &message = m_app.lastError();
     m_message->setText(message.value_or(QString()));
-    if (!message)
-        yieldFocus(*this);
-    setVisible(message.has_value());
+    setShown(*this, message.has_value());
 }
 
 void ErrorStrip::paintEvent(QPaintEvent *)

@@ -13,3 +13,10 @@ QWidget *yieldFocus(const QWidget &leaving)
     heir->setFocus();
     return heir;
 }
+
+void setShown(QWidget &control, bool isShown)
+{
+    if (!isShown)
+        yieldFocus(control);
+    control.setVisible(isShown);
+}

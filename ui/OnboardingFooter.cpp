@@ -2,6 +2,7 @@
 
 #include "ui/BarRow.h"
 #include "ui/ButtonFaces.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/MS.h"
 #include "ui/TextLabel.h"
 
@@ -92,7 +93,7 @@ void OnboardingFooter::setStep(int step, bool isWaiting)
 {
     m_bars->setStep(step);
     m_place->setText(QString::number(step) + u" / 3"_s + (isWaiting ? u" · 等待中"_s : QString()));
-    m_back->setVisible(step > 1);
+    setShown(*m_back, step > 1);
 }
 
 void OnboardingFooter::setPrimary(const QString &label, bool isDisabled)

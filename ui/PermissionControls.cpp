@@ -1,6 +1,7 @@
 #include "ui/PermissionControls.h"
 
 #include "ui/ButtonFaces.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/MS.h"
 #include "ui/Pill.h"
 
@@ -62,5 +63,5 @@ void PermissionControls::setStatus(PermissionStatus status, bool needsRestart)
 {
     m_state->setLook(statusPill(status, needsRestart));
     m_grant->setTitle(actionLabel(status, needsRestart));
-    m_grant->setVisible(status != PermissionStatus::granted);
+    setShown(*m_grant, status != PermissionStatus::granted);
 }

@@ -1,6 +1,7 @@
 #include "ui/PermissionRow.h"
 
 #include "ui/ButtonFaces.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/MS.h"
 #include "ui/Pill.h"
 #include "ui/SymbolTile.h"
@@ -71,6 +72,6 @@ void PermissionRow::setStatus(PermissionStatus status, bool needsRestart)
     m_icon->setLook(iconLook(isGranted));
     m_state->setLook(stateLook(isGranted));
     m_state->setVisible(hasState);
-    m_open->setVisible(!hasState && status == PermissionStatus::denied);
-    m_grant->setVisible(!hasState && status == PermissionStatus::unknown);
+    setShown(*m_open, !hasState && status == PermissionStatus::denied);
+    setShown(*m_grant, !hasState && status == PermissionStatus::unknown);
 }

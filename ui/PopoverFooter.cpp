@@ -3,6 +3,7 @@
 #include "cloud/AuthClient.h"
 #include "platform/Workspace.h"
 #include "ui/AppNotifications.h"
+#include "ui/KeyboardFocus.h"
 #include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/TextLabel.h"
@@ -115,7 +116,7 @@ void PopoverFooter::refresh()
 {
     const auto email = m_auth.email();
     m_shortcut->setVisible(!email);
-    m_account->setVisible(email.has_value());
+    setShown(*m_account, email.has_value());
     m_account->setTitle(email.value_or(QString()));
     m_account->setFace(accountFace(m_auth.sessionStatus() == SessionStatus::verified));
 }

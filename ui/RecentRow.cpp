@@ -178,13 +178,9 @@ void RecentRow::showControl()
 {
     const bool hasUpload = needsUpload(m_session);
     const bool hasRetry = isFailed(m_session);
-    if (!hasUpload)
-        yieldFocus(*m_upload);
-    if (!hasRetry)
-        yieldFocus(*m_retry);
     m_progress->setVisible(m_session.status == Status::processing);
-    m_upload->setVisible(hasUpload);
-    m_retry->setVisible(hasRetry);
+    setShown(*m_upload, hasUpload);
+    setShown(*m_retry, hasRetry);
 }
 
 void RecentRow::arrange()

@@ -62,9 +62,7 @@ void SignInBanner::refresh()
     m_title->setText(isExpired ? u"登录已过期，请重新登录"_s : u"登录网页版账号以云端同步"_s);
     m_subtitle->setText(isExpired ? u"上一次会话已失效，重新登录后可继续上传"_s
                                   : u"未登录时会议仅保存在本机"_s);
-    if (m_auth.isLoggedIn())
-        yieldFocus(*this);
-    setVisible(!m_auth.isLoggedIn());
+    setShown(*this, !m_auth.isLoggedIn());
 }
 
 void SignInBanner::paintEvent(QPaintEvent *)
