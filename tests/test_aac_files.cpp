@@ -1,5 +1,4 @@
 #include "platform/linux/media/AacEncoder.h"
-#include "platform/linux/media/Libav.h"
 #include "platform/linux/media/M4aMuxer.h"
 #include "platform/linux/media/MovieBoxes.h"
 #include "platform/linux/media/OutputFile.h"
@@ -7,60 +6,16 @@
 #include "tests/support/Decoded.h"
 #include "tests/support/Packets.h"
 
-extern "C" {
-#include <libavutil/opt.h>
-}
-
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
 #include <limits>
-#include <memory>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-/// The same packets in a file by libav's own muxer.
-void muxByLibav(const QString &path, const EncodedSound &sound)
-{
-    AVFormatContext *context = nullptr;
-    const QByteArray name = QFile::encodeName(path);
-    QVERIFY(avformat_alloc_output_context2(&context, nullptr, "ipod", name.constData()) >= 0);
-    const std::unique_ptr<AVFormatContext, decltype(&avformat_free_context)> owner(
-        context, &avformat_free_context);
-    AVCodecParameters &parameters = *avformat_new_stream(context, nullptr)->codecpar;
-    parameters.codec_type = AVMEDIA_TYPE_AUDIO;
-    parameters.codec_id = AV_CODEC_ID_AAC;
-    parameters.sample_rate = sound.format.sampleRate;
-    parameters.frame_size = static_cast<int>(aacFrameLength);
-    parameters.initial_padding = static_cast<int>(aacFrameLength);
-    av_channel_layout_default(&parameters.ch_layout, sound.format.channelCount);
-    const std::size_t size = sound.format.configuration.size();
-    parameters.extradata = static_cast<quint8 *>(av_mallocz(size + AV_INPUT_BUFFER_PADDING_SIZE));
-    parameters.extradata_size = static_cast<int>(size);
-    std::memcpy(parameters.extradata, sound.format.configuration.data(), size);
-    context->streams[0]->time_base = {1, sound.format.sampleRate};
-    av_opt_set_int(context->priv_data, "movie_timescale", sound.format.sampleRate, 0);
-
-    QVERIFY(avio_open(&context->pb, name.constData(), AVIO_FLAG_WRITE) >= 0);
-    QVERIFY(avformat_write_header(context, nullptr) >= 0);
-    const LibavPacket packet(av_packet_alloc());
-    qint64 time = -aacFrameLength;
-    for (const AacPacket &content : sound.packets) {
-        QVERIFY(av_new_packet(packet.get(), static_cast<int>(content.size())) >= 0);
-        std::memcpy(packet->data, content.data(), content.size());
-        packet->pts = packet->dts = time;
-        packet->duration = std::min(aacFrameLength, sound.frameCount - time);
-        time += packet->duration;
-        QVERIFY(av_write_frame(context, packet.get()) >= 0);
-        av_packet_unref(packet.get());
-    }
-    QVERIFY(av_write_trailer(context) >= 0);
-    avio_closep(&context->pb);
-}
-
 void muxPlain(const QString &path, const EncodedSound &sound)
 {
     auto muxer = M4aMuxer::create(path, sound.format);
@@ -92,10 +47,7 @@ class TestAacFiles : public QObject
 private Q_SLOTS:
     void soundIsWhereItWas_data();
     void soundIsWhereItWas();
-    void decodesLikeAnotherMuxersFile_data();
-    void decodesLikeAnotherMuxersFile();
     void packetsBeyondTheLengthAreNotPlayed();
-    void emptyFileOpens();
     void lengthWithoutPacketsIsRefused();
     void roomForTheIndexGrows_data();
     void roomForTheIndexGrows();
@@ -153,29 +105,6 @@ void TestAacFiles::soundIsWhereItWas()
     }
 }
 
-void TestAacFiles::decodesLikeAnotherMuxersFile_data()
-{
-    QTest::addColumn<int>("frames");
-    for (const int frames : {1, 1025, 480123})
-        QTest::addRow("%d frames", frames) << frames;
-}
-
-void TestAacFiles::decodesLikeAnotherMuxersFile()
-{
-    QFETCH(int, frames);
-    const EncodedSound sound = encodeSound({48000, 2, 128000}, noise(0.4, frames * 2, 2));
-    const QString other = m_folder.filePath(u"other.m4a"_s);
-    muxPlain(path(), sound);
-    muxByLibav(other, sound);
-    const auto ours = decodeFile(path());
-    const auto theirs = decodeFile(other);
-    QVERIFY(ours && theirs);
-    QCOMPARE(ours->containerFrames, theirs->containerFrames);
-    QCOMPARE(ours->startSeconds, theirs->startSeconds);
-    QVERIFY(ours->samples == theirs->samples);
-    QVERIFY(rmsLevel(ours->samples) > 0.1);
-}
-
 void TestAacFiles::packetsBeyondTheLengthAreNotPlayed()
 {
     EncodedSound sound = encodeSound({48000, 1, 64000}, sine(440, 0.5, 96000, 1));
@@ -185,15 +114,6 @@ void TestAacFiles::packetsBeyondTheLengthAreNotPlayed()
     QVERIFY(decoded);
     QCOMPARE(decoded->containerFrames, 50000);
     QCOMPARE(decoded->frameCount(), 50000);
-}
-
-void TestAacFiles::emptyFileOpens()
-{
-    muxPlain(path(), encodeSound({48000, 2, 128000}, {}));
-    const auto decoded = decodeFile(path());
-    QVERIFY2(decoded, qPrintable(decoded ? QString() : decoded.error()));
-    QCOMPARE(decoded->frameCount(), 0);
-    QVERIFY(QFile(path()).size() < 1024); // what counts as a file without content
 }
 
 void TestAacFiles::lengthWithoutPacketsIsRefused()

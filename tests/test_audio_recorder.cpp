@@ -39,13 +39,13 @@ class AudioRecorderTest : public QObject
 private Q_SLOTS:
     void refusedStartTouchesNothing();
     void saveFolderIsMadeOrRefused();
+    void failedStartLeavesNothingBehind_data();
+    void failedStartLeavesNothingBehind();
     void roomBeforeAndWhileRecording_data();
     void roomBeforeAndWhileRecording();
     void listedNamesAreNotTaken_data();
     void listedNamesAreNotTaken();
-    void qualityReachesBothSources_data();
     void qualityReachesBothSources();
-    void failedMicrophoneUndoesTheSystemSource();
     void fileThatStandsForTheRecording_data();
     void fileThatStandsForTheRecording();
     void mixOutcomes_data();
@@ -94,6 +94,68 @@ void AudioRecorderTest::saveFolderIsMadeOrRefused()
                  u"录音保存位置不可用：同名位置上不是文件夹"_s);
     }
     QCOMPARE(rig.script.calls, QStringList());
+}
+
+void AudioRecorderTest::failedStartLeavesNothingBehind_data()
+{
+    QTest::addColumn<QString>("step");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<QStringList>("callsBehind"); // the one that failed
+    QTest::addColumn<QStringList>("files");       // both names are taken before
+
+    const auto row = [](const char *name, const QString &step, const QString &message,
+                        const QStringList &callsBehind, const QStringList &files) {
+        QTest::newRow(name) << step << message << callsBehind << files;
+    };
+    const QStringList none;
+    const QStringList both{micName, systemName};
+    const QStringList mic{micName};
+    const QStringList system{systemName};
+    const QStringList stopped{u"capture stop"_s};
+    const QStringList cancelled{u"capture stop"_s, u"writer cancel"_s};
+    // What was captured meanwhile is a finished file.
+    const QStringList finished{u"capture stop"_s, u"writer finish"_s, u"finish system"_s};
+    const auto noFile = u"系统音频文件创建失败"_s;
+    const auto trouble = u"capture trouble"_s;
+    const auto setup = u"麦克风初始化失败："_s;
+    const QString refused = setup + u"prepareToRecord/record returned false"_s;
+    row("system refused", u"capture targets"_s, u"屏幕录制权限未授予：capture trouble"_s, none,
+        both);
+    row("no output", QString(), u"没有可用的显示器"_s, none, both);
+    row("no writer", u"writer create"_s, u"writer trouble"_s, stopped, mic);
+    row("input refused", u"writer input"_s, noFile, stopped, mic);
+    row("writing does not start", u"writer start"_s, noFile, stopped, mic);
+    row("receiver refused", u"capture deliver"_s, trouble, cancelled, mic);
+    row("capture does not start", u"capture start"_s, trouble, cancelled, mic);
+    row("microphone refused", u"mic access"_s, u"麦克风权限未授予"_s, finished, both);
+    row("no microphone", u"mic create"_s, setup + u"mic trouble"_s, finished, system);
+    row("cannot prepare", u"mic prepare"_s, refused, finished, system);
+    row("does not record", u"mic record"_s, refused, finished, system);
+}
+
+void AudioRecorderTest::failedStartLeavesNothingBehind()
+{
+    QFETCH(const QString, step);
+    AudioRig rig;
+    rig.putFile(systemName, 10);
+    rig.putFile(micName, 10);
+    rig.script.failAt(step);
+    const auto outputs = rig.capture.outputs;
+    if (step.isEmpty())
+        rig.capture.outputs.clear();
+    AudioRecorder recorder(rig.platform());
+    QTEST(failureOf(recorder.start(true, true, settings(rig))), "message");
+
+    const QString last = step.isEmpty() ? u"capture targets"_s : step;
+    QTEST(rig.script.calls.sliced(rig.script.calls.indexOf(last) + 1), "callsBehind");
+    QTEST(rig.files(), "files");
+    QVERIFY(!recorder.isActive() && !recorder.recordsSystemAudio());
+    QCOMPARE(rig.capture.liveStreams + rig.microphones.liveRecorders, 0);
+    QCOMPARE(QCoro::waitFor(recorder.stop()), std::nullopt);
+
+    rig.script.succeedAt(step);
+    rig.capture.outputs = outputs;
+    QCOMPARE(failureOf(recorder.start(true, true, settings(rig))), QString());
 }
 
 void AudioRecorderTest::roomBeforeAndWhileRecording_data()
@@ -164,52 +226,20 @@ void AudioRecorderTest::listedNamesAreNotTaken()
         QCOMPARE(QFileInfo(rig.path(name)).size(), 7);
 }
 
-void AudioRecorderTest::qualityReachesBothSources_data()
-{
-    QTest::addColumn<AudioQuality>("quality");
-    QTest::addColumn<int>("systemBitRate");
-    QTest::addColumn<int>("micBitRate");
-    QTest::newRow("standard") << AudioQuality::standard << 64000 << 48000;
-    QTest::newRow("high") << AudioQuality::high << 128000 << 64000;
-    QTest::newRow("lossless") << AudioQuality::lossless << 128000 << 64000;
-}
-
 void AudioRecorderTest::qualityReachesBothSources()
 {
-    QFETCH(const AudioQuality, quality);
     AudioRig rig;
     AudioRecorder recorder(rig.platform());
-    QCOMPARE(failureOf(recorder.start(true, true, settings(rig, quality))), QString());
-    QTEST(rig.writers.lastEncoding.bitRate, "systemBitRate");
-    QCOMPARE(rig.writers.lastEncoding.sampleRate, 48000);
-    QCOMPARE(rig.writers.lastEncoding.channelCount, 2);
-    QTEST(rig.microphones.lastEncoding.bitRate, "micBitRate");
-    QCOMPARE(rig.microphones.lastEncoding.sampleRate, 48000);
-    QCOMPARE(rig.microphones.lastEncoding.channelCount, 1);
-}
-
-void AudioRecorderTest::failedMicrophoneUndoesTheSystemSource()
-{
-    AudioRig rig;
-    rig.script.failAt(u"mic record"_s);
-    AudioRecorder recorder(rig.platform());
-    QCOMPARE(failureOf(recorder.start(true, true, settings(rig))),
-             u"麦克风初始化失败：prepareToRecord/record returned false"_s);
-    QVERIFY(!recorder.isActive());
-    QVERIFY(!recorder.recordsSystemAudio());
-    QCOMPARE(rig.capture.liveStreams, 0);
-    // What was captured meanwhile is a finished file.
-    QCOMPARE(rig.files(), QStringList(systemName));
-    QCOMPARE(rig.script.calls.last(2), QStringList({u"writer finish"_s, u"finish system"_s}));
-
-    rig.script.failAt(u"capture start"_s);
-    rig.script.calls.clear();
-    QCOMPARE(failureOf(recorder.start(true, true, settings(rig))), u"capture trouble"_s);
-    QVERIFY(!rig.script.calls.contains(u"mic access"_s));
-
-    rig.script.succeedAt(u"capture start"_s);
-    rig.script.succeedAt(u"mic record"_s);
-    QCOMPARE(failureOf(recorder.start(true, true, settings(rig))), QString());
+    for (const auto quality :
+         {AudioQuality::standard, AudioQuality::high, AudioQuality::lossless}) {
+        QCOMPARE(failureOf(recorder.start(true, true, settings(rig, quality))), QString());
+        const bool isStandard = quality == AudioQuality::standard;
+        QCOMPARE(rig.writers.lastEncoding.bitRate, isStandard ? 64000 : 128000);
+        QCOMPARE(rig.writers.lastEncoding.channelCount, 2);
+        QCOMPARE(rig.microphones.lastEncoding.bitRate, isStandard ? 48000 : 64000);
+        QCOMPARE(rig.microphones.lastEncoding.channelCount, 1);
+        QVERIFY(QCoro::waitFor(recorder.stop()));
+    }
 }
 
 void AudioRecorderTest::fileThatStandsForTheRecording_data()

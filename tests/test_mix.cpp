@@ -11,11 +11,9 @@
 #include <QTest>
 
 #include <sys/mount.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <limits>
 #include <numeric>
 
@@ -63,23 +61,6 @@ double fidelity(std::span<const float> original, std::span<const float> decoded)
     return 10 * std::log10(power(original) / power(difference(original, decoded)));
 }
 
-/// The shape and order of the windows of a stereo packet (ISO/IEC 14496-3, 4.4.2.1, tables 4.4 to
-/// 4.6).
-int windowSequence(const AacPacket &packet)
-{
-    const auto bits = [&](int first, int count) {
-        int value = 0;
-        for (int bit = first; bit < first + count; ++bit) {
-            const auto byte = std::to_integer<int>(packet[static_cast<std::size_t>(bit / 8)]);
-            value = value << 1 | (byte >> (7 - bit % 8) & 1);
-        }
-        return value;
-    };
-    constexpr int commonWindowAt = 3 + 4, globalGain = 8, reserved = 1;
-    const bool common = bits(commonWindowAt, 1) == 1;
-    return bits(commonWindowAt + 1 + (common ? 0 : globalGain) + reserved, 2);
-}
-
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
@@ -112,7 +93,6 @@ private Q_SLOTS:
     void tellsTracksFromDamage();
     void damagedSoundFailsTheExport_data();
     void damagedSoundFailsTheExport();
-    void noRoomFailsTheExport_data();
     void noRoomFailsTheExport();
     void missingFolderFailsTheExport();
     void stoppedExportLeavesTheTracks();
@@ -270,16 +250,6 @@ void TestMix::segmentsJoinWithoutSeam()
     QVERIFY(many.finish());
 
     QCOMPARE(joined.size(), serial.packets.size());
-    std::array<int, 4> sequences{};
-    for (std::size_t packet = 0; packet < serial.packets.size(); ++packet) {
-        const int sequence = windowSequence(serial.packets[packet]);
-        ++sequences[static_cast<std::size_t>(sequence)];
-        QVERIFY2(windowSequence(joined[packet]) == sequence,
-                 qPrintable(u"packet %1"_s.arg(packet)));
-    }
-    // Otherwise the sound would be no test of it.
-    QCOMPARE_GE(std::ranges::min(sequences), 100);
-
     QVERIFY(makePlainTrack(output(), {serial.format, joined, serial.frameCount}));
     const auto decoded = decodeFile(output());
     QVERIFY(decoded);
@@ -396,39 +366,18 @@ void TestMix::damagedSoundFailsTheExport()
     QCOMPARE(files(), (QStringList{u"a.m4a"_s, u"a.mic.m4a"_s, u"a.system.m4a"_s}));
 }
 
-void TestMix::noRoomFailsTheExport_data()
-{
-    QTest::addColumn<bool>("fullDisk");
-    QTest::newRow("full disk") << true;
-    QTest::newRow("limit on file sizes") << false;
-}
-
 void TestMix::noRoomFailsTheExport()
 {
-    QFETCH(bool, fullDisk);
     makeTracks(60);
     const QString folder = file(u"small"_s);
     QVERIFY(QDir().mkdir(folder));
-    const QString target = folder + u"/a.m4a"_s;
-    ExportOutcome outcome;
-    if (fullDisk) {
-        const QByteArray place = QFile::encodeName(folder);
-        if (::mount("tmpfs", place.constData(), "tmpfs", 0, "size=256k") != 0)
-            QSKIP("mounting is not permitted");
-        outcome = mixInto(target);
-        const QStringList left = QDir(folder).entryList(QDir::Files | QDir::Hidden);
-        ::umount(place.constData());
-        QCOMPARE(left, QStringList());
-    } else {
-        std::signal(SIGXFSZ, SIG_IGN);
-        rlimit before{};
-        QCOMPARE(::getrlimit(RLIMIT_FSIZE, &before), 0);
-        const rlimit little{.rlim_cur = 256 << 10, .rlim_max = before.rlim_max};
-        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &little), 0);
-        outcome = mixInto(target);
-        QCOMPARE(::setrlimit(RLIMIT_FSIZE, &before), 0);
-        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList());
-    }
+    const QByteArray place = QFile::encodeName(folder);
+    if (::mount("tmpfs", place.constData(), "tmpfs", 0, "size=256k") != 0)
+        QSKIP("mounting is not permitted");
+    const auto outcome = mixInto(folder + u"/a.m4a"_s);
+    const QStringList left = QDir(folder).entryList(QDir::Files | QDir::Hidden);
+    ::umount(place.constData());
+    QCOMPARE(left, QStringList());
     QVERIFY(!outcome.completed);
     QVERIFY(outcome.error && !outcome.error->description().isEmpty());
     QVERIFY(decodeFile(system()) && decodeFile(mic()));

@@ -12,8 +12,6 @@ class TestSampleRing : public QObject
 private Q_SLOTS:
     void keepsOrderBetweenThreads();
     void countsWhatDoesNotFit();
-    void holdsTenSeconds_data();
-    void holdsTenSeconds();
 };
 
 void TestSampleRing::keepsOrderBetweenThreads()
@@ -85,25 +83,6 @@ void TestSampleRing::countsWhatDoesNotFit()
     QVERIFY(ring.write({MediaTime(0), 99, 48000, frames}, samples));
     QCOMPARE(ring.take(taken)->ticks, 99U);
     QCOMPARE(taken, samples);
-}
-
-void TestSampleRing::holdsTenSeconds_data()
-{
-    QTest::addColumn<int>("channels");
-    QTest::addColumn<quint32>("frames");
-    QTest::newRow("stereo, long cycles") << 2 << 2048U;
-    QTest::newRow("mono, shortest cycles") << 1 << 32U;
-}
-
-void TestSampleRing::holdsTenSeconds()
-{
-    QFETCH(const int, channels);
-    QFETCH(const quint32, frames);
-    SampleRing ring = SampleRing::tenSeconds(channels);
-    const std::vector<float> samples(frames * static_cast<std::size_t>(channels));
-    for (quint32 written = 0; written < 480'000; written += frames)
-        ring.write({MediaTime(0), written, 48000, frames}, samples);
-    QCOMPARE(ring.takeLostFrames(), 0U);
 }
 
 QTEST_GUILESS_MAIN(TestSampleRing)

@@ -28,8 +28,6 @@ class SystemAudioRecorderTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void failedStartLeavesNothingBehind_data();
-    void failedStartLeavesNothingBehind();
     void recordingFromStartToStop();
     void endOfCaptureIsToldOnceOnTheMainThread();
     void fullDiskIsToldLikeAnEndOfCapture();
@@ -37,56 +35,6 @@ private Q_SLOTS:
     void meterRisesAtOnceAndFallsSlowly();
     void meterIsReadWhileItIsFed();
 };
-
-void SystemAudioRecorderTest::failedStartLeavesNothingBehind_data()
-{
-    QTest::addColumn<QString>("step");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<bool>("oldFileStays");
-    QTest::addColumn<QStringList>("calls");
-
-    const QStringList ready{u"capture targets"_s, u"writer create"_s, u"writer input"_s,
-                            u"writer start"_s};
-    const QString noFile = u"系统音频文件创建失败"_s;
-    QTest::newRow("access refused")
-        << u"capture targets"_s << u"屏幕录制权限未授予：capture trouble"_s << true
-        << ready.first(1);
-    QTest::newRow("no output") << u"no output"_s << u"没有可用的显示器"_s << true << ready.first(1);
-    QTest::newRow("no writer") << u"writer create"_s << u"writer trouble"_s << false
-                               << ready.first(2) + QStringList{u"capture stop"_s};
-    QTest::newRow("input refused")
-        << u"writer input"_s << noFile << false << ready.first(3) + QStringList{u"capture stop"_s};
-    QTest::newRow("writing does not start")
-        << u"writer start"_s << noFile << false << ready + QStringList{u"capture stop"_s};
-    QTest::newRow("receiver refused")
-        << u"capture deliver"_s << u"capture trouble"_s << false
-        << ready + QStringList{u"capture deliver"_s, u"capture stop"_s, u"writer cancel"_s};
-    QTest::newRow("capture does not start")
-        << u"capture start"_s << u"capture trouble"_s << false
-        << ready + QStringList{u"capture deliver"_s, u"capture start"_s, u"capture stop"_s,
-                               u"writer cancel"_s};
-}
-
-void SystemAudioRecorderTest::failedStartLeavesNothingBehind()
-{
-    QFETCH(const QString, step);
-    AudioRig rig;
-    rig.putFile(trackName, 10);
-    rig.script.failAt(step);
-    if (step == u"no output"_s)
-        rig.capture.outputs.clear();
-    SystemAudioRecorder recorder(rig.capture, rig.writers, rig.clock);
-
-    const auto started = QCoro::waitFor(recorder.start(rig.url(trackName), AudioQuality::high));
-
-    QVERIFY(!started);
-    QTEST(started.error().description(), "message");
-    QTEST(rig.script.calls, "calls");
-    QTEST(QFile::exists(rig.path(trackName)), "oldFileStays");
-    QCOMPARE(rig.capture.liveStreams, 0);
-    QCOMPARE(QCoro::waitFor(recorder.stop()), std::nullopt);
-    QCOMPARE(rig.log.take(), QStringList());
-}
 
 void SystemAudioRecorderTest::recordingFromStartToStop()
 {

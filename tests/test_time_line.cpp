@@ -29,7 +29,6 @@ private Q_SLOTS:
     void placesTheLastCycle();
     void cutsOnUntilTheOverlapIsOver();
     void givesBackWhatTheClockFilledIn();
-    void asksTheClockWhenInDoubt();
 };
 
 void TestTimeLine::placesTheLastCycle_data()
@@ -101,16 +100,6 @@ void TestTimeLine::givesBackWhatTheClockFilledIn()
     const qint64 appended = 480 + 96000;
     const auto placement = line.place(cycle(3010, 1480 + 144000), appended, heardAt(appended));
     QCOMPARE(placement, (TimeLine::Placement{48000, 0}));
-}
-
-void TestTimeLine::asksTheClockWhenInDoubt()
-{
-    TimeLine line(48000);
-    line.place(cycle(0, 1000), 0, heardAt(0));
-    line.resynchronise();
-    // 100 ms were lost that the driver's ticks do not know of.
-    QCOMPARE(line.place(cycle(110, 1480), 480, heardAt(480)), (TimeLine::Placement{4800, 0}));
-    QCOMPARE(line.place(cycle(120, 1960), 5760, heardAt(5760)), (TimeLine::Placement{0, 0}));
 }
 
 QTEST_GUILESS_MAIN(TestTimeLine)

@@ -60,13 +60,11 @@ private Q_SLOTS:
     void buffersArePlacedByTheirTime();
     void closedTrackIsExactAndPrivate_data();
     void closedTrackIsExactAndPrivate();
-    void finishingCopiesEveryPacket_data();
     void finishingCopiesEveryPacket();
     void finishingThatFailsKeepsTheTrack();
     void foreignBytesAreNotFinished_data();
     void foreignBytesAreNotFinished();
     void followerGetsEveryPacket();
-    void followerLearnsOfTheEnd_data();
     void followerLearnsOfTheEnd();
     void slowFollowerIsGivenUp_data();
     void slowFollowerIsGivenUp();
@@ -194,25 +192,18 @@ void TestTrackWriter::closedTrackIsExactAndPrivate()
     QVERIFY(frames > 0 || QFile(path()).size() < 1024); // what counts as without content
 }
 
-void TestTrackWriter::finishingCopiesEveryPacket_data()
-{
-    QTest::addColumn<int>("times");
-    QTest::addRow("once") << 1;
-    QTest::addRow("again on the finished file") << 2;
-}
-
 void TestTrackWriter::finishingCopiesEveryPacket()
 {
-    QFETCH(int, times);
     const auto samples = noise(0.4, 300000, 6);
     record(mono, samples);
     const EncodedSound expected = encodeSound(mono, samples);
     QVERIFY(readPackets(path()).packets == expected.packets);
-    for (int i = 0; i < times; ++i)
+    for (int i = 0; i < 2; ++i) { // again on the finished file
         QVERIFY(finishTrackFile(path()));
-    const StoredPackets stored = readPackets(path());
-    QVERIFY(stored.packets == expected.packets);
-    QCOMPARE(stored.frameCount, 300000);
+        const StoredPackets stored = readPackets(path());
+        QVERIFY(stored.packets == expected.packets);
+        QCOMPARE(stored.frameCount, 300000);
+    }
 }
 
 void TestTrackWriter::finishingThatFailsKeepsTheTrack()
@@ -276,25 +267,19 @@ void TestTrackWriter::followerGetsEveryPacket()
     QVERIFY(packets == encodeSound(mono, samples).packets);
 }
 
-void TestTrackWriter::followerLearnsOfTheEnd_data()
-{
-    QTest::addColumn<int>("how");
-    QTest::addRow("cancelled") << 0;
-    QTest::addRow("dropped") << 1;
-}
-
 void TestTrackWriter::followerLearnsOfTheEnd()
 {
-    QFETCH(int, how);
-    auto writer = started();
-    QVERIFY(writer);
-    const auto track = m_live.take(path());
-    if (how == 0)
-        writer->cancel();
-    else
-        writer.reset();
-    QVERIFY(!track->next(1h)); // returns at once
-    QCOMPARE(track->state(), LiveTrack::State::lost);
+    for (const bool isCancelled : {true, false}) {
+        auto writer = started();
+        QVERIFY(writer);
+        const auto track = m_live.take(path());
+        if (isCancelled)
+            writer->cancel();
+        else
+            writer.reset();
+        QVERIFY(!track->next(1h)); // returns at once
+        QCOMPARE(track->state(), LiveTrack::State::lost);
+    }
 }
 
 void TestTrackWriter::slowFollowerIsGivenUp_data()
