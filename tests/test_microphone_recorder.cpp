@@ -1,8 +1,4 @@
-#include "base/Tasks.h"
-#include "platform/linux/pipewire/MediaClock.h"
-#include "platform/linux/pipewire/PipeWireCaptureService.h"
-#include "platform/linux/pipewire/PipeWireMicrophones.h"
-#include "tests/support/KeptSound.h"
+#include "tests/support/LiveSound.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SoundSession.h"
 #include "tests/support/UndisturbedAttempts.h"
@@ -22,66 +18,12 @@ using Kind = MicrophoneEvent::Kind;
 const QString speaker = qEnvironmentVariable("PARLOVANCE_SPEAKER");
 const QString microphone = qEnvironmentVariable("PARLOVANCE_MICROPHONE");
 
-/// A recording of the private session's microphone, from its creation to end().
-class Recording
-{
-public:
+/// With a connection of its own.
+struct Recording : Connection, LiveMicrophone {
     Recording()
-        : Recording(m_ownServer, m_ownOrigin)
+        : LiveMicrophone(static_cast<Connection &>(*this))
     {
     }
-
-    Recording(PipeWireServer &server, TrackOrigin &origin)
-        : m_microphones(server, origin, writers)
-    {
-        auto created = QCoro::waitFor(m_microphones.create(u"/nowhere"_s, {48000, 1, 48000}));
-        if (!created) {
-            refusal = created.error().description();
-            return;
-        }
-        recorder = std::move(*created);
-        recorder->setMeteringEnabled(true);
-        recorder->setEventHandler([this](const MicrophoneEvent &event) {
-            events.append(event.kind);
-            texts.append(event.text);
-        });
-        QElapsedTimer timer;
-        timer.start();
-        isRunning = QCoro::waitFor(recorder->prepare()) && QCoro::waitFor(recorder->record());
-        startMilliseconds = timer.elapsed();
-    }
-
-    bool waitFor(double seconds) const
-    {
-        const auto limit = static_cast<int>(seconds * 1000.0) + 15'000;
-        return QTest::qWaitFor([&] { return writers.sound.seconds() >= seconds; }, limit);
-    }
-
-    void end()
-    {
-        const MediaTime before = mediaNow();
-        QCoro::waitFor(recorder->stop());
-        lengthError = writers.sound.lengthError(before, mediaNow());
-    }
-
-private:
-    PipeWireServer m_ownServer;
-    TrackOrigin m_ownOrigin;
-
-public:
-    KeptSoundWriters writers;
-    QString refusal;
-    QList<Kind> events;
-    QStringList texts;
-    bool isRunning = false;
-    qint64 startMilliseconds = 0;
-    double lengthError = 1.0; ///< seconds by which the track is longer than the clock says
-
-private:
-    PipeWireMicrophones m_microphones;
-
-public:
-    std::unique_ptr<MicrophoneRecorder> recorder;
 };
 
 /// A microphone that can be pulled out.
@@ -179,22 +121,18 @@ void TestMicrophoneRecorder::beginsTogetherWithTheSystemTrack()
             SoundSession::run({u"sh"_s, u"-c"_s, u"pw-link -o | grep -m1 ^voice-"_s});
         SoundSession::run({u"pw-link"_s, player, speaker + u":playback_FL"_s});
 
-        PipeWireServer server;
-        TrackOrigin origin;
-        PipeWireCaptureService service(server, origin);
-        KeptCapture system;
-        const auto stream = service.makeStream({}, CaptureFormat());
-        QVERIFY(stream->deliverTo(system, u"com.parlovance.audio.system"_s));
-        QVERIFY(QCoro::waitFor(stream->start()));
-        Recording recording(server, origin);
+        Connection connection;
+        LiveCapture system(connection);
+        QVERIFY(system.started);
+        LiveMicrophone recording(connection);
         QVERIFY(recording.waitFor(3.0));
-        QCoro::waitFor(stream->stop());
+        system.end();
         recording.end();
-        QCOMPARE(recording.writers.sound.origin(), system.sound.origin());
+        QCOMPARE(recording.writers.sound.origin(), system.kept.sound.origin());
 
         if (attempts.wasDisturbed())
             continue;
-        const auto heard = CounterTrace::find(system.sound.samples(), 1);
+        const auto heard = CounterTrace::find(system.kept.sound.samples(), 1);
         const auto spoken = CounterTrace::find(recording.writers.sound.samples(), 1);
         qInfo("the same sound is %.2f ms apart",
               double(heard.lastOffset - spoken.lastOffset) / 48.0);
@@ -303,10 +241,9 @@ void TestMicrophoneRecorder::needsAMicrophone()
     const Recording recording;
     QCOMPARE(recording.refusal, u"没有找到麦克风"_s);
 
-    PipeWireServer server;
-    TrackOrigin origin;
+    Connection connection;
     KeptSoundWriters writers;
-    PipeWireMicrophones microphones(server, origin, writers);
+    PipeWireMicrophones microphones(connection.server, connection.origin, writers);
     QVERIFY(QCoro::waitFor(microphones.requestAccess()));
 }
 

@@ -1,85 +1,28 @@
-#include "platform/linux/pipewire/MediaClock.h"
-#include "platform/linux/pipewire/PipeWireCaptureService.h"
-#include "tests/support/KeptSound.h"
+#include "tests/support/LiveSound.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/SoundSession.h"
 #include "tests/support/UndisturbedAttempts.h"
 
 #include <QCoroTask>
-#include <QElapsedTimer>
 #include <QTest>
 #include <QThread>
 #include <QThreadPool>
-
-#include <thread>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
 namespace
 {
-/// Is held up once, with its first buffer, as by a disk that does not answer.
-class StallingCapture : public KeptCapture
-{
-public:
-    explicit StallingCapture(std::chrono::seconds stall)
-        : m_stall(stall)
-    {
-    }
-
-    void didCapture(const AudioBuffer &buffer) override
-    {
-        std::this_thread::sleep_for(std::exchange(m_stall, 0s));
-        KeptCapture::didCapture(buffer);
-    }
-
-private:
-    std::chrono::seconds m_stall;
+struct Logged {
+    LogCapture log;
 };
 
-/// A capture of what the private session plays, from its creation to end().
-class Capture
-{
-public:
+/// With a connection and a log of its own.
+struct Capture : Logged, Connection, LiveCapture {
     explicit Capture(std::chrono::seconds stall = 0s)
-        : kept(stall)
+        : LiveCapture(*this, stall)
     {
-        QElapsedTimer timer;
-        timer.start();
-        const auto targets = QCoro::waitFor(m_service.targets());
-        m_stream = m_service.makeStream(targets->first(), CaptureFormat());
-        m_delivering = m_stream->deliverTo(kept, u"com.parlovance.audio.system"_s);
-        started = QCoro::waitFor(m_stream->start());
-        startMilliseconds = timer.elapsed();
     }
-
-    void end()
-    {
-        const MediaTime before = mediaNow();
-        QCoro::waitFor(m_stream->stop());
-        lengthError = kept.sound.lengthError(before, mediaNow());
-        lines = m_log.take();
-    }
-
-    bool waitFor(double seconds) const
-    {
-        const auto limit = static_cast<int>(seconds * 1000.0) + 15'000;
-        return QTest::qWaitFor([&] { return kept.sound.seconds() >= seconds; }, limit);
-    }
-
-    TrackOrigin origin;
-    StallingCapture kept;
-    std::expected<void, Error> started;
-    qint64 startMilliseconds = 0;
-    QStringList lines;        ///< of the log
-    double lengthError = 1.0; ///< seconds by which the track is longer than the clock says
-
-private:
-    LogCapture m_log;
-    PipeWireServer m_server;
-    PipeWireCaptureService m_service{m_server, origin};
-    std::unique_ptr<CaptureStream> m_stream;
-    std::expected<void, Error> m_delivering;
 };
 
 const QString speaker = qEnvironmentVariable("PARLOVANCE_SPEAKER");
@@ -114,6 +57,8 @@ void TestSystemCapture::deliversWhatIsPlayed()
         Capture capture;
         QVERIFY(capture.started);
         QVERIFY(capture.startMilliseconds < 1000);
+        PipeWireCaptureService service(capture.server, capture.origin);
+        QVERIFY(!QCoro::waitFor(service.targets())->isEmpty());
         const auto player = SoundSession::play(file, speaker);
         QVERIFY(capture.waitFor(6.0));
         QCOMPARE(capture.origin.time(), capture.kept.sound.origin());
@@ -252,7 +197,8 @@ void TestSystemCapture::losesNothingWhenBusy()
         QVERIFY(capture.waitFor(12.0));
         hogs.clear();
         capture.end();
-        QVERIFY(capture.lines.filter(u"lost"_s).isEmpty());
+        const QStringList lines = capture.log.take();
+        QVERIFY(lines.filter(u"lost"_s).isEmpty());
 
         if (attempts.wasDisturbed())
             continue;
@@ -263,7 +209,7 @@ void TestSystemCapture::losesNothingWhenBusy()
         // The player has no priority here and may be late; what it played is all there.
         QCOMPARE(trace.repeated, 0);
         QCOMPARE(trace.skipped, 0);
-        qInfo("%s", qPrintable(capture.lines.last()));
+        qInfo("%s", qPrintable(lines.last()));
         return;
     }
     QSKIP(UndisturbedAttempts::skipped);
@@ -286,7 +232,7 @@ void TestSystemCapture::keepsTimeWhenHeldUp()
         Capture capture{std::chrono::seconds(seconds)};
         QVERIFY(capture.waitFor(seconds + 3.0));
         capture.end();
-        QCOMPARE(capture.lines.filter(u"lost"_s).size(), isLost ? 1 : 0);
+        QCOMPARE(capture.log.take().filter(u"lost"_s).size(), isLost ? 1 : 0);
 
         if (attempts.wasDisturbed())
             continue;
