@@ -123,9 +123,7 @@ void AuthClientTest::sessionThatComesLate()
     if (meanwhile == u"goes") {
         desktop.client.reset();
     } else if (meanwhile != u"nothing") {
-        desktop.client->beginLogin();
-        desktop.client->handleCallback(u"parlovance://auth?token=t1&state="_s +
-                                       desktop.openedState());
+        desktop.signIn();
         if (meanwhile == u"signs out")
             desktop.client->logout();
     }
@@ -227,9 +225,7 @@ void AuthClientTest::lateReplyIsDropped()
         desktop.script.releaseAt(identity);
     desktop.client->logout();
     if (signsInAgain) {
-        desktop.client->beginLogin();
-        desktop.client->handleCallback(u"parlovance://auth?token=t1&state="_s +
-                                       desktop.openedState());
+        desktop.signIn();
     }
     const QString before = desktop.state();
     const QStringList stored = desktop.secrets.own();

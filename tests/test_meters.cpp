@@ -1,4 +1,3 @@
-#include "tests/support/Picture.h"
 #include "ui/BarRow.h"
 #include "ui/LevelMeter.h"
 #include "ui/MS.h"
@@ -48,22 +47,9 @@ private:
     QEvent::Type m_type;
 };
 
-/// The lengths of the filled runs of a line of pixels, with the gaps between them as negative ones.
-QList<int> runs(const QImage &picture, int y)
-{
-    QList<int> found;
-    for (int x = 0; x < picture.width(); ++x) {
-        const int step = picture.pixelColor(x, y) == MS::bg2 ? -1 : 1;
-        if (found.isEmpty() || (found.constLast() > 0) != (step > 0))
-            found.append(0);
-        found.last() += step;
-    }
-    return found;
-}
-
 } // namespace
 
-/// The two rows of bars that move: their arithmetic, their pixels and when they tick.
+/// The two rows of bars that move: their arithmetic and when they tick.
 class TestMeters : public QObject
 {
     Q_OBJECT
@@ -86,19 +72,10 @@ private Q_SLOTS:
         QTest::addColumn<double>("seed");
         QTest::addColumn<double>("level"); // negative: not live
         QTest::addColumn<double>("expected");
-        QTest::newRow("first bar") << 0 << 0.0 << 1.0 << -1.0 << 0.727889389;
-        QTest::newRow("seed 0") << 0 << 0.0 << 0.0 << -1.0 << 0.35;
         QTest::newRow("last bar") << 39 << 12.5 << 1.0 << -1.0 << 0.457079896;
-        QTest::newRow("today") << 7 << 5572248001.6 << 1.0 << -1.0 << 0.648667321;
         QTest::newRow("today, half level") << 7 << 5572248001.6 << 1.0 << 0.5 << 0.399301574;
         QTest::newRow("limited above") << 32 << 0.0 << 1.0 << -1.0 << 1.0;
-        QTest::newRow("limited above, half level") << 32 << 0.0 << 1.0 << 0.5 << 0.615572207;
         QTest::newRow("limited below") << 8 << 2.7 << 1.0 << -1.0 << 0.1;
-        QTest::newRow("limited below, silent") << 8 << 2.7 << 1.0 << 0.0 << 0.006;
-        QTest::newRow("limited below, full level") << 8 << 2.7 << 1.0 << 1.0 << 0.1;
-        QTest::newRow("nearly silent") << 20 << 7.0 << 1.0 << 0.01 << 0.051131217;
-        QTest::newRow("above the least level") << 20 << 7.0 << 1.0 << 0.02 << 0.055113231;
-        QTest::newRow("full level") << 20 << 7.0 << 1.0 << 1.0 << 0.852186945;
         QTest::newRow("level beyond full") << 20 << 7.0 << 1.0 << 4.0 << 0.852186945;
         QTest::newRow("no number") << 8 << 2.7 << 1.0 << qQNaN() << 0.006;
     }
@@ -127,13 +104,7 @@ private Q_SLOTS:
         QTest::addColumn<double>("level");
         QTest::addColumn<double>("expected");
         QTest::newRow("idle") << 0 << 0.0 << false << 0.0 << 0.085;
-        QTest::newRow("idle ignores the level") << 0 << 0.0 << false << 1.0 << 0.085;
-        QTest::newRow("idle, a later bar") << 5 << 1.25 << false << 0.9 << 0.054831068;
         QTest::newRow("idle today") << 11 << moment << false << 0.8 << 0.096755618;
-        QTest::newRow("active") << 0 << 0.0 << true << 1.0 << 0.35;
-        QTest::newRow("active, a later bar") << 5 << 1.25 << true << 1.0 << 0.361275827;
-        QTest::newRow("active, a quarter") << 5 << 1.25 << true << 0.25 << 0.090318957;
-        QTest::newRow("active, silent") << 5 << 1.25 << true << 0.0 << 0.0;
         QTest::newRow("active today") << 11 << moment << true << 0.8 << 0.584504881;
         QTest::newRow("level beyond full") << 5 << 1.25 << true << 7.0 << 0.361275827;
         QTest::newRow("no number") << 5 << 1.25 << true << qQNaN() << 0.0;
@@ -181,97 +152,6 @@ private Q_SLOTS:
         const BarSpan span = barSpan(bar, bars, gap, width, pixelRatio);
         QTEST(span.left, "left");
         QTEST(span.width, "barWidth");
-    }
-
-    // Python: max(amplitude(i, moment * speed) * 28, 2) for bars 0, 1, 7, 20, 39
-    void waveformIsAsHighAsTheSound_data()
-    {
-        QTest::addColumn<bool>("isLive");
-        QTest::addColumn<double>("level");
-        QTest::addColumn<QList<double>>("heights");
-        QTest::newRow("idle") << false << 1.0 << QList<double>{18.23, 9.11, 18.44, 20.37, 10.35};
-        QTest::newRow("live") << true << 0.5 << QList<double>{14.26, 14.73, 11.18, 2.45, 15.96};
-        QTest::newRow("silent") << true << 0.0 << QList<double>{2, 2, 2, 2, 2};
-    }
-
-    void waveformIsAsHighAsTheSound()
-    {
-        QFETCH(const bool, isLive);
-        QFETCH(const double, level);
-        QFETCH(const QList<double>, heights);
-        Waveform waveform(40, 1);
-        waveform.setColors(MS::text, MS::amber);
-        waveform.resize(198, 28); // bars of 3
-        waveform.setLive(isLive);
-        waveform.setLevel(level);
-        const QImage picture = pictureOf(waveform);
-        QCOMPARE(runs(picture, 14).count(3), 40);
-        QCOMPARE(runs(picture, 14).count(-2), 39);
-        QList<double> off;
-        const QList<int> bars{0, 1, 7, 20, 39};
-        for (qsizetype i = 0; i < bars.size(); ++i)
-            off.append(heightAt(picture, bars[i] * 5 + 1) - heights[i]);
-        for (const double difference : off)
-            QVERIFY2(std::abs(difference) < 0.1, QByteArray::number(difference));
-    }
-
-    void playedBarsBrighten_data()
-    {
-        QTest::addColumn<double>("played");
-        QTest::addColumn<int>("count");
-        QTest::newRow("none") << 0.0 << 0;
-        QTest::newRow("cut, not rounded") << 0.39 << 3;
-        QTest::newRow("all") << 1.0 << 10;
-        QTest::newRow("beyond all") << 9.0 << 10;
-    }
-
-    void playedBarsBrighten()
-    {
-        QFETCH(const double, played);
-        QFETCH(const int, count);
-        Waveform waveform(10, 1);
-        waveform.setColors(MS::moss, MS::amber);
-        waveform.resize(48, 28); // bars of 3
-        waveform.setPlayed(played);
-        const QImage picture = pictureOf(waveform);
-        for (int i = 0; i < 10; ++i) {
-            const QColor expected =
-                i < count ? onGround(MS::amber, 0.6 + 0.04 * i) : onGround(MS::moss, 0.85);
-            QVERIFY2(isAlike(picture.pixelColor(i * 5 + 1, 14), expected), QByteArray::number(i));
-        }
-    }
-
-    void meterJumpsWithTheLevel()
-    {
-        LevelMeter meter(12);
-        meter.setActive(true);
-        meter.setLevel(0.8);
-        const QImage picture = pictureOf(meter);
-        QCOMPARE(picture.size(), QSize(40, 14));
-        QCOMPARE(runs(picture, 7).count(-1), 11);
-        // Python: max(fill * 14, 2), and fill * .45 + .55; x is where the bar begins at scale 1
-        const struct {
-            int x;
-            double height;
-            double opacity;
-        } bars[] = {{0, 2, 0.609}, {4, 5.22, 0.718},  {7, 10.41, 0.885}, {17, 2, 0.61},
-                    {24, 2, 0.55}, {34, 3.63, 0.667}, {38, 8.18, 0.813}};
-        for (const auto &[x, height, opacity] : bars) {
-            QVERIFY2(std::abs(heightAt(picture, x) - height) < 0.15, QByteArray::number(x));
-            QVERIFY2(isAlike(picture.pixelColor(x, 7), onGround(MS::amber, opacity)),
-                     QByteArray::number(x));
-        }
-    }
-
-    void idleMeterIsLowAndFaint()
-    {
-        LevelMeter meter(12);
-        meter.setLevel(1);
-        const QImage picture = pictureOf(meter);
-        for (const int x : {0, 7, 24, 38})
-            QVERIFY(isAlike(picture.pixelColor(x, 7), onGround(MS::ghost, 0.3)));
-        for (const int y : {0, 4, 9, 13})
-            QVERIFY(runs(picture, y) == QList<int>{-40});
     }
 
     void tickOnlyWhileVisible_data()
@@ -333,13 +213,6 @@ private Q_SLOTS:
         QTRY_VERIFY(ofFirst.count >= 12 && ofSecond.count >= 12);
         QCOMPARE(ofLabel.count, 0);
         QVERIFY2(ofPanel.count <= 18, QByteArray::number(ofPanel.count)); // 24 if each for itself
-    }
-
-    void headingIsInCapitals()
-    {
-        const SectionLabel label(u"<b>Capture</b> été"_s, MS::faint);
-        QCOMPARE(label.text(), u"<B>CAPTURE</B> ÉTÉ"_s);
-        QCOMPARE(label.textFormat(), Qt::PlainText);
     }
 };
 

@@ -60,7 +60,6 @@ private Q_SLOTS:
     void pressing_data();
     void pressing();
     void longReason();
-    void goingButtonLeavesTheKeyboardToItsRow();
 };
 
 void RecentRowTest::kinds_data()
@@ -179,15 +178,6 @@ void RecentRowTest::longReason()
     const QString word = u"x"_s.repeated(300);
     QCOMPARE(RecentRow::heightFor(session(Status::failed, word, {}), width), row->height());
     QCOMPARE(RecentRow::heightFor(session(Status::ready, word, {}), width), one);
-}
-
-void RecentRowTest::goingButtonLeavesTheKeyboardToItsRow()
-{
-    const auto row = shownRow(session(Status::ready, {}, {}));
-    QVERIFY(row);
-    row->findChild<QWidget *>(u"upload"_s)->setFocus();
-    row->setSession(session(Status::processing, {}, {}));
-    QVERIFY(row->hasFocus());
 }
 
 QTEST_MAIN(RecentRowTest)

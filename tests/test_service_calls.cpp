@@ -59,22 +59,6 @@ QString classified(const QString &exchange, const HttpOutcome &outcome)
     return result ? shown(*result) : shown(result.error());
 }
 
-/// Every member of \p body in its place, as each decoder of records sees it.
-QString decoded(const QString &record, const QByteArray &body)
-{
-    if (record == "me"_L1) {
-        const auto me = decodedMe(body);
-        return me ? shown(me->user.id) + u' ' + shown(me->user.email) : u"undecodable"_s;
-    }
-    const auto release = decodedLatestRelease(body);
-    if (!release)
-        return u"undecodable"_s;
-    const QStringList members{shown(release->version), shown(release->publishedAt),
-                              shown(release->htmlUrl), shown(release->downloadUrl),
-                              shown(release->notes)};
-    return members.join(u' ');
-}
-
 QByteArray nested(int depth)
 {
     return QByteArray("[").repeated(depth) + QByteArray("]").repeated(depth);
@@ -88,8 +72,6 @@ class ServiceCallsTest : public QObject
 private Q_SLOTS:
     void classification_data();
     void classification();
-    void records_data();
-    void records();
     void messages_data();
     void messages();
     void longBodyIsCutWhereACharacterEnds();
@@ -234,47 +216,6 @@ void ServiceCallsTest::classification()
     QTEST(classified(exchange, outcome), "expected");
 }
 
-void ServiceCallsTest::records_data()
-{
-    QTest::addColumn<QString>("record");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("expected");
-
-    const auto row = [](const char *name, const QString &record, const QByteArray &body,
-                        const QString &expected) {
-        QTest::addRow("%s: %s", qPrintable(record), name) << record << body << expected;
-    };
-    const auto undecodable = u"undecodable"_s;
-    row("whole", u"me"_s, R"({"user":{"id":"7","email":"a@b.c","name":"x"}})", u"7 a@b.c"_s);
-    row("null members", u"me"_s, R"({"user":{"id":null,"email":null}})", u"- -"_s);
-    row("empty user", u"me"_s, R"({"user":{}})", u"- -"_s);
-    row("no user", u"me"_s, "{}", undecodable);
-    row("user null", u"me"_s, R"({"user":null})", undecodable);
-    row("user a string", u"me"_s, R"({"user":"a@b.c"})", undecodable);
-    row("identifier a number", u"me"_s, R"({"user":{"id":7,"email":"a@b.c"}})", undecodable);
-    row("address a list", u"me"_s, R"({"user":{"email":["a@b.c"]}})", undecodable);
-    row("address over 1 KiB", u"me"_s, R"({"user":{"email":")" + QByteArray(1025, 'a') + "\"}}",
-        undecodable);
-    row("empty body", u"me"_s, "", undecodable);
-    row("whole", u"release"_s,
-        R"({"version":"1.2","publishedAt":"p","htmlUrl":"h","downloadUrl":"d","notes":"n"})",
-        u"1.2 p h d n"_s);
-    row("empty object", u"release"_s, "{}", u"- - - - -"_s);
-    row("version null", u"release"_s, R"({"version":null,"notes":""})", u"- - - - "_s);
-    row("version a number", u"release"_s, R"({"version":1.2})", undecodable);
-    row("unused member of another kind", u"release"_s, R"({"version":"1","notes":[]})",
-        undecodable);
-    row("null", u"release"_s, "null", undecodable);
-}
-
-void ServiceCallsTest::records()
-{
-    QFETCH(const QString, record);
-    QFETCH(const QByteArray, body);
-
-    QTEST(decoded(record, body), "expected");
-}
-
 void ServiceCallsTest::messages_data()
 {
     using Case = UploadError::Case;
@@ -286,8 +227,6 @@ void ServiceCallsTest::messages_data()
     };
     row("put", UploadError(Case::ossPutFailed, 500, u"%1 %2"_s),
         u"上传到 OSS 失败 (HTTP 500)：%1 %2"_s);
-    row("not logged in", UploadError(Case::notLoggedIn), u"未登录，无法上传"_s);
-    row("unauthorized", UploadError(Case::unauthorized), u"登录已过期，请重新登录"_s);
     row("decoding", decodedReconcile(R"({"meetings":1})").error(),
         u"服务器的回复无法解析：\"meetings\" is not an array"_s);
     row("secrets of an undecodable reply stay in it",

@@ -2,7 +2,6 @@
 #include "ui/MS.h"
 #include "ui/MSSwitch.h"
 
-#include <QElapsedTimer>
 #include <QSignalBlocker>
 #include <QSignalSpy>
 #include <QTest>
@@ -37,30 +36,6 @@ class TestSwitch : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void knobFillsItsEnd()
-    {
-        MSSwitch toggle;
-        const QImage picture = pictureOf(toggle);
-        QCOMPARE(picture.size(), QSize(30, 17));
-        // 14 wide, from 1.5 to 15.5, on a capsule that reaches the edges but not the corners
-        for (const int x : {2, 8, 14})
-            QVERIFY(isAlike(picture.pixelColor(x, 8), Qt::white));
-        QVERIFY(!isAlike(picture.pixelColor(16, 8), Qt::white));
-        QVERIFY(picture.pixelColor(16, 8).red() < MS::hover.red()); // the knob's shadow
-        for (const int x : {18, 22, 28})
-            QVERIFY(isAlike(picture.pixelColor(x, 8), MS::hover));
-        for (const QPoint corner : {QPoint(0, 0), QPoint(29, 0), QPoint(0, 16), QPoint(29, 16)})
-            QVERIFY(isAlike(picture.pixelColor(corner), MS::bg2));
-    }
-
-    void isWhereItShouldBeWhenFirstShown()
-    {
-        MSSwitch toggle;
-        QCOMPARE(shown(toggle), u"off"_s);
-        toggle.setChecked(true);
-        QCOMPARE(shown(toggle), u"on"_s);
-    }
-
     void follows_data()
     {
         QTest::addColumn<QString>("by");
@@ -96,18 +71,6 @@ private Q_SLOTS:
         QVERIFY(!toggle.isChecked());
         QTRY_COMPARE(shown(toggle), u"off"_s);
         QCOMPARE(toggled.count(), by == "silent"_L1 ? 0 : 2);
-    }
-
-    void slidesFor150Milliseconds()
-    {
-        MSSwitch toggle;
-        toggle.show();
-        QElapsedTimer time;
-        time.start();
-        toggle.click();
-        QCOMPARE(shown(toggle), u"off"_s);
-        QTRY_COMPARE(shown(toggle), u"on"_s);
-        QVERIFY(time.elapsed() >= 120);
     }
 
     void hidingEndsTheSlide()

@@ -92,8 +92,6 @@ class UpdateCheckerTest : public QObject
 private Q_SLOTS:
     void newer_data();
     void newer();
-    void runningVersion_data();
-    void runningVersion();
     void outcomes_data();
     void outcomes();
     void failureKeepsWhatWasKnown();
@@ -147,24 +145,6 @@ void UpdateCheckerTest::newer()
     QFETCH(const QString, reference);
 
     QTEST(UpdateChecker::isNewer(candidate, reference), "isNewer");
-}
-
-void UpdateCheckerTest::runningVersion_data()
-{
-    QTest::addColumn<QByteArray>("bundle");
-    QTest::addColumn<QString>("version");
-
-    QTest::newRow("short") << QByteArray(R"({"shortVersion":"1.2","version":"9"})") << u"1.2"_s;
-    QTest::newRow("build") << QByteArray(R"({"shortVersion":1.2,"version":"9"})") << u"9"_s;
-    QTest::newRow("none") << QByteArray("{}") << u"0.0.0"_s;
-}
-
-void UpdateCheckerTest::runningVersion()
-{
-    QFETCH(const QByteArray, bundle);
-    const Rig rig(bundle);
-
-    QTEST(rig.checker.currentVersion(), "version");
 }
 
 void UpdateCheckerTest::outcomes_data()
