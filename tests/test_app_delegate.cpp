@@ -1,10 +1,7 @@
 #include "app/AppDelegate.h"
 #include "platform/linux/desktop/RememberedAccess.h"
-#include "settings/PrefsStore.h"
-#include "tests/support/AudioRig.h"
-#include "tests/support/FakeDefaults.h"
+#include "tests/support/AppRig.h"
 #include "tests/support/FakeHttpSession.h"
-#include "tests/support/FakeLoginItem.h"
 #include "tests/support/FakeSecretStore.h"
 #include "tests/support/FakeSleepInhibitor.h"
 #include "tests/support/FakeWorkspace.h"
@@ -26,14 +23,10 @@ using namespace std::chrono_literals;
 namespace
 {
 /// The application over a scripted machine and a web service that is not there.
-class Desk
+class Desk : public AppRig
 {
 public:
-    Desk()
-    {
-        prefs.setSaveLocation(rig.home.path());
-        prefs.setHasCompletedOnboarding(true);
-    }
+    Desk() { prefs.setHasCompletedOnboarding(true); }
 
     void launch()
     {
@@ -63,10 +56,6 @@ public:
         return titles;
     }
 
-    AudioRig rig;
-    FakeDefaults defaults;
-    FakeLoginItem loginItem;
-    PrefsStore prefs{defaults, loginItem, rig.home.path()};
     FakeHttpSession http{rig.script};
     FakeSecretStore secrets;
     RememberedAccess access{defaults, rig.microphones, rig.capture};

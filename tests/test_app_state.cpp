@@ -1,14 +1,10 @@
 #include "core/AppState.h"
-#include "settings/PrefsStore.h"
-#include "tests/support/AudioRig.h"
-#include "tests/support/FakeDefaults.h"
-#include "tests/support/FakeLoginItem.h"
+#include "core/RecentsCoding.h"
+#include "core/RecentsFile.h"
+#include "tests/support/AppRig.h"
 #include "tests/support/NoService.h"
 
 #include <QCoroTask>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRandomGenerator>
 #include <QTest>
 #include <QThreadPool>
@@ -27,14 +23,10 @@ using State = RecordingState;
 const QString tooShort = u"录音不足 10 秒，已自动丢弃"_s;
 
 /// The application's state on a scripted machine, where a second takes a millisecond.
-class Stage
+class Stage : public AppRig
 {
 public:
-    Stage()
-    {
-        prefs.setSaveLocation(rig.home.path());
-        start();
-    }
+    Stage() { start(); }
 
     /// As if the application had been started anew, where one runs already.
     void start() { app.emplace(rig.platform(), service.uploader(), prefs, 1ms); }
@@ -91,11 +83,7 @@ public:
 
     int count(const QString &call) const { return static_cast<int>(rig.script.calls.count(call)); }
 
-    AudioRig rig;
-    FakeDefaults defaults;
-    FakeLoginItem loginItem;
     NoService service;
-    PrefsStore prefs{defaults, loginItem, rig.home.path()};
     std::optional<AppState> app;
 };
 } // namespace
@@ -105,7 +93,6 @@ class AppStateTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void bothSourcesOff();
     void titleIsTakenAsTyped();
     void togglesWhileBusyDoNothing();
     void failedStartChangesOnlyStateAndMessage();
@@ -118,7 +105,6 @@ private Q_SLOTS:
     void listFollowsTheSaveFolder();
     void killedRecordingsAreListedAtLaunch_data();
     void killedRecordingsAreListedAtLaunch();
-    void listIsBroughtUpToDateAtStart_data();
     void listIsBroughtUpToDateAtStart();
     void sameSecondTwiceLosesNothing();
     void failedSystemAudioStopsAndTells_data();
@@ -137,24 +123,6 @@ private Q_SLOTS:
     void goneWhileTasksArePending_data();
     void goneWhileTasksArePending();
 };
-
-void AppStateTest::bothSourcesOff()
-{
-    Stage stage;
-    QCOMPARE(stage.rig.assets.leftoversFolder, stage.rig.home.path());
-    stage.app->setSystemAudioOn(false);
-    stage.app->setMicOn(false);
-    stage.toggle();
-    QCOMPARE(stage.app->lastError(), u"至少开启一个音源（系统声音或麦克风）"_s);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.rig.script.calls, QStringList(u"leftovers"_s));
-
-    stage.app->setMicOn(true);
-    stage.toggle();
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-    QTRY_COMPARE(stage.app->state(), State::recording);
-    QCOMPARE(stage.count(u"capture targets"_s), 0);
-}
 
 void AppStateTest::togglesWhileBusyDoNothing()
 {
@@ -415,50 +383,25 @@ void AppStateTest::killedRecordingsAreListedAtLaunch()
     }
 }
 
-void AppStateTest::listIsBroughtUpToDateAtStart_data()
-{
-    QTest::addColumn<QByteArray>("list"); // empty: none
-    QTest::addColumn<QStringList>("recordings");
-    QTest::addColumn<QStringList>("expected"); // title and status, or what is there instead
-    const QByteArray interrupted =
-        R"([{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","title":"周会",)"
-        R"("duration":"12s","durationSeconds":12,"when":"刚刚",)"
-        R"("startedAt":757382400,"status":"processing"}])";
-    QTest::newRow("an upload that did not end")
-        << interrupted << QStringList() << QStringList{u"周会 ready"_s};
-    QTest::newRow("no list") << QByteArray() << QStringList{u"a.m4a"_s}
-                             << QStringList{u"a ready"_s};
-    QTest::newRow("a damaged list")
-        << QByteArray("[{") << QStringList{u"a.m4a"_s} << QStringList{u"a ready"_s};
-    QTest::newRow("nothing at all") << QByteArray() << QStringList() << QStringList{u"no file"_s};
-}
-
 void AppStateTest::listIsBroughtUpToDateAtStart()
 {
-    QFETCH(const QByteArray, list);
-    QFETCH(const QStringList, recordings);
-    QFETCH(const QStringList, expected);
     Stage stage;
-    const auto put = [&stage](const QString &name, const QByteArray &content) {
-        QFile file(stage.rig.home.filePath(name));
-        return file.open(QFile::WriteOnly) && file.write(content) == content.size();
+    const QString path = stage.rig.path(u".sessions.json"_s);
+    const auto stored = [&path] {
+        QFile file(path);
+        return decodeRecents(file.open(QFile::ReadOnly) ? file.readAll() : QByteArray("[]"))
+            .value_or(QList<RecentSession>());
     };
-    if (!list.isEmpty())
-        QVERIFY(put(u".sessions.json"_s, list));
-    for (const QString &name : recordings)
-        QVERIFY(put(name, QByteArray(96'000, 'a')));
+    QCOMPARE(stage.rig.assets.leftoversFolder, stage.rig.home.path());
+    QVERIFY(!QFile::exists(path)); // nothing at all
+    stage.rig.putFile(u"a.m4a"_s, 96'000);
     stage.start();
-
-    const auto stored = [&stage] {
-        QStringList entries;
-        QFile file(stage.rig.home.filePath(u".sessions.json"_s));
-        if (!file.open(QFile::ReadOnly))
-            return QStringList(u"no file"_s);
-        for (const QJsonValue &entry : QJsonDocument::fromJson(file.readAll()).array())
-            entries.append(entry[u"title"_s].toString() + u' ' + entry[u"status"_s].toString());
-        return entries;
-    };
-    QTRY_COMPARE(stored(), expected);
+    QTRY_COMPARE(stored().size(), 1); // rebuilt
+    QList<RecentSession> interrupted = stored();
+    interrupted[0].status = RecentSession::Status::processing;
+    QVERIFY(RecentsFile(stage.rig.clock).save(stage.rig.home.path(), interrupted));
+    stage.start();
+    QTRY_COMPARE(stored().first().status, RecentSession::Status::ready);
 }
 
 void AppStateTest::sameSecondTwiceLosesNothing()

@@ -31,8 +31,6 @@ class OnboardingTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void windowHasOneSize();
-    void welcomeWaitsForTheUser();
     void answersGivenBeforeSkipTheWelcome_data();
     void answersGivenBeforeSkipTheWelcome();
     void answerWhileTheWelcomeIsShownLeadsOn();
@@ -47,42 +45,13 @@ private Q_SLOTS:
     void signIn();
     void cancelledSignInCanBeRepeated();
     void backEndsTheWaiting();
-    void accountWithoutAddress();
     void expiredSessionIsOfferedAnew();
     void wrongOriginIsExplained();
-    void finishingStoresThat_data();
     void finishingStoresThat();
     void closingStoresNothing();
     void keyboard();
     void longTextsAreCut();
 };
-
-void OnboardingTest::windowHasOneSize()
-{
-    WindowStage stage;
-    stage.showOnboarding();
-    QCOMPARE(stage.window().windowTitle(), u"Parlovance"_s);
-    QCOMPARE(stage.window().minimumSize(), QSize(520, 400));
-    QCOMPARE(stage.window().maximumSize(), QSize(520, 400));
-    QCOMPARE(stage.window().geometry().center(),
-             stage.window().screen()->availableGeometry().center());
-}
-
-void OnboardingTest::welcomeWaitsForTheUser()
-{
-    WindowStage stage;
-    stage.showOnboarding();
-    QCOMPARE(stage.texts(),
-             QStringList({u"记录每一次对话，\n专注于思考。"_s,
-                          u"Parlovance 在后台录音，AI 自动整理成可搜索的纪要、决策和行动项。"_s,
-                          u"1 / 3"_s, u"[开始设置 →]"_s}));
-    stage.click(u"primary"_s);
-    QCOMPARE(stage.texts(), QStringList({u"STEP 2 · PERMISSIONS"_s, u"授权以开始录音"_s,
-                                         u"仅在主动发起时采集音频；未登录时不会上传任何内容。"_s,
-                                         u"麦克风访问"_s, u"Microphone access"_s, u"[授权]"_s,
-                                         u"屏幕与系统音频录制"_s, u"Screen & System Audio"_s,
-                                         u"[授权]"_s, u"2 / 3"_s, u"[上一步]"_s, u"(继续 →)"_s}));
-}
 
 void OnboardingTest::answersGivenBeforeSkipTheWelcome_data()
 {
@@ -230,9 +199,6 @@ void OnboardingTest::restart()
     WindowStage stage;
     stage.setPermissions(u"unknown"_s, u"denied"_s);
     stage.showOnboarding();
-    QCOMPARE(stage.texts(u"restartHint"_s),
-             QStringList({u"如果你已经在系统设置里勾选 Parlovance，请重启 App 让权限生效。"_s,
-                          u"[重启 Parlovance]"_s}));
     QSignalSpy leaving(&stage.perms, &PermissionChecker::leaveRequested);
     stage.click(u"restart"_s);
     QCOMPARE(stage.desktop.workspace.newInstances, 1);
@@ -243,21 +209,14 @@ void OnboardingTest::signIn()
 {
     WindowStage stage;
     goToSignIn(stage);
-    const auto heading = u"STEP 3 · SIGN IN"_s;
-    const auto line = u"与网页版共用账号，会议将自动同步。"_s;
-    QCOMPARE(stage.texts(), QStringList({heading, u"使用网页账号登录"_s, line, u"[连接网页账号]"_s,
-                                         u"3 / 3"_s, u"[上一步]"_s, u"[完成 →]"_s}));
     stage.click(u"connect"_s);
     QVERIFY(stage.desktop.workspace.opened.last().startsWith(
         u"https://s.example/desktop-auth?state="_s));
-    QCOMPARE(stage.texts(),
-             QStringList({heading, u"在浏览器中完成登录"_s,
-                          u"已为你打开 https://s.example/desktop-auth，登录成功后会自动返回。"_s,
-                          u"等待浏览器回跳…"_s, u"parlovance://auth?token=…"_s, u"~30s"_s,
-                          u"[取消]"_s, u"3 / 3 · 等待中"_s, u"[上一步]"_s, u"(完成 →)"_s}));
-    stage.returnFromBrowser(u"a@b.c"_s);
-    QCOMPARE(stage.texts(), QStringList({heading, u"登录完成"_s, line, u"a@b.c"_s, u"a@b.c"_s,
-                                         u"已连接"_s, u"3 / 3"_s, u"[上一步]"_s, u"[完成 →]"_s}));
+    QCOMPARE(stage.texts().last(3),
+             QStringList({u"3 / 3 · 等待中"_s, u"[上一步]"_s, u"(完成 →)"_s}));
+    stage.desktop.returnFromBrowser(u"a@b.c"_s);
+    QCOMPARE(stage.texts(u"account"_s), QStringList({u"a@b.c"_s, u"a@b.c"_s, u"已连接"_s}));
+    QCOMPARE(stage.texts().last(3), QStringList({u"3 / 3"_s, u"[上一步]"_s, u"[完成 →]"_s}));
 }
 
 void OnboardingTest::cancelledSignInCanBeRepeated()
@@ -293,15 +252,6 @@ void OnboardingTest::backEndsTheWaiting()
     QVERIFY(stage.isShown(u"connect"_s));
 }
 
-void OnboardingTest::accountWithoutAddress()
-{
-    WindowStage stage;
-    goToSignIn(stage);
-    stage.click(u"connect"_s);
-    stage.returnFromBrowser({});
-    QCOMPARE(stage.texts(u"account"_s), QStringList({u"已登录"_s, u"已连接"_s}));
-}
-
 void OnboardingTest::expiredSessionIsOfferedAnew()
 {
     WindowStage stage({}, true);
@@ -310,8 +260,8 @@ void OnboardingTest::expiredSessionIsOfferedAnew()
     stage.auth->handleUnauthorized(u"t0"_s);
     QVERIFY(!stage.isShown(u"account"_s) && stage.isShown(u"connect"_s));
     stage.click(u"connect"_s);
-    stage.returnFromBrowser(u"a@b.c"_s);
-    QVERIFY(stage.isShown(u"account"_s));
+    stage.desktop.returnFromBrowser(); // without an address
+    QCOMPARE(stage.texts(u"account"_s), QStringList({u"已登录"_s, u"已连接"_s}));
 }
 
 void OnboardingTest::wrongOriginIsExplained()
@@ -325,29 +275,22 @@ void OnboardingTest::wrongOriginIsExplained()
              ServiceOrigin::parse(u"nonsense"_s).error().description());
 }
 
-void OnboardingTest::finishingStoresThat_data()
-{
-    QTest::addColumn<bool>("signsIn");
-    QTest::newRow("signed in") << true;
-    QTest::newRow("without an account") << false;
-}
-
 void OnboardingTest::finishingStoresThat()
 {
-    QFETCH(const bool, signsIn);
-    WindowStage stage;
-    goToSignIn(stage);
-    if (signsIn) {
-        stage.click(u"connect"_s);
-        stage.click(u"primary"_s); // not yet
-        QVERIFY(stage.window().isVisible());
-        stage.returnFromBrowser(u"a@b.c"_s);
+    for (const bool signsIn : {true, false}) {
+        WindowStage stage;
+        goToSignIn(stage);
+        if (signsIn) {
+            stage.click(u"connect"_s);
+            stage.click(u"primary"_s); // not yet
+            QVERIFY(stage.window().isVisible());
+            stage.desktop.returnFromBrowser(u"a@b.c"_s);
+        }
+        stage.defaults.writes.clear();
+        stage.click(u"primary"_s);
+        QVERIFY(!stage.window().isVisible());
+        QCOMPARE(stage.defaults.writes, QStringList(completed));
     }
-    stage.defaults.writes.clear();
-    stage.click(u"primary"_s);
-    QVERIFY(!stage.window().isVisible());
-    QCOMPARE(stage.defaults.writes, QStringList(completed));
-    QVERIFY(stage.prefs->hasCompletedOnboarding());
 }
 
 void OnboardingTest::closingStoresNothing()
@@ -391,16 +334,12 @@ void OnboardingTest::longTextsAreCut()
     WindowStage stage;
     goToSignIn(stage);
     stage.click(u"connect"_s);
-    stage.returnFromBrowser(u"<b>&"_s + u"somebody"_s.repeated(40) + u"@b.c"_s);
+    stage.desktop.returnFromBrowser(u"<b>&"_s + u"somebody"_s.repeated(40) + u"@b.c"_s);
     auto &name = stage.find<TextLabel>(u"accountName"_s);
     QVERIFY(name.isCut());
     QVERIFY(name.text().startsWith(u"<b>&somebody"_s));
     QCOMPARE(stage.window().size(), QSize(520, 400));
-    const QRect window = stage.window().rect();
-    for (const QWidget *const widget : stage.window().findChildren<QWidget *>()) {
-        const QRect where(widget->mapTo(&stage.window(), QPoint()), widget->size());
-        QVERIFY2(!widget->isVisible() || window.contains(where), widget->metaObject()->className());
-    }
+    QCOMPARE(stage.outside(), QStringList());
 }
 
 QTEST_MAIN(OnboardingTest)

@@ -1,17 +1,14 @@
 #include "tests/support/PanelStage.h"
 #include "tests/support/TimerCount.h"
 #include "ui/AppNotifications.h"
-#include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/RecordButton.h"
-#include "ui/StatusDot.h"
 #include "ui/TextLabel.h"
 #include "ui/Timeline.h"
 
 #include <QInputMethodEvent>
 #include <QLineEdit>
 #include <QMenu>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -53,14 +50,6 @@ void tellAnError(const PanelStage &stage)
     QVERIFY(stage.isShown(u"errorStrip"_s));
 }
 
-/// Signs in with this address.
-void signIn(PanelStage &stage, const QString &email)
-{
-    stage.auth->beginLogin();
-    stage.auth->handleCallback(u"parlovance://auth?token=t1&state=%1&email=%2"_s.arg(
-        stage.desktop.openedState(), QString::fromLatin1(QUrl::toPercentEncoding(email))));
-}
-
 /// How many pixels of \p widget are lit in about the colour of a live waveform.
 int amberPixels(QWidget &widget)
 {
@@ -96,17 +85,13 @@ class PopoverTest : public QObject
 
 private Q_SLOTS:
     void bannerFollowsTheSession();
-    void bannerSignsIn();
     void recorderStates_data();
     void recorderStates();
-    void recordButtonStartsAndStops();
     void spaceStaysWithItsButton();
     void timerCounts();
     void waveformFollowsTheLouderSource();
     void nothingMovesWhileHidden();
-    void switches_data();
     void switches();
-    void errorStripIsClosed();
     void everythingFits_data();
     void everythingFits();
     void titleGoesBothWays();
@@ -115,8 +100,6 @@ private Q_SLOTS:
     void emptyListSaysHowToBegin();
     void footerShowsTheAccount();
     void footerSignsOut();
-    void footerOpensTheWeb();
-    void buttonsThatAsk_data();
     void buttonsThatAsk();
     void everyControlHasANameForTheKeyboard();
 };
@@ -131,21 +114,14 @@ void PopoverTest::bannerFollowsTheSession()
         return QStringList({labels.at(0)->text(), labels.at(1)->text()});
     };
     QCOMPARE(shown(), QStringList({u"登录网页版账号以云端同步"_s, u"未登录时会议仅保存在本机"_s}));
-    signIn(stage, u"a@b.c"_s);
+    stage.click(u"signIn"_s);
+    QVERIFY(stage.desktop.workspace.opened.last().startsWith(
+        u"https://s.example/desktop-auth?state="_s));
+    stage.desktop.returnFromBrowser(u"a@b.c"_s);
     QVERIFY(shown().isEmpty());
     stage.auth->handleUnauthorized(u"t1"_s);
     QCOMPARE(shown(), QStringList({u"登录已过期，请重新登录"_s,
                                    u"上一次会话已失效，重新登录后可继续上传"_s}));
-}
-
-void PopoverTest::bannerSignsIn()
-{
-    const PanelStage stage({}, false);
-    QCOMPARE(stage.find<PlainButton>(u"signIn"_s).title(), u"登录 →"_s);
-    stage.click(u"signIn"_s);
-    QCOMPARE(stage.desktop.workspace.opened.size(), 1);
-    QVERIFY(stage.desktop.workspace.opened.first().startsWith(
-        u"https://s.example/desktop-auth?state="_s));
 }
 
 void PopoverTest::recorderStates_data()
@@ -153,29 +129,19 @@ void PopoverTest::recorderStates_data()
     QTest::addColumn<State>("state");
     QTest::addColumn<bool>("systemOn");
     QTest::addColumn<bool>("micOn");
-    QTest::addColumn<QString>("pill");
-    QTest::addColumn<QColor>("pillColor");
-    QTest::addColumn<QString>("timer");
-    QTest::addColumn<QColor>("timerColor");
-    QTest::addColumn<QString>("button");
+    QTest::addColumn<QStringList>("shown"); // pill, timer, button
     const auto zero = u"00:00:00"_s;
-    const auto start = u"开始录音"_s;
-    const auto off = u"开始录音, off"_s;
-    const auto stop = u"停止录音"_s;
-    QTest::newRow("idle") << State::idle << true << true << u"READY"_s << MS::moss << zero
-                          << MS::muted << start;
-    QTest::newRow("idle, microphone only")
-        << State::idle << false << true << u"READY"_s << MS::moss << zero << MS::muted << start;
+    const QStringList ready{u"READY"_s, zero, u"开始录音"_s};
+    const QStringList live{u"LIVE"_s, zero, u"停止录音"_s};
+    QTest::newRow("idle") << State::idle << true << true << ready;
+    QTest::newRow("idle, microphone only") << State::idle << false << true << ready;
     QTest::newRow("idle, both off")
-        << State::idle << false << false << u"READY"_s << MS::moss << zero << MS::muted << off;
-    QTest::newRow("starting") << State::starting << true << true << u"LIVE"_s << MS::ember << zero
-                              << MS::text << stop;
-    QTest::newRow("recording") << State::recording << true << true << u"LIVE"_s << MS::ember << zero
-                               << MS::text << stop;
-    QTest::newRow("recording, both off by now")
-        << State::recording << false << false << u"LIVE"_s << MS::ember << zero << MS::text << stop;
-    QTest::newRow("stopping") << State::stopping << true << true << u"处理中"_s << MS::amber
-                              << u"正在合并音频…"_s << MS::amber << u"停止中…, off"_s;
+        << State::idle << false << false << QStringList{u"READY"_s, zero, u"开始录音, off"_s};
+    QTest::newRow("starting") << State::starting << true << true << live;
+    QTest::newRow("recording") << State::recording << true << true << live;
+    QTest::newRow("recording, both off by now") << State::recording << false << false << live;
+    QTest::newRow("stopping") << State::stopping << true << true
+                              << QStringList{u"处理中"_s, u"正在合并音频…"_s, u"停止中…, off"_s};
 }
 
 void PopoverTest::recorderStates()
@@ -184,35 +150,16 @@ void PopoverTest::recorderStates()
     QFETCH(const bool, systemOn);
     QFETCH(const bool, micOn);
     PanelStage stage;
-    if (state == State::idle) {
-        stage.app->setSystemAudioOn(systemOn);
-        stage.app->setMicOn(micOn);
-    }
     bringTo(stage, state);
     stage.app->setSystemAudioOn(systemOn);
     stage.app->setMicOn(micOn);
 
-    QTEST(stage.find<QLabel>(u"pill"_s).text(), "pill");
-    QTEST(stage.find<TextLabel>(u"pill"_s).color(), "pillColor");
-    QTEST(stage.find<StatusDot>(u"pillDot"_s).color(), "pillColor");
-    const bool isLive = state == State::recording || state == State::starting;
-    QCOMPARE(stage.find(u"captureHeading"_s).palette().color(QPalette::WindowText),
-             isLive ? MS::ember : MS::faint);
-    QTEST(stage.find<QLabel>(u"timer"_s).text(), "timer");
-    QTEST(stage.find<TextLabel>(u"timer"_s).color(), "timerColor");
     const auto &button = stage.find<RecordButton>(u"record"_s);
-    QTEST(button.accessibleName() + (button.isEnabled() ? u""_s : u", off"_s), "button");
+    const QStringList shown{stage.find<QLabel>(u"pill"_s).text(),
+                            stage.find<QLabel>(u"timer"_s).text(),
+                            button.accessibleName() + (button.isEnabled() ? u""_s : u", off"_s)};
+    QTEST(shown, "shown");
     letGo(stage);
-}
-
-void PopoverTest::recordButtonStartsAndStops()
-{
-    const PanelStage stage;
-    stage.click(u"record"_s);
-    QTRY_COMPARE(stage.app->state(), State::recording);
-    stage.click(u"record"_s);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QVERIFY(stage.rig.script.calls.contains(u"capture stop"_s));
 }
 
 // A button that goes, or is off for a while, hands the keyboard to no other control.
@@ -291,37 +238,17 @@ void PopoverTest::nothingMovesWhileHidden()
     QVERIFY(timers.during(std::chrono::milliseconds(300)) > 5);
 }
 
-void PopoverTest::switches_data()
-{
-    QTest::addColumn<QString>("row");
-    QTest::newRow("system") << u"systemAudio"_s;
-    QTest::newRow("microphone") << u"microphone"_s;
-}
-
 void PopoverTest::switches()
 {
-    QFETCH(const QString, row);
     const PanelStage stage;
-    auto &toggle = *stage.find(row).findChild<QAbstractButton *>(u"switch"_s);
-    const auto isOn = [&] {
-        return row == u"microphone"_s ? stage.app->micOn() : stage.app->systemAudioOn();
-    };
-    QTest::mouseClick(&toggle, Qt::LeftButton);
-    QVERIFY(!isOn());
-    QVERIFY(stage.app->micOn() != stage.app->systemAudioOn());
-    QTest::keyClick(&toggle, Qt::Key_Space);
-    QVERIFY(isOn() && toggle.isChecked());
-}
-
-void PopoverTest::errorStripIsClosed()
-{
-    const PanelStage stage;
-    QVERIFY(!stage.isShown(u"errorStrip"_s));
-    tellAnError(stage);
-    QCOMPARE(stage.find<QLabel>(u"message"_s).text(), u"至少开启一个音源（系统声音或麦克风）"_s);
-    stage.click(u"closeError"_s);
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-    QVERIFY(!stage.isShown(u"errorStrip"_s));
+    for (const QString &row : {u"systemAudio"_s, u"microphone"_s}) {
+        auto &toggle = *stage.find(row).findChild<QAbstractButton *>(u"switch"_s);
+        QTest::mouseClick(&toggle, Qt::LeftButton);
+        QCOMPARE(stage.app->systemAudioOn(), row != u"systemAudio"_s);
+        QCOMPARE(stage.app->micOn(), row != u"microphone"_s);
+        QTest::keyClick(&toggle, Qt::Key_Space);
+        QVERIFY(stage.app->systemAudioOn() && stage.app->micOn() && toggle.isChecked());
+    }
 }
 
 void PopoverTest::everythingFits_data()
@@ -426,10 +353,6 @@ void PopoverTest::emptyListSaysHowToBegin()
 {
     PanelStage stage({}, true, std::chrono::milliseconds(1));
     QVERIFY(stage.isShown(u"emptyState"_s) && !stage.isShown(u"recentList"_s));
-    QStringList texts;
-    for (const QLabel *const label : stage.find(u"emptyState"_s).findChildren<QLabel *>())
-        texts.append(label->text());
-    QCOMPARE(texts, QStringList({u"还没有录音"_s, u"按 ⌃⌥R 或点击上方按钮开始"_s}));
     stage.record(State::recording);
     QTRY_VERIFY(stage.app->elapsed() >= 12);
     stage.record(State::idle);
@@ -444,7 +367,7 @@ void PopoverTest::footerShowsTheAccount()
     QCOMPARE(stage.find<QLabel>(u"shortcut"_s).text(), u"⌃⌥R"_s);
 
     const QString email = u"r&d.%1@example.com"_s.arg(u"long"_s.repeated(20));
-    signIn(stage, email);
+    stage.desktop.signIn(email);
     QVERIFY(!stage.isShown(u"shortcut"_s) && stage.isShown(u"account"_s));
     auto &account = stage.find<PlainButton>(u"account"_s);
     QCOMPARE(account.title(), email);
@@ -454,13 +377,6 @@ void PopoverTest::footerShowsTheAccount()
     QHelpEvent asked(QEvent::ToolTip, {}, {});
     QCoreApplication::sendEvent(&account, &asked);
     QVERIFY(account.toolTip().contains(u"r&amp;d.long"_s));
-    const auto dotLooks = [&] { return account.grab(QRect(0, 0, 16, account.height())).toImage(); };
-    const QImage verified = dotLooks();
-
-    PanelStage other;
-    QCOMPARE(other.find<PlainButton>(u"account"_s).title(), u"old@b.c"_s);
-    auto &cached = other.find<PlainButton>(u"account"_s);
-    QVERIFY(cached.grab(QRect(0, 0, 16, cached.height())).toImage() != verified);
 }
 
 void PopoverTest::footerSignsOut()
@@ -479,39 +395,18 @@ void PopoverTest::footerSignsOut()
     QVERIFY(!stage.isShown(u"account"_s));
 }
 
-void PopoverTest::footerOpensTheWeb()
-{
-    PanelStage stage;
-    QCOMPARE(stage.find<PlainButton>(u"openWeb"_s).title(), u"打开网页版 →"_s);
-    stage.click(u"openWeb"_s);
-    QCOMPARE(stage.desktop.workspace.opened, QStringList(u"https://s.example/app"_s));
-
-    PopoverView other(*stage.app, *stage.auth, stage.desktop.workspace,
-                      ServiceOrigin::parse(u"nonsense"_s));
-    other.findChild<QAbstractButton *>(u"openWeb"_s)->click();
-    QCOMPARE(stage.desktop.workspace.opened.size(), 1);
-}
-
-void PopoverTest::buttonsThatAsk_data()
-{
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("asked");
-    QTest::newRow("gear") << u"preferences"_s << u"preferences"_s;
-    QTest::newRow("minimise") << u"minimise"_s << u"minimise"_s;
-    QTest::newRow("source picker") << u"sourcePicker"_s << QString();
-}
-
 void PopoverTest::buttonsThatAsk()
 {
-    QFETCH(const QString, button);
     const PanelStage stage;
     QStringList asked;
     connect(&AppNotifications::shared(), &AppNotifications::parlovanceOpenPreferences, this,
             [&] { asked.append(u"preferences"_s); });
     connect(stage.panel.get(), &PopoverView::minimiseRequested, this,
             [&] { asked.append(u"minimise"_s); });
-    stage.click(button);
-    QTEST(asked.join(u' '), "asked");
+    for (const QString &button : {u"preferences"_s, u"minimise"_s, u"sourcePicker"_s, u"openWeb"_s})
+        stage.click(button);
+    QCOMPARE(asked, QStringList({u"preferences"_s, u"minimise"_s}));
+    QCOMPARE(stage.desktop.workspace.opened, QStringList(u"https://s.example/app"_s));
 }
 
 void PopoverTest::everyControlHasANameForTheKeyboard()

@@ -175,9 +175,7 @@ void ReconcileTest::duringAnUpload()
 {
     UploadStage stage;
     stage.start({stage.recording(u"a"_s), stage.recording(u"b"_s)});
-    stage.script.holdAt(u"create 1"_s);
-    stage.app->startUpload(stage.id(0));
-    stage.waitAt(u"create 1"_s);
+    stage.uploadUpTo(u"create 1"_s);
     const QString a = stage.meetingOf(u"mac-file-a"_s);
 
     QCoro::waitFor(stage.app->reconcileUploadedSessions());

@@ -55,9 +55,7 @@ void UploadOverlapTest::retryDuringAnUpload()
 {
     UploadStage stage;
     stage.start({stage.recording(u"a"_s)});
-    stage.script.holdAt(u"create 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"create 1"_s);
+    stage.uploadUpTo(u"create 1"_s);
 
     stage.app->retryUpload(stage.id());
     QCOMPARE(stage.shown(), QStringList(Shown::uploading));
@@ -75,9 +73,7 @@ void UploadOverlapTest::lastToEndHasTheLastWord()
     UploadStage stage;
     stage.start({stage.recording(u"a"_s)});
     stage.service->misbehave(Exchange::createMeeting, Misbehaviour::answered(500, "x"), 1);
-    stage.script.holdAt(u"create 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"create 1"_s);
+    stage.uploadUpTo(u"create 1"_s);
     stage.app->retryUpload(stage.id());
     stage.waitUntil([&] { return stage.app->recents().first().isUploaded(); });
 
@@ -110,9 +106,7 @@ void UploadOverlapTest::signedOutDuringAnUpload()
 {
     UploadStage stage;
     stage.start({stage.recording(u"a"_s)});
-    stage.script.holdAt(u"sign 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"sign 1"_s);
+    stage.uploadUpTo(u"sign 1"_s);
     stage.auth->logout();
     stage.script.releaseAt(u"sign 1"_s);
     stage.waitUntilIdle();
@@ -166,9 +160,7 @@ void UploadOverlapTest::lateRefusalLeavesTheNewSession()
     UploadStage stage;
     stage.start({stage.recording(u"a"_s)});
     stage.service->store().revoke(stage.token);
-    stage.script.holdAt(u"reconcile 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"reconcile 1"_s);
+    stage.uploadUpTo(u"reconcile 1"_s);
     stage.auth->logout();
     stage.signIn();
     stage.script.releaseAt(u"reconcile 1"_s);
@@ -185,9 +177,7 @@ void UploadOverlapTest::clientGone()
     UploadStage stage;
     stage.start({stage.recording(u"a"_s)});
     stage.service->store().revoke(stage.token);
-    stage.script.holdAt(u"reconcile 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"reconcile 1"_s);
+    stage.uploadUpTo(u"reconcile 1"_s);
     stage.auth.reset();
     stage.script.releaseAt(u"reconcile 1"_s);
     stage.waitUntilIdle();
@@ -210,9 +200,7 @@ void UploadOverlapTest::stateGone()
     QFETCH(const QString, step);
     UploadStage stage;
     stage.start({stage.recording(u"a"_s)});
-    stage.script.holdAt(step);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(step);
+    stage.uploadUpTo(step);
     stage.app.reset();
     stage.script.releaseAt(step);
     stage.waitUntil([&] { return stage.script.calls == wholeChain && !stage.http.isBusy(); });
