@@ -1,8 +1,7 @@
 #include "base/AtomicFile.h"
-#include "base/BoundedRead.h"
+#include "tests/support/Files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
@@ -25,18 +24,6 @@ namespace
 {
 const QByteArray oldContent("old");
 const QByteArray newContent(1 << 20, 'n');
-
-void put(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
-QByteArray contentOf(const QString &path)
-{
-    return readRegularFile(path, 1 << 22).value_or("<none>");
-}
 
 QStringList namesIn(const QString &folder)
 {

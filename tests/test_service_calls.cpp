@@ -86,14 +86,10 @@ private:
 void ServiceCallsTest::classification_data()
 {
     QTest::addColumn<QString>("exchange");
-    QTest::addColumn<int>("status"); // 0: the transport fails
+    QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<QString>("expected");
 
-    for (const QString &exchange : {u"sign"_s, u"put"_s, u"create"_s, u"reconcile"_s}) {
-        QTest::addRow("%s: transport", qPrintable(exchange))
-            << exchange << 0 << QByteArray() << u"transport"_s;
-    }
     signRows();
     putRows();
     createRows();
@@ -111,15 +107,10 @@ void ServiceCallsTest::signRows()
     row("299", 299, whole, u"u p k"_s);
     row("204 without body", 204, "", u"undecodable"_s);
     row("199", 199, whole, u"signFailed 199 "_s + QString::fromLatin1(whole));
-    row("302", 302, "moved", u"signFailed 302 moved"_s);
-    row("401", 401, whole, u"unauthorized"_s);
-    row("500, not UTF-8", 500, "a\xff", u"signFailed 500 "_s);
-    row("500, UTF-8", 500, "错误", u"signFailed 500 错误"_s);
     row("no key", 200, R"({"uploadURL":"u","publicURL":"p"})", u"undecodable"_s);
     row("key null", 200, R"({"uploadURL":"u","publicURL":"p","objectKey":null})", u"undecodable"_s);
     row("key a number", 200, R"({"uploadURL":"u","publicURL":"p","objectKey":1})",
         u"undecodable"_s);
-    row("cut off", 200, whole.chopped(1), u"undecodable"_s);
     row("garbage behind", 200, whole + "x", u"undecodable"_s);
     row("not UTF-8", 200, "{\"uploadURL\":\"\xff\",\"publicURL\":\"p\",\"objectKey\":\"k\"}",
         u"undecodable"_s);
@@ -127,7 +118,6 @@ void ServiceCallsTest::signRows()
         u"undecodable"_s);
     row("twice", 200, R"({"uploadURL":1,"uploadURL":"u","publicURL":"p","objectKey":"k"})",
         u"u p k"_s);
-    row("too deep", 200, nested(100'000), u"undecodable"_s);
     row("too deep in a member", 200, whole.chopped(1) + ",\"x\":" + nested(100'000) + "}",
         u"undecodable"_s);
 }
@@ -140,8 +130,6 @@ void ServiceCallsTest::putRows()
     };
     row("200, any body", 200, "\xff{", u"stored"_s);
     row("204", 204, "", u"stored"_s);
-    row("401", 401, "no", u"ossPutFailed 401 no"_s);
-    row("403", 403, "<Error/>", u"ossPutFailed 403 <Error/>"_s);
     row("307", 307, "", u"ossPutFailed 307 "_s);
 }
 
@@ -169,10 +157,7 @@ void ServiceCallsTest::createRows()
     row("longer", 200, R"({"id":")" + QByteArray(1025, 'a') + "\"}", invalid);
     row("empty object", 200, "{}", invalid);
     row("array", 200, R"([{"id":"a"}])", invalid);
-    row("no JSON", 200, "ok", invalid);
     row("no body", 204, "", invalid);
-    row("401", 401, R"({"id":"a"})", u"unauthorized"_s);
-    row("409", 409, "x", u"createMeetingFailed 409 x"_s);
 }
 
 void ServiceCallsTest::reconcileRows()
@@ -197,10 +182,7 @@ void ServiceCallsTest::reconcileRows()
         R"({"meetings":[{"id":")" + QByteArray(1025, 'a') + R"(","clientRecordingId":"a"}]})",
         undecodable);
     row("one null", 200, R"({"meetings":[null]})", undecodable);
-    row("meetings an object", 200, R"({"meetings":{}})", undecodable);
     row("meetings absent", 200, "{}", undecodable);
-    row("401", 401, "", u"unauthorized"_s);
-    row("500", 500, "x", u"createMeetingFailed 500 x"_s);
 }
 
 void ServiceCallsTest::classification()
@@ -208,11 +190,7 @@ void ServiceCallsTest::classification()
     QFETCH(const QString, exchange);
     QFETCH(const int, status);
     QFETCH(const QByteArray, body);
-    const TransportError broken(TransportError::Kind::brokenReply, u"technical"_s);
-
-    const auto outcome =
-        status == 0 ? HttpOutcome(std::unexpected(broken)) : HttpOutcome(HttpReply(status, body));
-
+    const auto outcome = HttpOutcome(HttpReply(status, body));
     QTEST(classified(exchange, outcome), "expected");
 }
 

@@ -11,14 +11,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-QImage painted(const QString &name, const QRectF &where, QSize size, const QColor &color,
-               double scale = 1)
+QImage painted(const QString &name, const QRectF &where, QSize size)
 {
-    QImage picture(size * scale, QImage::Format_ARGB32_Premultiplied);
-    picture.setDevicePixelRatio(scale);
+    QImage picture(size, QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
-    paintSymbol(painter, where, name, color);
+    paintSymbol(painter, where, name, Qt::red);
     return picture;
 }
 
@@ -31,15 +29,6 @@ double ink(const QImage &picture)
             sum += picture.pixelColor(x, y).alphaF();
     }
     return sum / (picture.width() * picture.height());
-}
-
-/// What one line of a picture covers, from left to right, in percent.
-QList<int> line(const QImage &picture, int y)
-{
-    QList<int> found;
-    for (int x = 0; x < picture.width(); ++x)
-        found.append(qRound(picture.pixelColor(x, y).alphaF() * 100));
-    return found;
 }
 
 /// The texts that the sources of the user interface use as names of symbols.
@@ -85,41 +74,13 @@ private Q_SLOTS:
         QFETCH(const QString, name);
         for (const int side : {9, 16, 24, 44}) {
             const QRectF where(4, 4, side, side);
-            const QImage picture = painted(name, where, QSize(side + 8, side + 8), Qt::red);
+            const QImage picture = painted(name, where, QSize(side + 8, side + 8));
             const QImage inside = picture.copy(4, 4, side, side);
             QVERIFY2(ink(inside) > 0.05 && ink(inside) < 0.9, QByteArray::number(side));
             QCOMPARE(ink(picture) * picture.width() * picture.height(),
                      ink(inside) * side * side); // nothing beside it
         }
         QVERIFY(!symbol(name, Qt::red).isNull());
-    }
-
-    // Five bars of two pixels: the edges of the middle line are as sharp as they can be.
-    void barsLieOnWholePixels_data()
-    {
-        QTest::addColumn<QSizeF>("size");
-        QTest::addColumn<QPointF>("at");
-        QTest::addColumn<double>("scale");
-        QTest::newRow("22") << QSizeF(22, 22) << QPointF(0, 0) << 1.0;
-        QTest::newRow("22, between pixels") << QSizeF(22, 22) << QPointF(3.3, 0.4) << 1.0;
-        QTest::newRow("20") << QSizeF(20, 20) << QPointF(0.5, 0) << 1.0;
-        QTest::newRow("22 at scale 2") << QSizeF(22, 22) << QPointF(1.2, 0.2) << 2.0;
-        QTest::newRow("11 at scale 2") << QSizeF(11, 11) << QPointF(0, 0) << 2.0;
-    }
-
-    void barsLieOnWholePixels()
-    {
-        QFETCH(const QSizeF, size);
-        QFETCH(const QPointF, at);
-        QFETCH(const double, scale);
-        const QImage picture =
-            painted(u"waveform"_s, QRectF(at, size), QSize(60, 30), Qt::black, scale);
-        const int middle = qRound((at.y() + size.height() / 2) * scale);
-        const QList<int> covered = line(picture, middle);
-        const auto edges =
-            std::ranges::count_if(covered, [](int percent) { return percent > 2 && percent < 98; });
-        QCOMPARE(edges, 0);
-        QCOMPARE(covered.count(100), qRound(10 * scale * (size == QSizeF(11, 11) ? 0.5 : 1)));
     }
 };
 
