@@ -5,22 +5,12 @@
 #include "ui/Waveform.h"
 
 #include <QTest>
-#include <QTimer>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-
-/// The interval at which a part is repainted, in milliseconds; zero: no timer runs.
-int ticking(const QWidget &part)
-{
-    const auto timers = part.findChildren<QTimer *>();
-    const bool runs = std::ranges::any_of(timers, &QTimer::isActive);
-    const auto interval = part.findChild<Timeline *>()->interval();
-    return runs ? qRound(static_cast<double>(interval.count()) / 1000) : 0;
-}
 
 /// Counts the events of one type that a part gets.
 class Counted : public QObject
@@ -46,7 +36,7 @@ private:
 
 } // namespace
 
-/// The two rows of bars that move: how high they get, and when they tick.
+/// The two rows of bars that move: how high they get, and what they repaint.
 class TestMeters : public QObject
 {
     Q_OBJECT
@@ -68,43 +58,6 @@ private Q_SLOTS:
                 QVERIFY2(filled >= 0.0 && filled <= 1.0, QByteArray::number(level));
             }
         }
-    }
-
-    void tickOnlyWhileVisible_data()
-    {
-        QTest::addColumn<bool>("isLive");
-        QTest::addColumn<int>("waveform");
-        QTest::addColumn<int>("meter");
-        QTest::newRow("idle") << false << 167 << 125;
-        QTest::newRow("live") << true << 50 << 33;
-    }
-
-    void tickOnlyWhileVisible()
-    {
-        QFETCH(const bool, isLive);
-        QWidget panel;
-        auto *const column = new QVBoxLayout(&panel);
-        auto *const waveform = new Waveform(40, 1);
-        auto *const meter = new LevelMeter(12);
-        column->addWidget(waveform);
-        column->addWidget(meter);
-        const auto setLive = [&](bool live) {
-            waveform->setLive(live);
-            meter->setActive(live);
-        };
-        setLive(isLive);
-        QCOMPARE(ticking(*waveform) + ticking(*meter), 0);
-        panel.show();
-        QTEST(ticking(*waveform), "waveform");
-        QTEST(ticking(*meter), "meter");
-        setLive(!isLive);
-        setLive(isLive);
-        QTEST(ticking(*waveform), "waveform");
-        QTEST(ticking(*meter), "meter");
-        panel.hide();
-        setLive(!isLive);
-        setLive(isLive);
-        QCOMPARE(ticking(*waveform) + ticking(*meter), 0);
     }
 
     void repaintTogetherAndNothingElse()

@@ -5,7 +5,6 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 
 using namespace Qt::StringLiterals;
 using Look = RecordButton::Look;
@@ -20,15 +19,9 @@ QString spokenName(RecordButton &button)
     return QAccessible::queryAccessibleInterface(&button)->text(QAccessible::Name);
 }
 
-bool isTicking(const QWidget &part)
-{
-    const auto timers = part.findChildren<QTimer *>();
-    return std::ranges::any_of(timers, &QTimer::isActive);
-}
-
 } // namespace
 
-/// Who can press the record button how, and when it moves.
+/// Who can press the record button how.
 class TestRecordButton : public QObject
 {
     Q_OBJECT
@@ -79,33 +72,6 @@ private Q_SLOTS:
         QTest::keyClick(&title, Qt::Key_Tab);
         QVERIFY(button.hasFocus());
         QVERIFY(pictureOf(button) != before);
-    }
-
-    void ticksOnlyWhileSomethingMoves_data()
-    {
-        QTest::addColumn<Look>("look");
-        QTest::addColumn<bool>("moves");
-        QTest::newRow("disabled") << Look::disabled << false;
-        QTest::newRow("idle") << Look::idle << true;
-        QTest::newRow("live") << Look::live << true;
-        QTest::newRow("stopping") << Look::stopping << true;
-    }
-
-    void ticksOnlyWhileSomethingMoves()
-    {
-        QFETCH(const Look, look);
-        QFETCH(const bool, moves);
-        RecordButton button;
-        button.setLook(look);
-        QVERIFY(!isTicking(button));
-        button.show();
-        QCOMPARE(isTicking(button), moves);
-        button.setLook(Look::disabled);
-        QVERIFY(!isTicking(button));
-        button.setLook(look);
-        QCOMPARE(isTicking(button), moves);
-        button.hide();
-        QVERIFY(!isTicking(button));
     }
 };
 
