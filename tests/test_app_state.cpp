@@ -1,14 +1,10 @@
 #include "core/AppState.h"
-#include "settings/PrefsStore.h"
-#include "tests/support/AudioRig.h"
-#include "tests/support/FakeDefaults.h"
-#include "tests/support/FakeLoginItem.h"
+#include "core/RecentsCoding.h"
+#include "core/RecentsFile.h"
+#include "tests/support/AppRig.h"
 #include "tests/support/NoService.h"
 
 #include <QCoroTask>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRandomGenerator>
 #include <QTest>
 #include <QThreadPool>
@@ -27,14 +23,10 @@ using State = RecordingState;
 const QString tooShort = u"录音不足 10 秒，已自动丢弃"_s;
 
 /// The application's state on a scripted machine, where a second takes a millisecond.
-class Stage
+class Stage : public AppRig
 {
 public:
-    Stage()
-    {
-        prefs.setSaveLocation(rig.home.path());
-        start();
-    }
+    Stage() { start(); }
 
     /// As if the application had been started anew, where one runs already.
     void start() { app.emplace(rig.platform(), service.uploader(), prefs, 1ms); }
@@ -91,11 +83,7 @@ public:
 
     int count(const QString &call) const { return static_cast<int>(rig.script.calls.count(call)); }
 
-    AudioRig rig;
-    FakeDefaults defaults;
-    FakeLoginItem loginItem;
     NoService service;
-    PrefsStore prefs{defaults, loginItem, rig.home.path()};
     std::optional<AppState> app;
 };
 } // namespace
@@ -105,679 +93,591 @@ class AppStateTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void bothSourcesOff();
-    void titleIsTakenAsTyped();
-    void togglesWhileBusyDoNothing();
-    void failedStartChangesOnlyStateAndMessage();
-    void nineSecondsDiscardTheRecording();
-    void tenSecondsKeepTheRecording();
-    void unfinishedFileIsKeptAndTold();
-    void tagLivesForOneRecording();
-    void stopWithoutFileIsSilent();
-    void changesComeInOnePiece();
-    void listFollowsTheSaveFolder();
-    void killedRecordingsAreListedAtLaunch_data();
-    void killedRecordingsAreListedAtLaunch();
-    void listIsBroughtUpToDateAtStart_data();
-    void listIsBroughtUpToDateAtStart();
-    void sameSecondTwiceLosesNothing();
-    void failedSystemAudioStopsAndTells_data();
-    void failedSystemAudioStopsAndTells();
-    void failedSystemAudioOutsideARecording();
-    void failedSystemAudioWhileStarting_data();
-    void failedSystemAudioWhileStarting();
-    void microphoneEvents_data();
-    void microphoneEvents();
-    void diskThatRunsFullEndsTheRecording();
-    void quitKeepsTheRecording_data();
-    void quitKeepsTheRecording();
-    void quitDuringAStartWhoseCaptureFailed();
-    void quitLeavesRecoveryForTheNextLaunch();
-    void thousandRandomToggles();
-    void goneWhileTasksArePending_data();
-    void goneWhileTasksArePending();
-};
-
-void AppStateTest::bothSourcesOff()
-{
-    Stage stage;
-    QCOMPARE(stage.rig.assets.leftoversFolder, stage.rig.home.path());
-    stage.app->setSystemAudioOn(false);
-    stage.app->setMicOn(false);
-    stage.toggle();
-    QCOMPARE(stage.app->lastError(), u"至少开启一个音源（系统声音或麦克风）"_s);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.rig.script.calls, QStringList(u"leftovers"_s));
-
-    stage.app->setMicOn(true);
-    stage.toggle();
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-    QTRY_COMPARE(stage.app->state(), State::recording);
-    QCOMPARE(stage.count(u"capture targets"_s), 0);
-}
-
-void AppStateTest::togglesWhileBusyDoNothing()
-{
-    Stage stage;
-    auto &script = stage.rig.script;
-    script.holdAt(u"capture start"_s);
-    stage.toggle();
-    QTRY_COMPARE(stage.app->state(), State::starting);
-    stage.toggle();
-    QTRY_COMPARE(stage.app->state(), State::starting);
-    script.releaseAt(u"capture start"_s);
-    QTRY_COMPARE(stage.app->state(), State::recording);
-
-    script.holdAt(u"capture stop"_s);
-    stage.toggle();
-    QTRY_COMPARE(stage.app->state(), State::stopping);
-    stage.toggle();
-    QTRY_COMPARE(stage.app->state(), State::stopping);
-    script.releaseAt(u"capture stop"_s);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.count(u"capture start"_s), 1);
-    QCOMPARE(stage.count(u"capture stop"_s), 1);
-}
-
-void AppStateTest::failedStartChangesOnlyStateAndMessage()
-{
-    Stage stage;
-    stage.record(12);
-    const auto recents = stage.app->recents();
-    stage.app->setSessionTitle(u"周会"_s);
-    stage.rig.script.failAt(u"capture targets"_s);
-    stage.toggle();
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.app->lastError(), u"屏幕录制权限未授予：capture trouble"_s);
-    QCOMPARE(stage.app->elapsed(), 12.0);
-    QCOMPARE(stage.app->sessionTitle(), u"周会"_s);
-    QCOMPARE(stage.app->selectedTag(), std::nullopt);
-    QVERIFY(stage.app->recents() == recents);
-}
-
-void AppStateTest::nineSecondsDiscardTheRecording()
-{
-    Stage stage;
-    stage.app->setSessionTitle(u"周会"_s);
-    stage.app->setSelectedTag(SessionTag::call);
-    stage.record(9);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.app->lastError(), tooShort);
-    QCOMPARE(stage.app->elapsedFormatted(), u"00:00:09"_s);
-    QCOMPARE(stage.app->sessionTitle(), QString());
-    QCOMPARE(stage.app->selectedTag(), std::nullopt);
-    QVERIFY(stage.app->recents().isEmpty());
-    QCOMPARE(stage.rig.files(), QStringList());
-}
-
-void AppStateTest::tenSecondsKeepTheRecording()
-{
-    Stage stage;
-    stage.app->setSessionTitle(u"周会"_s);
-    stage.toggle();
-    const QDateTime startedAt = stage.rig.clock.wall;
-    stage.rig.clock.advance(10s);
-    stage.toggleAfter(10);
-
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-    QCOMPARE(stage.app->recents().size(), 1);
-    RecentSession expected;
-    expected.id = stage.app->recents()[0].id;
-    expected.title = u"周会"_s;
-    expected.duration = u"10s"_s;
-    expected.durationSeconds = 10;
-    expected.when = u"刚刚"_s;
-    expected.startedAt = startedAt;
-    expected.fileURL = stage.rig.url(u"recording-2025-03-07-14-05-00.m4a"_s);
-    expected.clientRecordingId = u"mac-file-recording-2025-03-07-14-05-00"_s;
-    QVERIFY(stage.app->recents()[0] == expected);
-    QVERIFY(QFile::exists(expected.fileURL->toLocalFile()));
-
-    // A later recording stands before it, and both are there after a restart.
-    stage.rig.clock.advance(1min);
-    stage.record(11);
-    QCOMPARE(stage.app->recents().size(), 2);
-    QCOMPARE(stage.app->recents()[1].id, expected.id);
-    QCOMPARE(stage.app->recents()[0].duration, u"11s"_s);
-    const QStringList names = stage.listedNames();
-    stage.start();
-    QCOMPARE(stage.listedNames(), names);
-}
-
-void AppStateTest::titleIsTakenAsTyped()
-{
-    Stage stage;
-    stage.app->setSelectedTag(SessionTag::interview);
-    for (const QString &typed : {u""_s, u"<b>周会</b>"_s, u"  "_s}) {
-        stage.app->setSessionTitle(typed);
-        stage.record(10);
-        QVERIFY(!stage.app->recents().isEmpty());
-        QCOMPARE(stage.app->recents().first().title,
-                 typed.isEmpty() ? u"录音 2025-03-07 14:05"_s : typed);
+    void titleIsTakenAsTyped()
+    {
+        Stage stage;
+        stage.app->setSelectedTag(SessionTag::interview);
+        for (const QString &typed : {u""_s, u"<b>周会</b>"_s, u"  "_s}) {
+            stage.app->setSessionTitle(typed);
+            stage.record(10);
+            QVERIFY(!stage.app->recents().isEmpty());
+            QCOMPARE(stage.app->recents().first().title,
+                     typed.isEmpty() ? u"录音 2025-03-07 14:05"_s : typed);
+        }
     }
-}
 
-void AppStateTest::unfinishedFileIsKeptAndTold()
-{
-    Stage stage;
-    stage.app->setMicOn(false);
-    stage.rig.script.failAt(u"finish system"_s);
-    stage.record(10);
-    QCOMPARE(stage.listedNames(), QStringList(u"recording-2025-03-07-14-05-00.system.m4a"_s));
-    QVERIFY(QFile::exists(stage.app->recents().first().fileURL->toLocalFile()));
-    QCOMPARE(stage.app->lastError(), u"录音已保存，但文件整理失败：assets trouble"_s);
-}
+    void togglesWhileBusyDoNothing()
+    {
+        Stage stage;
+        auto &script = stage.rig.script;
+        script.holdAt(u"capture start"_s);
+        stage.toggle();
+        QTRY_COMPARE(stage.app->state(), State::starting);
+        stage.toggle();
+        QTRY_COMPARE(stage.app->state(), State::starting);
+        script.releaseAt(u"capture start"_s);
+        QTRY_COMPARE(stage.app->state(), State::recording);
 
-void AppStateTest::tagLivesForOneRecording()
-{
-    Stage stage;
-    stage.toggle();
-    QCOMPARE(stage.app->selectedTag(), SessionTag::meeting);
-    stage.toggleAfter(10);
-    QCOMPARE(stage.app->selectedTag(), std::nullopt);
-
-    stage.app->setSelectedTag(SessionTag::notes);
-    stage.toggle();
-    QCOMPARE(stage.app->selectedTag(), SessionTag::notes);
-}
-
-void AppStateTest::stopWithoutFileIsSilent()
-{
-    Stage stage;
-    stage.rig.writers.contentBytes = 0;
-    stage.rig.microphones.contentBytes = 0;
-    stage.app->setSessionTitle(u"周会"_s);
-    stage.record(12);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-    QCOMPARE(stage.app->sessionTitle(), u"周会"_s);
-    QCOMPARE(stage.app->selectedTag(), SessionTag::meeting);
-    QVERIFY(stage.app->recents().isEmpty());
-}
-
-void AppStateTest::changesComeInOnePiece()
-{
-    Stage stage;
-    QStringList seen;
-    connect(&*stage.app, &AppState::stateChanged, this, [&] {
-        seen.append(u"%1 %2 %3 %4"_s.arg(static_cast<int>(stage.app->state()))
-                        .arg(stage.app->elapsed())
-                        .arg(stage.app->recents().size())
-                        .arg(stage.app->sessionTitle()));
-    });
-    stage.app->setSessionTitle(u"周会"_s);
-    stage.record(10);
-    QCOMPARE(seen, QStringList({u"2 0 0 周会"_s, u"1 0 0 周会"_s, u"3 10 0 周会"_s, u"0 10 1 "_s}));
-
-    // The counter starts again only with the recording.
-    seen.clear();
-    stage.toggle();
-    QCOMPARE(seen, QStringList({u"2 10 1 "_s, u"1 0 1 "_s}));
-}
-
-void AppStateTest::listFollowsTheSaveFolder()
-{
-    Stage stage;
-    stage.record(10);
-    const QString other = stage.rig.path(u"elsewhere"_s);
-    stage.prefs.setSaveLocation(other);
-    stage.rig.clock.advance(1min);
-    stage.record(10);
-    QCOMPARE(stage.app->recents().size(), 2);
-    QCOMPARE(QDir(other).entryList(QDir::Files | QDir::Hidden),
-             QStringList({u".sessions.json"_s, u"recording-2025-03-07-14-06-00.m4a"_s}));
-    const QStringList names = stage.listedNames();
-    stage.start();
-    QCOMPARE(stage.listedNames(), names);
-}
-
-void AppStateTest::killedRecordingsAreListedAtLaunch_data()
-{
-    // Of "recording-2026-02-03-04-05-06": left as they were being recorded, and finished.
-    QTest::addColumn<QStringList>("tracks");
-    QTest::addColumn<QStringList>("finished");
-    QTest::addColumn<bool>("hasList"); // otherwise it is rebuilt from the files first
-    QTest::addColumn<double>("seconds");
-    QTest::addColumn<QString>("listed"); // title and duration
-    QTest::addColumn<QStringList>("files");
-    QTest::addColumn<QStringList>("calls");
-    const QString entry = u"录音 2026-02-03 04:05 1m"_s;
-    const QStringList both{u".system.m4a"_s, u".mic.m4a"_s};
-    const QStringList mic{u".mic.m4a"_s};
-    const QStringList mix{u".m4a"_s};
-    const QStringList none;
-    const QStringList mixed{u"abandoned"_s,       u"tracks system"_s,  u"tracks mic"_s,
-                            u"duration system"_s, u"duration mic"_s,   u"export make"_s,
-                            u"export run"_s,      u"duration system"_s};
-    const QStringList finished{u"abandoned"_s, u"finish mic"_s, u"duration mic"_s};
-    const QStringList taken{u"abandoned"_s, u"duration system"_s};
-    for (const bool hasList : {true, false}) {
-        const char *const how = hasList ? "" : ", no list";
-        QTest::addRow("both tracks%s", how)
-            << both << none << hasList << 75.0 << entry << mix << mixed;
-        QTest::addRow("one track%s", how)
-            << mic << none << hasList << 75.0 << entry << mic << finished;
-        QTest::addRow("mix and one track%s", how)
-            << mic << mix << hasList << 75.0 << entry << mix
-            << QStringList{u"abandoned"_s, u"duration system"_s, u"duration mic"_s,
-                           u"duration system"_s};
-        QTest::addRow("too short%s", how)
-            << mic << none << hasList << 9.9 << QString() << none << finished;
+        script.holdAt(u"capture stop"_s);
+        stage.toggle();
+        QTRY_COMPARE(stage.app->state(), State::stopping);
+        stage.toggle();
+        QTRY_COMPARE(stage.app->state(), State::stopping);
+        script.releaseAt(u"capture stop"_s);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.count(u"capture start"_s), 1);
+        QCOMPARE(stage.count(u"capture stop"_s), 1);
     }
-    QTest::newRow("finished") << none << mix << true << 75.0 << entry << mix << taken;
-    QTest::newRow("finished, too short") << none << mix << true << 9.9 << QString() << mix << taken;
-    QTest::newRow("none") << none << none << true << 75.0 << QString() << none
-                          << QStringList{u"abandoned"_s};
-}
 
-void AppStateTest::killedRecordingsAreListedAtLaunch()
-{
-    QFETCH(const QStringList, tracks);
-    QFETCH(const QStringList, finished);
-    QFETCH(const bool, hasList);
-    QFETCH(const double, seconds);
-    QFETCH(const QString, listed);
-    QFETCH(const QStringList, files);
-    Stage stage;
-    FakeAudioAssets &assets = stage.rig.assets;
-    assets.duration = {{u"system"_s, seconds}, {u"mic"_s, seconds}};
-    // However the folder is spelled, what is listed is known again.
-    stage.prefs.setSaveLocation(stage.rig.home.path() + u"/."_s);
-    const QString name = u"recording-2026-02-03-04-05-06"_s;
-    for (const QString &ending : tracks + finished) {
-        stage.rig.putFile(name + ending, 3000);
-        const QString path = stage.prefs.saveLocation() + u'/' + name + ending;
-        (tracks.contains(ending) ? assets.abandoned : assets.changed).append(path);
+    void failedStartChangesOnlyStateAndMessage()
+    {
+        Stage stage;
+        stage.record(12);
+        const auto recents = stage.app->recents();
+        stage.app->setSessionTitle(u"周会"_s);
+        stage.rig.script.failAt(u"capture targets"_s);
+        stage.toggle();
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.app->lastError(), u"屏幕录制权限未授予：capture trouble"_s);
+        QCOMPARE(stage.app->elapsed(), 12.0);
+        QCOMPARE(stage.app->sessionTitle(), u"周会"_s);
+        QCOMPARE(stage.app->selectedTag(), std::nullopt);
+        QVERIFY(stage.app->recents() == recents);
     }
-    if (hasList) {
-        QFile list(stage.rig.path(u".sessions.json"_s));
-        QVERIFY(list.open(QFile::WriteOnly) && list.write("[]") == 2);
+
+    void nineSecondsDiscardTheRecording()
+    {
+        Stage stage;
+        stage.app->setSessionTitle(u"周会"_s);
+        stage.app->setSelectedTag(SessionTag::call);
+        stage.record(9);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.app->lastError(), tooShort);
+        QCOMPARE(stage.app->elapsedFormatted(), u"00:00:09"_s);
+        QCOMPARE(stage.app->sessionTitle(), QString());
+        QCOMPARE(stage.app->selectedTag(), std::nullopt);
+        QVERIFY(stage.app->recents().isEmpty());
+        QCOMPARE(stage.rig.files(), QStringList());
     }
-    // Twice, as the next launch finds what stands in the list then.
-    for (int launch = 0; launch < 2; ++launch) {
-        stage.start();
-        stage.rig.script.calls.clear();
-        QCoro::waitFor(stage.app->recoverRecordings());
-        if (launch == 0)
-            QTEST(stage.rig.script.calls, "calls");
 
-        QStringList entries;
-        for (const RecentSession &session : stage.app->recents())
-            entries.append(session.title + u' ' + session.duration);
-        QCOMPARE(entries.join(u", "_s), listed);
-        QStringList expected;
-        for (const QString &ending : files)
-            expected.append(name + ending);
-        QCOMPARE(QDir(stage.rig.home.path()).entryList({u"*.m4a"_s}), expected);
-        if (!listed.isEmpty())
-            QCOMPARE(stage.listedNames(), expected);
-    }
-}
-
-void AppStateTest::listIsBroughtUpToDateAtStart_data()
-{
-    QTest::addColumn<QByteArray>("list"); // empty: none
-    QTest::addColumn<QStringList>("recordings");
-    QTest::addColumn<QStringList>("expected"); // title and status, or what is there instead
-    const QByteArray interrupted =
-        R"([{"id":"0F8FAD5B-D9CB-469F-A165-70867728950E","title":"周会",)"
-        R"("duration":"12s","durationSeconds":12,"when":"刚刚",)"
-        R"("startedAt":757382400,"status":"processing"}])";
-    QTest::newRow("an upload that did not end")
-        << interrupted << QStringList() << QStringList{u"周会 ready"_s};
-    QTest::newRow("no list") << QByteArray() << QStringList{u"a.m4a"_s}
-                             << QStringList{u"a ready"_s};
-    QTest::newRow("a damaged list")
-        << QByteArray("[{") << QStringList{u"a.m4a"_s} << QStringList{u"a ready"_s};
-    QTest::newRow("nothing at all") << QByteArray() << QStringList() << QStringList{u"no file"_s};
-}
-
-void AppStateTest::listIsBroughtUpToDateAtStart()
-{
-    QFETCH(const QByteArray, list);
-    QFETCH(const QStringList, recordings);
-    QFETCH(const QStringList, expected);
-    Stage stage;
-    const auto put = [&stage](const QString &name, const QByteArray &content) {
-        QFile file(stage.rig.home.filePath(name));
-        return file.open(QFile::WriteOnly) && file.write(content) == content.size();
-    };
-    if (!list.isEmpty())
-        QVERIFY(put(u".sessions.json"_s, list));
-    for (const QString &name : recordings)
-        QVERIFY(put(name, QByteArray(96'000, 'a')));
-    stage.start();
-
-    const auto stored = [&stage] {
-        QStringList entries;
-        QFile file(stage.rig.home.filePath(u".sessions.json"_s));
-        if (!file.open(QFile::ReadOnly))
-            return QStringList(u"no file"_s);
-        for (const QJsonValue &entry : QJsonDocument::fromJson(file.readAll()).array())
-            entries.append(entry[u"title"_s].toString() + u' ' + entry[u"status"_s].toString());
-        return entries;
-    };
-    QTRY_COMPARE(stored(), expected);
-}
-
-void AppStateTest::sameSecondTwiceLosesNothing()
-{
-    Stage stage;
-    stage.record(10);
-    stage.record(10);
-    stage.rig.clock.wall = stage.rig.clock.wall.addSecs(-1); // the clock is set back
-    stage.record(10);
-    QCOMPARE(stage.listedNames(), QStringList({u"recording-2025-03-07-14-04-59.m4a"_s,
-                                               u"recording-2025-03-07-14-05-01.m4a"_s,
-                                               u"recording-2025-03-07-14-05-00.m4a"_s}));
-    for (const RecentSession &session : stage.app->recents())
-        QVERIFY(QFile::exists(session.fileURL->toLocalFile()));
-}
-
-void AppStateTest::failedSystemAudioStopsAndTells_data()
-{
-    QTest::addColumn<int>("seconds");
-    QTest::addColumn<int>("entries");
-    QTest::newRow("kept") << 30 << 1;
-    QTest::newRow("discarded") << 3 << 0;
-}
-
-void AppStateTest::failedSystemAudioStopsAndTells()
-{
-    QFETCH(const int, seconds);
-    Stage stage;
-    stage.toggle();
-    stage.afterTick(seconds, [&] {
-        stage.rig.capture.listener->didStop(Error(u"声音服务已断开"_s));
-        stage.rig.microphones.handler({MicrophoneEvent::Kind::ended, u"麦克风已停止"_s});
-    });
-    QTRY_COMPARE(stage.app->lastError(), u"系统音频已停止：声音服务已断开"_s);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QTEST(static_cast<int>(stage.app->recents().size()), "entries");
-    QCOMPARE(stage.count(u"capture stop"_s), 1);
-
-    // Nothing of it is left for the next recording.
-    stage.rig.clock.advance(1min);
-    stage.toggle();
-    QTRY_COMPARE(stage.app->state(), State::recording);
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-}
-
-void AppStateTest::failedSystemAudioOutsideARecording()
-{
-    Stage stage;
-    QCoro::waitFor(stage.app->handleSystemAudioError(u"late"_s));
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-
-    stage.toggle();
-    stage.rig.script.holdAt(u"capture stop"_s);
-    stage.toggleAfter(10);
-    QCoro::waitFor(stage.app->handleSystemAudioError(u"late"_s));
-    stage.rig.script.releaseAt(u"capture stop"_s);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-    QCOMPARE(stage.app->recents().size(), 1);
-}
-
-void AppStateTest::failedSystemAudioWhileStarting_data()
-{
-    QTest::addColumn<bool>("startSucceeds");
-    QTest::addColumn<State>("state");
-    QTest::addColumn<QString>("message");
-    QTest::newRow("start succeeds") << true << State::recording << u"系统音频已停止：断开"_s;
-    QTest::newRow("start fails") << false << State::idle << u"麦克风权限未授予"_s;
-}
-
-void AppStateTest::failedSystemAudioWhileStarting()
-{
-    QFETCH(const bool, startSucceeds);
-    Stage stage;
-    stage.rig.script.holdAt(u"mic access"_s);
-    if (!startSucceeds)
-        stage.rig.script.failAt(u"mic access"_s);
-    stage.toggle();
-    stage.rig.capture.listener->didStop(Error(u"断开"_s));
-    QTRY_COMPARE(stage.app->lastError(), u"系统音频已停止：断开"_s);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    stage.toggle(); // the start is still under way: no second one
-    QCOMPARE(stage.count(u"capture targets"_s), 1);
-
-    stage.rig.script.releaseAt(u"mic access"_s);
-    QFETCH(const State, state);
-    QTRY_COMPARE(stage.app->state(), state);
-    QFETCH(const QString, message);
-    QTRY_COMPARE(stage.app->lastError().value_or(QString()), message);
-    if (startSucceeds)
+    void tenSecondsKeepTheRecording()
+    {
+        Stage stage;
+        stage.app->setSessionTitle(u"周会"_s);
+        stage.toggle();
+        const QDateTime startedAt = stage.rig.clock.wall;
+        stage.rig.clock.advance(10s);
         stage.toggleAfter(10);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.app->recents().size(), startSucceeds ? 1 : 0);
-    QCOMPARE(stage.rig.capture.liveStreams, 0);
-}
 
-void AppStateTest::microphoneEvents_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<bool>("systemAudioOn");
-    QTest::addColumn<bool>("goesOn");
-    QTest::addColumn<QString>("message");
-    const auto row = [](const char *name, MicrophoneEvent::Kind kind, bool systemAudioOn,
-                        bool goesOn, const QString &message) {
-        QTest::newRow(name) << static_cast<int>(kind) << systemAudioOn << goesOn << message;
-    };
-    using enum MicrophoneEvent::Kind;
-    row("interrupted", interrupted, true, true, u"没有麦克风"_s);
-    row("interrupted alone", interrupted, false, true, u"没有麦克风"_s);
-    row("back again", resumed, false, true, QString());
-    row("ended", ended, true, true, u"没有麦克风"_s);
-    row("ended alone", ended, false, false, u"没有麦克风"_s);
-}
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.app->lastError(), std::nullopt);
+        QCOMPARE(stage.app->recents().size(), 1);
+        RecentSession expected;
+        expected.id = stage.app->recents()[0].id;
+        expected.title = u"周会"_s;
+        expected.duration = u"10s"_s;
+        expected.durationSeconds = 10;
+        expected.when = u"刚刚"_s;
+        expected.startedAt = startedAt;
+        expected.fileURL = stage.rig.url(u"recording-2025-03-07-14-05-00.m4a"_s);
+        expected.clientRecordingId = u"mac-file-recording-2025-03-07-14-05-00"_s;
+        QVERIFY(stage.app->recents()[0] == expected);
+        QVERIFY(QFile::exists(expected.fileURL->toLocalFile()));
 
-void AppStateTest::microphoneEvents()
-{
-    QFETCH(const int, kind);
-    QFETCH(const bool, systemAudioOn);
-    QFETCH(const bool, goesOn);
-    QFETCH(const QString, message);
-    Stage stage;
-    stage.app->setSystemAudioOn(systemAudioOn);
-    stage.toggle();
-    stage.app->setSystemAudioOn(!systemAudioOn); // for the next recording; this one has what it has
-    const MicrophoneEvent event{.kind = static_cast<MicrophoneEvent::Kind>(kind), .text = message};
-    stage.afterTick(12, [&] { stage.rig.microphones.handler(event); });
-    QTRY_COMPARE(stage.app->lastError().value_or(QString()), message);
-    QTRY_COMPARE(stage.app->state(), goesOn ? State::recording : State::idle);
-    QCOMPARE(stage.app->recents().size(), goesOn ? 0 : 1);
-
-    // Outside a recording nobody is told.
-    if (goesOn)
-        stage.toggle();
-    stage.app->clearLastError();
-    stage.rig.microphones.handler(event);
-    QCoreApplication::processEvents();
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-}
-
-void AppStateTest::diskThatRunsFullEndsTheRecording()
-{
-    Stage stage;
-    stage.rig.volume.available = qint64(1) << 30;
-    stage.toggle();
-    stage.afterTick(31, [&] { stage.rig.volume.available = 1 << 20; });
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.app->lastError(), u"磁盘空间不足，已自动停止录音"_s);
-    QCOMPARE(stage.app->recents().size(), 1);
-    QVERIFY(stage.app->elapsed() >= 31.0); // a look may be under way when it fills up
-
-    stage.rig.clock.advance(1min);
-    stage.toggle();
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.app->lastError(), u"录音保存位置不可用：磁盘空间不足"_s);
-    stage.rig.volume.available = qint64(1) << 30;
-    stage.toggle();
-    QTRY_COMPARE(stage.app->state(), State::recording);
-}
-
-void AppStateTest::quitKeepsTheRecording_data()
-{
-    QTest::addColumn<QString>("held"); // the step at which the application is left
-    QTest::addColumn<int>("seconds");
-    QTest::addColumn<int>("entries");
-    QTest::newRow("idle") << QString() << 0 << 0;
-    QTest::newRow("starting") << u"capture start"_s << 0 << 0;
-    QTest::newRow("recording") << QString() << 12 << 1;
-    QTest::newRow("stopping") << u"export run"_s << 12 << 1;
-}
-
-void AppStateTest::quitKeepsTheRecording()
-{
-    QFETCH(const QString, held);
-    QFETCH(const int, seconds);
-    Stage stage;
-    stage.rig.script.holdAt(held);
-    if (seconds > 0 || !held.isEmpty())
-        stage.toggle();
-    if (seconds > 0)
-        stage.afterTick(seconds, [] {});
-    if (held == u"export run"_s)
-        stage.toggle();
-
-    auto leaving = stage.app->finishForQuit();
-    if (!held.isEmpty()) {
-        QCoreApplication::processEvents();
-        QVERIFY(!leaving.isReady());
+        // A later recording stands before it, and both are there after a restart.
+        stage.rig.clock.advance(1min);
+        stage.record(11);
+        QCOMPARE(stage.app->recents().size(), 2);
+        QCOMPARE(stage.app->recents()[1].id, expected.id);
+        QCOMPARE(stage.app->recents()[0].duration, u"11s"_s);
+        const QStringList names = stage.listedNames();
+        stage.start();
+        QCOMPARE(stage.listedNames(), names);
     }
-    stage.rig.script.releaseAt(held);
-    QTRY_VERIFY(leaving.isReady());
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QTEST(static_cast<int>(stage.app->recents().size()), "entries");
-    QCOMPARE(stage.rig.capture.liveStreams, 0);
-    QCOMPARE(stage.rig.microphones.liveRecorders, 0);
-}
 
-void AppStateTest::quitDuringAStartWhoseCaptureFailed()
-{
-    Stage stage;
-    stage.rig.script.holdAt(u"mic record"_s);
-    stage.toggle();
-    stage.rig.capture.listener->didStop(Error(u"断开"_s));
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    auto leaving = stage.app->finishForQuit();
-    QVERIFY(!leaving.isReady());
-    stage.rig.script.releaseAt(u"mic record"_s);
-    QTRY_VERIFY(leaving.isReady());
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.rig.microphones.liveRecorders, 0);
-}
+    void unfinishedFileIsKeptAndTold()
+    {
+        Stage stage;
+        stage.app->setMicOn(false);
+        stage.rig.script.failAt(u"finish system"_s);
+        stage.record(10);
+        QCOMPARE(stage.listedNames(), QStringList(u"recording-2025-03-07-14-05-00.system.m4a"_s));
+        QVERIFY(QFile::exists(stage.app->recents().first().fileURL->toLocalFile()));
+        QCOMPARE(stage.app->lastError(), u"录音已保存，但文件整理失败：assets trouble"_s);
+    }
 
-void AppStateTest::quitLeavesRecoveryForTheNextLaunch()
-{
-    Stage stage;
-    FakeAudioAssets &assets = stage.rig.assets;
-    for (const QString &second : {u"05"_s, u"06"_s}) {
-        for (const QString &ending : {u".system.m4a"_s, u".mic.m4a"_s}) {
-            const QString name = u"recording-2026-02-03-04-05-"_s + second + ending;
-            stage.rig.putFile(name, 3000);
-            assets.abandoned.append(stage.rig.path(name));
+    void tagLivesForOneRecording()
+    {
+        Stage stage;
+        stage.toggle();
+        QCOMPARE(stage.app->selectedTag(), SessionTag::meeting);
+        stage.toggleAfter(10);
+        QCOMPARE(stage.app->selectedTag(), std::nullopt);
+
+        stage.app->setSelectedTag(SessionTag::notes);
+        stage.toggle();
+        QCOMPARE(stage.app->selectedTag(), SessionTag::notes);
+    }
+
+    void stopWithoutFileIsSilent()
+    {
+        Stage stage;
+        stage.rig.writers.contentBytes = 0;
+        stage.rig.microphones.contentBytes = 0;
+        stage.app->setSessionTitle(u"周会"_s);
+        stage.record(12);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.app->lastError(), std::nullopt);
+        QCOMPARE(stage.app->sessionTitle(), u"周会"_s);
+        QCOMPARE(stage.app->selectedTag(), SessionTag::meeting);
+        QVERIFY(stage.app->recents().isEmpty());
+    }
+
+    void changesComeInOnePiece()
+    {
+        Stage stage;
+        QStringList seen;
+        connect(&*stage.app, &AppState::stateChanged, this, [&] {
+            seen.append(u"%1 %2 %3 %4"_s.arg(static_cast<int>(stage.app->state()))
+                            .arg(stage.app->elapsed())
+                            .arg(stage.app->recents().size())
+                            .arg(stage.app->sessionTitle()));
+        });
+        stage.app->setSessionTitle(u"周会"_s);
+        stage.record(10);
+        QCOMPARE(seen,
+                 QStringList({u"2 0 0 周会"_s, u"1 0 0 周会"_s, u"3 10 0 周会"_s, u"0 10 1 "_s}));
+
+        // The counter starts again only with the recording.
+        seen.clear();
+        stage.toggle();
+        QCOMPARE(seen, QStringList({u"2 10 1 "_s, u"1 0 1 "_s}));
+    }
+
+    void listFollowsTheSaveFolder()
+    {
+        Stage stage;
+        stage.record(10);
+        const QString other = stage.rig.path(u"elsewhere"_s);
+        stage.prefs.setSaveLocation(other);
+        stage.rig.clock.advance(1min);
+        stage.record(10);
+        QCOMPARE(stage.app->recents().size(), 2);
+        QCOMPARE(QDir(other).entryList(QDir::Files | QDir::Hidden),
+                 QStringList({u".sessions.json"_s, u"recording-2025-03-07-14-06-00.m4a"_s}));
+        const QStringList names = stage.listedNames();
+        stage.start();
+        QCOMPARE(stage.listedNames(), names);
+    }
+
+    void killedRecordingsAreListedAtLaunch_data()
+    {
+        // Of "recording-2026-02-03-04-05-06": left as they were being recorded, and finished.
+        QTest::addColumn<QStringList>("tracks");
+        QTest::addColumn<QStringList>("finished");
+        QTest::addColumn<bool>("hasList"); // otherwise it is rebuilt from the files first
+        QTest::addColumn<double>("seconds");
+        QTest::addColumn<QString>("listed"); // title and duration
+        QTest::addColumn<QStringList>("files");
+        const QString entry = u"录音 2026-02-03 04:05 1m"_s;
+        const QStringList both{u".system.m4a"_s, u".mic.m4a"_s};
+        const QStringList mic{u".mic.m4a"_s};
+        const QStringList mix{u".m4a"_s};
+        const QStringList none;
+        for (const bool hasList : {true, false}) {
+            const char *const how = hasList ? "" : ", no list";
+            QTest::addRow("both tracks%s", how) << both << none << hasList << 75.0 << entry << mix;
+            QTest::addRow("one track%s", how) << mic << none << hasList << 75.0 << entry << mic;
+            QTest::addRow("mix and one track%s", how)
+                << mic << mix << hasList << 75.0 << entry << mix;
+            QTest::addRow("too short%s", how) << mic << none << hasList << 9.9 << QString() << none;
+        }
+        QTest::newRow("finished") << none << mix << true << 75.0 << entry << mix;
+        QTest::newRow("finished, too short") << none << mix << true << 9.9 << QString() << mix;
+        QTest::newRow("none") << none << none << true << 75.0 << QString() << none;
+    }
+
+    void killedRecordingsAreListedAtLaunch()
+    {
+        QFETCH(const QStringList, tracks);
+        QFETCH(const QStringList, finished);
+        QFETCH(const bool, hasList);
+        QFETCH(const double, seconds);
+        QFETCH(const QString, listed);
+        QFETCH(const QStringList, files);
+        Stage stage;
+        FakeAudioAssets &assets = stage.rig.assets;
+        assets.duration = {{u"system"_s, seconds}, {u"mic"_s, seconds}};
+        // However the folder is spelled, what is listed is known again.
+        stage.prefs.setSaveLocation(stage.rig.home.path() + u"/."_s);
+        const QString name = u"recording-2026-02-03-04-05-06"_s;
+        for (const QString &ending : tracks + finished) {
+            stage.rig.putFile(name + ending, 3000);
+            const QString path = stage.prefs.saveLocation() + u'/' + name + ending;
+            (tracks.contains(ending) ? assets.abandoned : assets.changed).append(path);
+        }
+        if (hasList) {
+            QFile list(stage.rig.path(u".sessions.json"_s));
+            QVERIFY(list.open(QFile::WriteOnly) && list.write("[]") == 2);
+        }
+        // Twice, as the next launch finds what stands in the list then.
+        for (int launch = 0; launch < 2; ++launch) {
+            stage.start();
+            QCoro::waitFor(stage.app->recoverRecordings());
+            QStringList entries;
+            for (const RecentSession &session : stage.app->recents())
+                entries.append(session.title + u' ' + session.duration);
+            QCOMPARE(entries.join(u", "_s), listed);
+            QStringList expected;
+            for (const QString &ending : files)
+                expected.append(name + ending);
+            QCOMPARE(QDir(stage.rig.home.path()).entryList({u"*.m4a"_s}), expected);
+            if (!listed.isEmpty())
+                QCOMPARE(stage.listedNames(), expected);
         }
     }
-    const QStringList tracks = stage.rig.files();
-    stage.rig.script.holdAt(u"export run"_s);
-    auto recovering = stage.app->recoverRecordings();
-    QTRY_VERIFY(stage.rig.script.isWaitingAt(u"export run"_s));
-    auto leaving = stage.app->finishForQuit();
-    QVERIFY(!leaving.isReady()); // a thread of the export is still at work
-    QVERIFY(assets.exportIsCancelled());
-    stage.rig.script.releaseAt(u"export run"_s);
-    QTRY_VERIFY(leaving.isReady() && recovering.isReady());
-    QCOMPARE(stage.rig.files(), tracks);
-    QCOMPARE(stage.count(u"export run"_s), 1);
-    QCOMPARE(stage.count(u"finish system"_s) + stage.count(u"finish mic"_s), 0);
 
-    stage.start();
-    QCoro::waitFor(stage.app->recoverRecordings());
-    QCOMPARE(stage.listedNames(), QStringList({u"recording-2026-02-03-04-05-06.m4a"_s,
-                                               u"recording-2026-02-03-04-05-05.m4a"_s}));
-}
+    void listIsBroughtUpToDateAtStart()
+    {
+        Stage stage;
+        const QString path = stage.rig.path(u".sessions.json"_s);
+        const auto stored = [&path] {
+            QFile file(path);
+            return decodeRecents(file.open(QFile::ReadOnly) ? file.readAll() : QByteArray("[]"))
+                .value_or(QList<RecentSession>());
+        };
+        QCOMPARE(stage.rig.assets.leftoversFolder, stage.rig.home.path());
+        QVERIFY(!QFile::exists(path)); // nothing at all
+        stage.rig.putFile(u"a.m4a"_s, 96'000);
+        stage.start();
+        QTRY_COMPARE(stored().size(), 1); // rebuilt
+        QList<RecentSession> interrupted = stored();
+        interrupted[0].status = RecentSession::Status::processing;
+        QVERIFY(RecentsFile(stage.rig.clock).save(stage.rig.home.path(), interrupted));
+        stage.start();
+        QTRY_COMPARE(stored().first().status, RecentSession::Status::ready);
+    }
 
-void AppStateTest::thousandRandomToggles()
-{
-    const quint32 seed = QRandomGenerator::global()->generate();
-    qInfo("seed %u", seed);
-    QRandomGenerator random(seed);
-    Stage stage;
-    auto &script = stage.rig.script;
-    const QStringList steps{u"capture targets"_s, u"capture start"_s, u"mic access"_s,
-                            u"mic record"_s,      u"capture stop"_s,  u"writer finish"_s,
-                            u"mic stop"_s,        u"export run"_s};
-    for (const QString &step : steps)
-        script.holdAt(step);
+    void sameSecondTwiceLosesNothing()
+    {
+        Stage stage;
+        stage.record(10);
+        stage.record(10);
+        stage.rig.clock.wall = stage.rig.clock.wall.addSecs(-1); // the clock is set back
+        stage.record(10);
+        QCOMPARE(stage.listedNames(), QStringList({u"recording-2025-03-07-14-04-59.m4a"_s,
+                                                   u"recording-2025-03-07-14-05-01.m4a"_s,
+                                                   u"recording-2025-03-07-14-05-00.m4a"_s}));
+        for (const RecentSession &session : stage.app->recents())
+            QVERIFY(QFile::exists(session.fileURL->toLocalFile()));
+    }
 
-    int stopsAsked = 0;
-    for (int toggles = 0; toggles < 1000;) {
-        if (random.bounded(2) == 0) {
-            stopsAsked += stage.app->state() == State::recording ? 1 : 0;
+    void failedSystemAudioStopsAndTells_data()
+    {
+        QTest::addColumn<int>("seconds");
+        QTest::addColumn<int>("entries");
+        QTest::newRow("kept") << 30 << 1;
+        QTest::newRow("discarded") << 3 << 0;
+    }
+
+    void failedSystemAudioStopsAndTells()
+    {
+        QFETCH(const int, seconds);
+        Stage stage;
+        stage.toggle();
+        stage.afterTick(seconds, [&] {
+            stage.rig.capture.listener->didStop(Error(u"声音服务已断开"_s));
+            stage.rig.microphones.handler({MicrophoneEvent::Kind::ended, u"麦克风已停止"_s});
+        });
+        QTRY_COMPARE(stage.app->lastError(), u"系统音频已停止：声音服务已断开"_s);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QTEST(static_cast<int>(stage.app->recents().size()), "entries");
+        QCOMPARE(stage.count(u"capture stop"_s), 1);
+
+        // Nothing of it is left for the next recording.
+        stage.rig.clock.advance(1min);
+        stage.toggle();
+        QTRY_COMPARE(stage.app->state(), State::recording);
+        QCOMPARE(stage.app->lastError(), std::nullopt);
+    }
+
+    void failedSystemAudioOutsideARecording()
+    {
+        Stage stage;
+        QCoro::waitFor(stage.app->handleSystemAudioError(u"late"_s));
+        QCOMPARE(stage.app->lastError(), std::nullopt);
+
+        stage.toggle();
+        stage.rig.script.holdAt(u"capture stop"_s);
+        stage.toggleAfter(10);
+        QCoro::waitFor(stage.app->handleSystemAudioError(u"late"_s));
+        stage.rig.script.releaseAt(u"capture stop"_s);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.app->lastError(), std::nullopt);
+        QCOMPARE(stage.app->recents().size(), 1);
+    }
+
+    void failedSystemAudioWhileStarting_data()
+    {
+        QTest::addColumn<bool>("startSucceeds");
+        QTest::addColumn<State>("state");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("start succeeds") << true << State::recording << u"系统音频已停止：断开"_s;
+        QTest::newRow("start fails") << false << State::idle << u"麦克风权限未授予"_s;
+    }
+
+    void failedSystemAudioWhileStarting()
+    {
+        QFETCH(const bool, startSucceeds);
+        Stage stage;
+        stage.rig.script.holdAt(u"mic access"_s);
+        if (!startSucceeds)
+            stage.rig.script.failAt(u"mic access"_s);
+        stage.toggle();
+        stage.rig.capture.listener->didStop(Error(u"断开"_s));
+        QTRY_COMPARE(stage.app->lastError(), u"系统音频已停止：断开"_s);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        stage.toggle(); // the start is still under way: no second one
+        QCOMPARE(stage.count(u"capture targets"_s), 1);
+
+        stage.rig.script.releaseAt(u"mic access"_s);
+        QFETCH(const State, state);
+        QTRY_COMPARE(stage.app->state(), state);
+        QFETCH(const QString, message);
+        QTRY_COMPARE(stage.app->lastError().value_or(QString()), message);
+        if (startSucceeds)
+            stage.toggleAfter(10);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.app->recents().size(), startSucceeds ? 1 : 0);
+        QCOMPARE(stage.rig.capture.liveStreams, 0);
+    }
+
+    void microphoneEvents_data()
+    {
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<bool>("systemAudioOn");
+        QTest::addColumn<bool>("goesOn");
+        QTest::addColumn<QString>("message");
+        const auto row = [](const char *name, MicrophoneEvent::Kind kind, bool systemAudioOn,
+                            bool goesOn, const QString &message) {
+            QTest::newRow(name) << static_cast<int>(kind) << systemAudioOn << goesOn << message;
+        };
+        using enum MicrophoneEvent::Kind;
+        row("interrupted", interrupted, true, true, u"没有麦克风"_s);
+        row("interrupted alone", interrupted, false, true, u"没有麦克风"_s);
+        row("back again", resumed, false, true, QString());
+        row("ended", ended, true, true, u"没有麦克风"_s);
+        row("ended alone", ended, false, false, u"没有麦克风"_s);
+    }
+
+    void microphoneEvents()
+    {
+        QFETCH(const int, kind);
+        QFETCH(const bool, systemAudioOn);
+        QFETCH(const bool, goesOn);
+        QFETCH(const QString, message);
+        Stage stage;
+        stage.app->setSystemAudioOn(systemAudioOn);
+        stage.toggle();
+        stage.app->setSystemAudioOn(
+            !systemAudioOn); // for the next recording; this one has what it has
+        const MicrophoneEvent event{.kind = static_cast<MicrophoneEvent::Kind>(kind),
+                                    .text = message};
+        stage.afterTick(12, [&] { stage.rig.microphones.handler(event); });
+        QTRY_COMPARE(stage.app->lastError().value_or(QString()), message);
+        QTRY_COMPARE(stage.app->state(), goesOn ? State::recording : State::idle);
+        QCOMPARE(stage.app->recents().size(), goesOn ? 0 : 1);
+
+        // Outside a recording nobody is told.
+        if (goesOn)
             stage.toggle();
-            ++toggles;
-        } else {
-            script.letThrough(steps[random.bounded(steps.size())]);
-        }
-        if (stage.rig.capture.listener && random.bounded(100) == 0) {
-            stage.rig.capture.listener->didStop(Error(u"断开"_s));
-            QCoreApplication::processEvents();
-        }
-        QThreadPool::globalInstance()->waitForDone();
+        stage.app->clearLastError();
+        stage.rig.microphones.handler(event);
         QCoreApplication::processEvents();
-        stage.settle();
-        QVERIFY(stage.rig.capture.liveStreams <= 1);
-        QVERIFY(stage.rig.microphones.liveRecorders <= 1);
+        QCOMPARE(stage.app->lastError(), std::nullopt);
     }
-    for (const QString &step : steps)
-        script.releaseAt(step);
-    auto leaving = stage.app->finishForQuit();
-    QTRY_VERIFY(leaving.isReady());
 
-    QVERIFY(stopsAsked > 10);
-    QVERIFY(stage.count(u"mic stop"_s) >= stopsAsked);
-    QCOMPARE(stage.count(u"mic stop"_s), stage.count(u"mic record"_s));
-    QCOMPARE(stage.count(u"capture stop"_s), stage.count(u"capture start"_s));
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QCOMPARE(stage.rig.capture.liveStreams, 0);
-    QCOMPARE(stage.rig.microphones.liveRecorders, 0);
-}
+    void diskThatRunsFullEndsTheRecording()
+    {
+        Stage stage;
+        stage.rig.volume.available = qint64(1) << 30;
+        stage.toggle();
+        stage.afterTick(31, [&] { stage.rig.volume.available = 1 << 20; });
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.app->lastError(), u"磁盘空间不足，已自动停止录音"_s);
+        QCOMPARE(stage.app->recents().size(), 1);
+        QVERIFY(stage.app->elapsed() >= 31.0); // a look may be under way when it fills up
 
-void AppStateTest::goneWhileTasksArePending_data()
-{
-    QTest::addColumn<QString>("step");
-    QTest::addColumn<QString>("lastCall"); // what was being recorded becomes a closed file
-    const QString closed = u"writer finish"_s;
-    QTest::newRow("outputs asked for") << u"capture targets"_s << u"capture targets"_s;
-    QTest::newRow("capture starts") << u"capture start"_s << closed;
-    QTest::newRow("microphone asked for") << u"mic access"_s << u"mic access"_s;
-    QTest::newRow("microphone made") << u"mic create"_s << u"mic create"_s;
-    QTest::newRow("microphone starts") << u"mic record"_s << u"mic stop"_s;
-    QTest::newRow("capture stops") << u"capture stop"_s << closed;
-    QTest::newRow("file is closed") << closed << closed;
-    QTest::newRow("microphone stops") << u"mic stop"_s << u"export run"_s;
-    QTest::newRow("tracks are mixed") << u"export run"_s << u"export run"_s;
-}
+        stage.rig.clock.advance(1min);
+        stage.toggle();
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.app->lastError(), u"录音保存位置不可用：磁盘空间不足"_s);
+        stage.rig.volume.available = qint64(1) << 30;
+        stage.toggle();
+        QTRY_COMPARE(stage.app->state(), State::recording);
+    }
 
-void AppStateTest::goneWhileTasksArePending()
-{
-    QFETCH(const QString, step);
-    Stage stage;
-    stage.rig.script.holdAt(step);
-    stage.toggle();
-    stage.toggle();
-    QVERIFY(stage.rig.script.isWaitingAt(step));
-    stage.app.reset();
-    stage.rig.script.releaseAt(step);
-    QFETCH(const QString, lastCall);
-    const QRegularExpression steps(u"^(?!ahead)"_s);
-    QTRY_COMPARE(stage.rig.script.calls.filter(steps).last(), lastCall);
-    QTRY_COMPARE(stage.rig.capture.liveStreams, 0);
-    QTRY_COMPARE(stage.rig.microphones.liveRecorders, 0);
-}
+    void quitKeepsTheRecording_data()
+    {
+        QTest::addColumn<QString>("held"); // the step at which the application is left
+        QTest::addColumn<int>("seconds");
+        QTest::addColumn<int>("entries");
+        QTest::newRow("idle") << QString() << 0 << 0;
+        QTest::newRow("starting") << u"capture start"_s << 0 << 0;
+        QTest::newRow("recording") << QString() << 12 << 1;
+        QTest::newRow("stopping") << u"export run"_s << 12 << 1;
+    }
+
+    void quitKeepsTheRecording()
+    {
+        QFETCH(const QString, held);
+        QFETCH(const int, seconds);
+        Stage stage;
+        stage.rig.script.holdAt(held);
+        if (seconds > 0 || !held.isEmpty())
+            stage.toggle();
+        if (seconds > 0)
+            stage.afterTick(seconds, [] {});
+        if (held == u"export run"_s)
+            stage.toggle();
+
+        auto leaving = stage.app->finishForQuit();
+        if (!held.isEmpty()) {
+            QCoreApplication::processEvents();
+            QVERIFY(!leaving.isReady());
+        }
+        stage.rig.script.releaseAt(held);
+        QTRY_VERIFY(leaving.isReady());
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QTEST(static_cast<int>(stage.app->recents().size()), "entries");
+        QCOMPARE(stage.rig.capture.liveStreams, 0);
+        QCOMPARE(stage.rig.microphones.liveRecorders, 0);
+    }
+
+    void quitDuringAStartWhoseCaptureFailed()
+    {
+        Stage stage;
+        stage.rig.script.holdAt(u"mic record"_s);
+        stage.toggle();
+        stage.rig.capture.listener->didStop(Error(u"断开"_s));
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        auto leaving = stage.app->finishForQuit();
+        QVERIFY(!leaving.isReady());
+        stage.rig.script.releaseAt(u"mic record"_s);
+        QTRY_VERIFY(leaving.isReady());
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.rig.microphones.liveRecorders, 0);
+    }
+
+    void quitLeavesRecoveryForTheNextLaunch()
+    {
+        Stage stage;
+        FakeAudioAssets &assets = stage.rig.assets;
+        for (const QString &second : {u"05"_s, u"06"_s}) {
+            for (const QString &ending : {u".system.m4a"_s, u".mic.m4a"_s}) {
+                const QString name = u"recording-2026-02-03-04-05-"_s + second + ending;
+                stage.rig.putFile(name, 3000);
+                assets.abandoned.append(stage.rig.path(name));
+            }
+        }
+        const QStringList tracks = stage.rig.files();
+        stage.rig.script.holdAt(u"export run"_s);
+        auto recovering = stage.app->recoverRecordings();
+        QTRY_VERIFY(stage.rig.script.isWaitingAt(u"export run"_s));
+        auto leaving = stage.app->finishForQuit();
+        QVERIFY(!leaving.isReady()); // a thread of the export is still at work
+        QVERIFY(assets.exportIsCancelled());
+        stage.rig.script.releaseAt(u"export run"_s);
+        QTRY_VERIFY(leaving.isReady() && recovering.isReady());
+        QCOMPARE(stage.rig.files(), tracks);
+        QCOMPARE(stage.count(u"export run"_s), 1);
+        QCOMPARE(stage.count(u"finish system"_s) + stage.count(u"finish mic"_s), 0);
+
+        stage.start();
+        QCoro::waitFor(stage.app->recoverRecordings());
+        QCOMPARE(stage.listedNames(), QStringList({u"recording-2026-02-03-04-05-06.m4a"_s,
+                                                   u"recording-2026-02-03-04-05-05.m4a"_s}));
+    }
+
+    void thousandRandomToggles()
+    {
+        const quint32 seed = QRandomGenerator::global()->generate();
+        qInfo("seed %u", seed);
+        QRandomGenerator random(seed);
+        Stage stage;
+        auto &script = stage.rig.script;
+        const QStringList steps{u"capture targets"_s, u"capture start"_s, u"mic access"_s,
+                                u"mic record"_s,      u"capture stop"_s,  u"writer finish"_s,
+                                u"mic stop"_s,        u"export run"_s};
+        for (const QString &step : steps)
+            script.holdAt(step);
+
+        int stopsAsked = 0;
+        for (int toggles = 0; toggles < 1000;) {
+            if (random.bounded(2) == 0) {
+                stopsAsked += stage.app->state() == State::recording ? 1 : 0;
+                stage.toggle();
+                ++toggles;
+            } else {
+                script.letThrough(steps[random.bounded(steps.size())]);
+            }
+            if (stage.rig.capture.listener && random.bounded(100) == 0) {
+                stage.rig.capture.listener->didStop(Error(u"断开"_s));
+                QCoreApplication::processEvents();
+            }
+            QThreadPool::globalInstance()->waitForDone();
+            QCoreApplication::processEvents();
+            stage.settle();
+            QVERIFY(stage.rig.capture.liveStreams <= 1);
+            QVERIFY(stage.rig.microphones.liveRecorders <= 1);
+        }
+        for (const QString &step : steps)
+            script.releaseAt(step);
+        auto leaving = stage.app->finishForQuit();
+        QTRY_VERIFY(leaving.isReady());
+
+        QVERIFY(stopsAsked > 10);
+        QVERIFY(stage.count(u"mic stop"_s) >= stopsAsked);
+        QCOMPARE(stage.count(u"mic stop"_s), stage.count(u"mic record"_s));
+        QCOMPARE(stage.count(u"capture stop"_s), stage.count(u"capture start"_s));
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QCOMPARE(stage.rig.capture.liveStreams, 0);
+        QCOMPARE(stage.rig.microphones.liveRecorders, 0);
+    }
+
+    void goneWhileTasksArePending_data()
+    {
+        QTest::addColumn<QString>("step");
+        QTest::addColumn<QString>("lastCall"); // what was being recorded becomes a closed file
+        const QString closed = u"writer finish"_s;
+        QTest::newRow("outputs asked for") << u"capture targets"_s << u"capture targets"_s;
+        QTest::newRow("capture starts") << u"capture start"_s << closed;
+        QTest::newRow("microphone asked for") << u"mic access"_s << u"mic access"_s;
+        QTest::newRow("microphone made") << u"mic create"_s << u"mic create"_s;
+        QTest::newRow("microphone starts") << u"mic record"_s << u"mic stop"_s;
+        QTest::newRow("capture stops") << u"capture stop"_s << closed;
+        QTest::newRow("file is closed") << closed << closed;
+        QTest::newRow("microphone stops") << u"mic stop"_s << u"export run"_s;
+        QTest::newRow("tracks are mixed") << u"export run"_s << u"export run"_s;
+    }
+
+    void goneWhileTasksArePending()
+    {
+        QFETCH(const QString, step);
+        Stage stage;
+        stage.rig.script.holdAt(step);
+        stage.toggle();
+        stage.toggle();
+        QVERIFY(stage.rig.script.isWaitingAt(step));
+        stage.app.reset();
+        stage.rig.script.releaseAt(step);
+        QFETCH(const QString, lastCall);
+        const QRegularExpression steps(u"^(?!ahead)"_s);
+        QTRY_COMPARE(stage.rig.script.calls.filter(steps).last(), lastCall);
+        QTRY_COMPARE(stage.rig.capture.liveStreams, 0);
+        QTRY_COMPARE(stage.rig.microphones.liveRecorders, 0);
+    }
+};
 
 QTEST_GUILESS_MAIN(AppStateTest)
 #include "test_app_state.moc"

@@ -1,8 +1,7 @@
 #include "base/AtomicFile.h"
-#include "base/BoundedRead.h"
+#include "tests/support/Files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
@@ -25,18 +24,6 @@ namespace
 {
 const QByteArray oldContent("old");
 const QByteArray newContent(1 << 20, 'n');
-
-void put(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
-QByteArray contentOf(const QString &path)
-{
-    return readRegularFile(path, 1 << 22).value_or("<none>");
-}
 
 QStringList namesIn(const QString &folder)
 {
@@ -270,34 +257,6 @@ private Q_SLOTS:
         for (const QString &name : left.entryList())
             QVERIFY(QFile::remove(left.filePath(name)));
         QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
-    }
-
-    void onlyRegularFilesAreRead_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QByteArray>("expected");
-        QTest::addRow("nothing") << u"absent"_s << QByteArray("<none>");
-        QTest::addRow("folder") << u"."_s << QByteArray("<none>");
-        QTest::addRow("pipe") << u"pipe"_s << QByteArray("<none>");
-        QTest::addRow("device") << u"/dev/zero"_s << QByteArray("<none>");
-        QTest::addRow("longer than allowed") << u"long"_s << QByteArray("<none>");
-        QTest::addRow("link") << u"link"_s << QByteArray("12345678");
-        QTest::addRow("as long as allowed") << u"just"_s << QByteArray("12345678");
-        QTest::addRow("empty") << u"empty"_s << QByteArray();
-    }
-
-    void onlyRegularFilesAreRead()
-    {
-        QFETCH(QString, path);
-        QFETCH(QByteArray, expected);
-        const QTemporaryDir folder;
-        QCOMPARE(::mkfifo(QFile::encodeName(folder.filePath(u"pipe"_s)).constData(), 0600), 0);
-        put(folder.filePath(u"just"_s), "12345678");
-        put(folder.filePath(u"long"_s), "123456789");
-        put(folder.filePath(u"empty"_s), "");
-        QVERIFY(QFile::link(folder.filePath(u"just"_s), folder.filePath(u"link"_s)));
-        QCOMPARE(readRegularFile(QDir(folder.path()).filePath(path), 8).value_or("<none>"),
-                 expected);
     }
 };
 

@@ -66,12 +66,9 @@ void CallbackUrlTest::spellingRows()
     QTest::newRow("query before the colon") << u"auth?token=a:b"_s << nothing;
     QTest::newRow("no slashes") << u"parlovance:auth?token=t&state=s"_s
                                 << u"'parlovance' none 't' 's'"_s;
-    QTest::newRow("one slash") << u"parlovance:/auth?token=t&state=s"_s
-                               << u"'parlovance' none 't' 's'"_s;
     QTest::newRow("space in front") << u" parlovance://auth?token=t"_s << nothing;
     QTest::newRow("newline at the end") << u"parlovance://auth?token=t\n"_s << nothing;
     QTest::newRow("NUL in the query") << u"parlovance://auth?token=t\0&state=s"_s << nothing;
-    QTest::newRow("C1 control") << u"parlovance://auth?token=t\u0085"_s << nothing;
     QTest::newRow("half a surrogate pair")
         << u"parlovance://auth?token="_s + QChar(0xd800) << nothing;
 }
@@ -81,8 +78,6 @@ void CallbackUrlTest::authorityRows()
     const auto noHost = u"'parlovance' none 't' none"_s;
     QTest::newRow("user information and port")
         << u"parlovance://user:pw@auth:443?token=t&state=s"_s << plain;
-    QTest::newRow("two at signs") << u"parlovance://a@b@auth?token=t&state=s"_s << plain;
-    QTest::newRow("empty port") << u"parlovance://auth:?token=t&state=s"_s << plain;
     QTest::newRow("port is no number") << u"parlovance://auth:x?token=t"_s << noHost;
     QTest::newRow("empty host") << u"parlovance://?token=t"_s << noHost;
     QTest::newRow("escape in the host") << u"parlovance://%61uth?token=t"_s << noHost;
@@ -104,8 +99,6 @@ void CallbackUrlTest::queryRows()
     QTest::newRow("fragment is cut") << u"parlovance://auth?token=t&state=s#&x"_s << plain;
     QTest::newRow("second question mark")
         << u"parlovance://auth?token=t?&state=s"_s << u"'parlovance' 'auth' 't?' 's'"_s;
-    QTest::newRow("second equals sign")
-        << u"parlovance://auth?token=t==&state=s"_s << u"'parlovance' 'auth' 't==' 's'"_s;
     QTest::newRow("empty value") << u"parlovance://auth?token=&state=s"_s
                                  << u"'parlovance' 'auth' '' 's'"_s;
     QTest::newRow("no equals sign")
@@ -114,7 +107,6 @@ void CallbackUrlTest::queryRows()
         << u"parlovance://auth?token=t&state=s&token=u&state=v"_s << plain;
     QTest::newRow("the first one counts without a value too")
         << u"parlovance://auth?token&token=u&state=s"_s << u"'parlovance' 'auth' none 's'"_s;
-    QTest::newRow("empty items") << u"parlovance://auth?&&token=t&&state=s&"_s << plain;
     QTest::newRow("names differ by case") << u"parlovance://auth?Token=t&STATE=s"_s << noItems;
 }
 
@@ -133,8 +125,6 @@ void CallbackUrlTest::escapeRows()
                                         << u"'parlovance' 'auth' '&state=x#' 's'"_s;
     QTest::newRow("escaped name") << u"parlovance://auth?tok%65n=t&state=s"_s << plain;
     QTest::newRow("bad digits") << u"parlovance://auth?token=%zz&state=s"_s << tokenNone;
-    QTest::newRow("sign among the digits") << u"parlovance://auth?token=%+1&state=s"_s << tokenNone;
-    QTest::newRow("cut escape") << u"parlovance://auth?token=a%4&state=s"_s << tokenNone;
     QTest::newRow("percent sign at the end")
         << u"parlovance://auth?state=s&token=100%"_s << tokenNone;
     QTest::newRow("bad escape elsewhere")

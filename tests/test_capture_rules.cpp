@@ -51,147 +51,138 @@ class TestCaptureRules : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void namesOutputsDefaultFirst();
-    void tellsAMicrophoneFromTheSpeakers();
-    void remembersWhatWasNoMicrophone();
-    void measuresPower();
-    void skipsWhatIsNotANumber();
-    void microphoneBeginsWithTheSystemTrack_data();
-    void microphoneBeginsWithTheSystemTrack();
-    void stalledMicrophoneComesBack();
-};
-
-void TestCaptureRules::namesOutputsDefaultFirst()
-{
-    AudioGraph graph = desktop();
-    const auto names = [&graph] {
-        QStringList found;
-        for (const CaptureTarget &target : graph.sinks())
-            found.append(target.name);
-        return found;
-    };
-    QCOMPARE(names(), (QStringList{u"hdmi"_s, u"Speakers"_s}));
-    graph.remove(31);
-    QCOMPARE(names(), QStringList{u"Speakers"_s});
-    graph.addNode(33, {u"Audio/Duplex"_s, u"headset"_s, u"Headset"_s});
-    QCOMPARE(names(), (QStringList{u"Speakers"_s, u"Headset"_s}));
-}
-
-void TestCaptureRules::tellsAMicrophoneFromTheSpeakers()
-{
-    AudioGraph graph = desktop();
-    QVERIFY(graph.hasMicrophone());
-    QCOMPARE(graph.feedOf(us), Feed::nothing);
-    graph.addLink(61, {40, us});
-    QCOMPARE(graph.feedOf(us), Feed::microphone);
-    graph.addLink(62, {31, us});
-    QCOMPARE(graph.feedOf(us), Feed::other);
-    graph.remove(62);
-    QCOMPARE(graph.feedOf(us), Feed::microphone);
-    graph.remove(61);
-    graph.addLink(63, {99, us}); // from a node that we were not told of
-    QCOMPARE(graph.feedOf(us), Feed::other);
-    graph.remove(40);
-    QVERIFY(!graph.hasMicrophone());
-}
-
-void TestCaptureRules::remembersWhatWasNoMicrophone()
-{
-    FeedHistory history;
-    history.note(10s, Feed::microphone);
-    history.note(20s, Feed::nothing);
-    history.note(21s, Feed::other);
-    history.note(22s, Feed::other);
-    history.note(25s, Feed::microphone);
-    QVERIFY(!history.wasOther(0s, 20500ms));
-    QVERIFY(history.wasOther(20900ms, 21s));
-    QVERIFY(history.wasOther(23s, 24s));
-    QVERIFY(history.wasOther(24900ms, 30s));
-    QVERIFY(!history.wasOther(25001ms, 99s));
-    QCOMPARE(history.since(), 25s);
-
-    history.note(30s, Feed::other);
-    QVERIFY(history.wasOther(40s, 41s));
-    history.forgetBefore(26s);
-    QVERIFY(!history.wasOther(23s, 24s));
-    QVERIFY(history.wasOther(29s, 30s));
-}
-
-void TestCaptureRules::measuresPower()
-{
-    PowerMeter meter;
-    QCOMPARE(meter.decibels(5s), -160.0F);
-    addSine(meter, 1.0, 1.0, 5s);
-    QVERIFY(std::abs(meter.decibels(5s) - -3.01F) < 0.05F);
-    addSine(meter, 0.1, 1.0, 6s);
-    QVERIFY(std::abs(meter.decibels(6s) - -23.01F) < 0.05F);
-    addSine(meter, 0.0, 0.5, 7s);
-    QVERIFY(std::abs(meter.decibels(7s) - (-23.01F - 21.7F)) < 1.0F);
-    QVERIFY(meter.decibels(7500ms) > -160.0F);
-    QCOMPARE(meter.decibels(7501ms), -160.0F);
-    addSine(meter, 100.0, 1.0, 8s);
-    QCOMPARE(meter.decibels(8s), 0.0F);
-}
-
-void TestCaptureRules::skipsWhatIsNotANumber()
-{
-    PowerMeter meter;
-    addSine(meter, 0.1, 1.0, 5s);
-    const float before = meter.decibels(5s);
-    for (const float bad :
-         {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
-        const std::vector<float> samples(1024, bad);
-        meter.add({samples, 1, 48000, 5s}, 5s);
-        meter.add({{}, 1, 48000, 5s}, 5s);
-        QCOMPARE(meter.decibels(5s), before);
+    void namesOutputsDefaultFirst()
+    {
+        AudioGraph graph = desktop();
+        const auto names = [&graph] {
+            QStringList found;
+            for (const CaptureTarget &target : graph.sinks())
+                found.append(target.name);
+            return found;
+        };
+        QCOMPARE(names(), (QStringList{u"hdmi"_s, u"Speakers"_s}));
+        graph.remove(31);
+        QCOMPARE(names(), QStringList{u"Speakers"_s});
+        graph.addNode(33, {u"Audio/Duplex"_s, u"headset"_s, u"Headset"_s});
+        QCOMPARE(names(), (QStringList{u"Speakers"_s, u"Headset"_s}));
     }
-}
 
-void TestCaptureRules::microphoneBeginsWithTheSystemTrack_data()
-{
-    QTest::addColumn<MediaTime>("origin");
-    QTest::addColumn<MediaTime>("timeZero");
-    QTest::addRow("alone") << MediaTime(0) << MediaTime(1000s);
-    QTest::addRow("at once") << MediaTime(999s) << MediaTime(999s);
-    QTest::addRow("access granted minutes later") << MediaTime(700s) << MediaTime(700s);
-    QTest::addRow("before it") << MediaTime(1001s) << MediaTime(1000s);
-}
+    void tellsAMicrophoneFromTheSpeakers()
+    {
+        AudioGraph graph = desktop();
+        QVERIFY(graph.hasMicrophone());
+        QCOMPARE(graph.feedOf(us), Feed::nothing);
+        graph.addLink(61, {40, us});
+        QCOMPARE(graph.feedOf(us), Feed::microphone);
+        graph.addLink(62, {31, us});
+        QCOMPARE(graph.feedOf(us), Feed::other);
+        graph.remove(62);
+        QCOMPARE(graph.feedOf(us), Feed::microphone);
+        graph.remove(61);
+        graph.addLink(63, {99, us}); // from a node that we were not told of
+        QCOMPARE(graph.feedOf(us), Feed::other);
+        graph.remove(40);
+        QVERIFY(!graph.hasMicrophone());
+    }
 
-void TestCaptureRules::microphoneBeginsWithTheSystemTrack()
-{
-    QFETCH(const MediaTime, origin);
-    Script script;
-    FakeAudioFileWriterFactory writers(script);
-    TrackOrigin systemTrack;
-    systemTrack.set(origin);
-    MicrophoneFile file(*writers.create(u"/nowhere"_s), systemTrack, {});
-    const std::vector<float> sound(480);
-    file.didCapture({sound, 1, 48000, 1000s});
-    QCOMPARE(writers.appended, QList<MediaTime>{1000s});
-    QTEST(*writers.sessionStart, "timeZero");
-}
+    void remembersWhatWasNoMicrophone()
+    {
+        FeedHistory history;
+        history.note(10s, Feed::microphone);
+        history.note(20s, Feed::nothing);
+        history.note(21s, Feed::other);
+        history.note(22s, Feed::other);
+        history.note(25s, Feed::microphone);
+        QVERIFY(!history.wasOther(0s, 20500ms));
+        QVERIFY(history.wasOther(20900ms, 21s));
+        QVERIFY(history.wasOther(23s, 24s));
+        QVERIFY(history.wasOther(24900ms, 30s));
+        QVERIFY(!history.wasOther(25001ms, 99s));
+        QCOMPARE(history.since(), 25s);
 
-void TestCaptureRules::stalledMicrophoneComesBack()
-{
-    Script script;
-    FakeAudioFileWriterFactory writers(script);
-    TrackOrigin alone;
-    QStringList told;
-    MicrophoneFile file(*writers.create(u"/nowhere"_s), alone,
-                        [&](const MicrophoneEvent &event) { told.append(event.text); });
-    const std::vector<float> sound(480);
-    file.didCapture({sound, 1, 48000, 1s});
-    file.didStop(Error(u"stalled"_s));
-    file.microphoneChanged(false);
-    file.didCapture({sound, 1, 48000, 9s});
-    QCOMPARE(writers.appended, (QList<MediaTime>{1s, 9s}));
-    // A file that fails then is not told as a second end.
-    writers.isReady = false;
-    writers.failure = Error(u"full"_s);
-    file.didCapture({sound, 1, 48000, 10s});
-    QCOMPARE(writers.appended.size(), 2);
-    QCOMPARE(told, QStringList{u"stalled"_s});
-}
+        history.note(30s, Feed::other);
+        QVERIFY(history.wasOther(40s, 41s));
+        history.forgetBefore(26s);
+        QVERIFY(!history.wasOther(23s, 24s));
+        QVERIFY(history.wasOther(29s, 30s));
+    }
+
+    void measuresPower()
+    {
+        PowerMeter meter;
+        QCOMPARE(meter.decibels(5s), -160.0F);
+        addSine(meter, 1.0, 1.0, 5s);
+        QVERIFY(std::abs(meter.decibels(5s) - -3.01F) < 0.05F);
+        addSine(meter, 0.1, 1.0, 6s);
+        QVERIFY(std::abs(meter.decibels(6s) - -23.01F) < 0.05F);
+        addSine(meter, 0.0, 0.5, 7s);
+        QVERIFY(std::abs(meter.decibels(7s) - (-23.01F - 21.7F)) < 1.0F);
+        QVERIFY(meter.decibels(7500ms) > -160.0F);
+        QCOMPARE(meter.decibels(7501ms), -160.0F);
+        addSine(meter, 100.0, 1.0, 8s);
+        QCOMPARE(meter.decibels(8s), 0.0F);
+    }
+
+    void skipsWhatIsNotANumber()
+    {
+        PowerMeter meter;
+        addSine(meter, 0.1, 1.0, 5s);
+        const float before = meter.decibels(5s);
+        for (const float bad :
+             {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+            const std::vector<float> samples(1024, bad);
+            meter.add({samples, 1, 48000, 5s}, 5s);
+            meter.add({{}, 1, 48000, 5s}, 5s);
+            QCOMPARE(meter.decibels(5s), before);
+        }
+    }
+
+    void microphoneBeginsWithTheSystemTrack_data()
+    {
+        QTest::addColumn<MediaTime>("origin");
+        QTest::addColumn<MediaTime>("timeZero");
+        QTest::addRow("alone") << MediaTime(0) << MediaTime(1000s);
+        QTest::addRow("at once") << MediaTime(999s) << MediaTime(999s);
+        QTest::addRow("access granted minutes later") << MediaTime(700s) << MediaTime(700s);
+        QTest::addRow("before it") << MediaTime(1001s) << MediaTime(1000s);
+    }
+
+    void microphoneBeginsWithTheSystemTrack()
+    {
+        QFETCH(const MediaTime, origin);
+        Script script;
+        FakeAudioFileWriterFactory writers(script);
+        TrackOrigin systemTrack;
+        systemTrack.set(origin);
+        MicrophoneFile file(*writers.create(u"/nowhere"_s), systemTrack, {});
+        const std::vector<float> sound(480);
+        file.didCapture({sound, 1, 48000, 1000s});
+        QCOMPARE(writers.appended, QList<MediaTime>{1000s});
+        QTEST(*writers.sessionStart, "timeZero");
+    }
+
+    void stalledMicrophoneComesBack()
+    {
+        Script script;
+        FakeAudioFileWriterFactory writers(script);
+        TrackOrigin alone;
+        QStringList told;
+        MicrophoneFile file(*writers.create(u"/nowhere"_s), alone,
+                            [&](const MicrophoneEvent &event) { told.append(event.text); });
+        const std::vector<float> sound(480);
+        file.didCapture({sound, 1, 48000, 1s});
+        file.didStop(Error(u"stalled"_s));
+        file.microphoneChanged(false);
+        file.didCapture({sound, 1, 48000, 9s});
+        QCOMPARE(writers.appended, (QList<MediaTime>{1s, 9s}));
+        // A file that fails then is not told as a second end.
+        writers.isReady = false;
+        writers.failure = Error(u"full"_s);
+        file.didCapture({sound, 1, 48000, 10s});
+        QCOMPARE(writers.appended.size(), 2);
+        QCOMPARE(told, QStringList{u"stalled"_s});
+    }
+};
 
 QTEST_GUILESS_MAIN(TestCaptureRules)
 #include "test_capture_rules.moc"

@@ -1,5 +1,3 @@
-#include "tests/support/Picture.h"
-#include "ui/BarRow.h"
 #include "ui/LevelMeter.h"
 #include "ui/MS.h"
 #include "ui/SectionLabel.h"
@@ -7,24 +5,12 @@
 #include "ui/Waveform.h"
 
 #include <QTest>
-#include <QTimer>
 #include <QVBoxLayout>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-
-constexpr double moment = 1741327500.5; // seconds since 1970
-
-/// The interval at which a part is repainted, in milliseconds; zero: no timer runs.
-int ticking(const QWidget &part)
-{
-    const auto timers = part.findChildren<QTimer *>();
-    const bool runs = std::ranges::any_of(timers, &QTimer::isActive);
-    const auto interval = part.findChild<Timeline *>()->interval();
-    return runs ? qRound(static_cast<double>(interval.count()) / 1000) : 0;
-}
 
 /// Counts the events of one type that a part gets.
 class Counted : public QObject
@@ -48,267 +34,30 @@ private:
     QEvent::Type m_type;
 };
 
-/// The lengths of the filled runs of a line of pixels, with the gaps between them as negative ones.
-QList<int> runs(const QImage &picture, int y)
-{
-    QList<int> found;
-    for (int x = 0; x < picture.width(); ++x) {
-        const int step = picture.pixelColor(x, y) == MS::bg2 ? -1 : 1;
-        if (found.isEmpty() || (found.constLast() > 0) != (step > 0))
-            found.append(0);
-        found.last() += step;
-    }
-    return found;
-}
-
 } // namespace
 
-/// The two rows of bars that move: their arithmetic, their pixels and when they tick.
+/// The two rows of bars that move: how high they get, and what they repaint.
 class TestMeters : public QObject
 {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
+    void barsStayWithinTheirPlace()
     {
-        Timeline::setClock([] { return moment; });
-    }
-
-    void cleanup() { Timeline::setClock(nullptr); }
-
-    // Python: b = abs(sin(p*.7+i*.41+s))*.5 + abs(cos(i*.19+s*.5+p))*.35 +
-    // abs(sin(i*.73+p*1.3))*.25, max(min(b, 1), .1), and live times (max(l**.7, .06) if l**.7 < 1
-    // else 1)
-    void amplitude_data()
-    {
-        QTest::addColumn<int>("bar");
-        QTest::addColumn<double>("phase");
-        QTest::addColumn<double>("seed");
-        QTest::addColumn<double>("level"); // negative: not live
-        QTest::addColumn<double>("expected");
-        QTest::newRow("first bar") << 0 << 0.0 << 1.0 << -1.0 << 0.727889389;
-        QTest::newRow("seed 0") << 0 << 0.0 << 0.0 << -1.0 << 0.35;
-        QTest::newRow("last bar") << 39 << 12.5 << 1.0 << -1.0 << 0.457079896;
-        QTest::newRow("today") << 7 << 5572248001.6 << 1.0 << -1.0 << 0.648667321;
-        QTest::newRow("today, half level") << 7 << 5572248001.6 << 1.0 << 0.5 << 0.399301574;
-        QTest::newRow("limited above") << 32 << 0.0 << 1.0 << -1.0 << 1.0;
-        QTest::newRow("limited above, half level") << 32 << 0.0 << 1.0 << 0.5 << 0.615572207;
-        QTest::newRow("limited below") << 8 << 2.7 << 1.0 << -1.0 << 0.1;
-        QTest::newRow("limited below, silent") << 8 << 2.7 << 1.0 << 0.0 << 0.006;
-        QTest::newRow("limited below, full level") << 8 << 2.7 << 1.0 << 1.0 << 0.1;
-        QTest::newRow("nearly silent") << 20 << 7.0 << 1.0 << 0.01 << 0.051131217;
-        QTest::newRow("above the least level") << 20 << 7.0 << 1.0 << 0.02 << 0.055113231;
-        QTest::newRow("full level") << 20 << 7.0 << 1.0 << 1.0 << 0.852186945;
-        QTest::newRow("level beyond full") << 20 << 7.0 << 1.0 << 4.0 << 0.852186945;
-        QTest::newRow("no number") << 8 << 2.7 << 1.0 << qQNaN() << 0.006;
-    }
-
-    void amplitude()
-    {
-        QFETCH(const double, seed);
-        QFETCH(const double, level);
-        QFETCH(const int, bar);
-        QFETCH(const double, phase);
-        QFETCH(const double, expected);
-        Waveform waveform(40, seed);
-        waveform.setLive(!(level < 0));
-        waveform.setLevel(level);
-        QVERIFY2(std::abs(waveform.amplitude(bar, phase) - expected) < 1e-6,
-                 QByteArray::number(waveform.amplitude(bar, phase), 'g', 12));
-    }
-
-    // Python: h = (sin(i*.7+t)*.5+.5) * (sin(t*1.7+i*1.3)*.3+.7) with t = 8 or 1.4 times the
-    // seconds, then h * level or h * .1 + .05
-    void fill_data()
-    {
-        QTest::addColumn<int>("bar");
-        QTest::addColumn<double>("seconds");
-        QTest::addColumn<bool>("isActive");
-        QTest::addColumn<double>("level");
-        QTest::addColumn<double>("expected");
-        QTest::newRow("idle") << 0 << 0.0 << false << 0.0 << 0.085;
-        QTest::newRow("idle ignores the level") << 0 << 0.0 << false << 1.0 << 0.085;
-        QTest::newRow("idle, a later bar") << 5 << 1.25 << false << 0.9 << 0.054831068;
-        QTest::newRow("idle today") << 11 << moment << false << 0.8 << 0.096755618;
-        QTest::newRow("active") << 0 << 0.0 << true << 1.0 << 0.35;
-        QTest::newRow("active, a later bar") << 5 << 1.25 << true << 1.0 << 0.361275827;
-        QTest::newRow("active, a quarter") << 5 << 1.25 << true << 0.25 << 0.090318957;
-        QTest::newRow("active, silent") << 5 << 1.25 << true << 0.0 << 0.0;
-        QTest::newRow("active today") << 11 << moment << true << 0.8 << 0.584504881;
-        QTest::newRow("level beyond full") << 5 << 1.25 << true << 7.0 << 0.361275827;
-        QTest::newRow("no number") << 5 << 1.25 << true << qQNaN() << 0.0;
-    }
-
-    void fill()
-    {
-        QFETCH(const int, bar);
-        QFETCH(const double, seconds);
-        QFETCH(const bool, isActive);
-        QFETCH(const double, level);
-        QFETCH(const double, expected);
-        LevelMeter meter(12);
-        meter.setActive(isActive);
-        meter.setLevel(level);
-        QVERIFY2(std::abs(meter.fill(bar, seconds) - expected) < 1e-6,
-                 QByteArray::number(meter.fill(bar, seconds), 'g', 12));
-    }
-
-    // Python: e = (w - g*(n-1)) / n, r = lambda x: floor(x*d + .5) / d, r(i*(e+g)), r(i*(e+g) + e)
-    void barsEndOnWholePixels_data()
-    {
-        QTest::addColumn<int>("bar");
-        QTest::addColumn<int>("bars");
-        QTest::addColumn<double>("gap");
-        QTest::addColumn<double>("width");
-        QTest::addColumn<double>("pixelRatio");
-        QTest::addColumn<double>("left");
-        QTest::addColumn<double>("barWidth");
-        QTest::newRow("first") << 0 << 40 << 2.0 << 210.0 << 1.0 << 0.0 << 3.0;
-        QTest::newRow("wider by a pixel") << 1 << 40 << 2.0 << 210.0 << 1.0 << 5.0 << 4.0;
-        QTest::newRow("last") << 39 << 40 << 2.0 << 210.0 << 1.0 << 207.0 << 3.0;
-        QTest::newRow("half a point") << 5 << 40 << 2.0 << 210.0 << 2.0 << 26.5 << 3.5;
-        QTest::newRow("two thirds") << 11 << 12 << 1.0 << 40.0 << 1.5 << 112 / 3.0 << 8 / 3.0;
-        QTest::newRow("no room") << 3 << 40 << 2.0 << 50.0 << 1.0 << 6.0 << 0.0;
-    }
-
-    void barsEndOnWholePixels()
-    {
-        QFETCH(const int, bar);
-        QFETCH(const int, bars);
-        QFETCH(const double, gap);
-        QFETCH(const double, width);
-        QFETCH(const double, pixelRatio);
-        const BarSpan span = barSpan(bar, bars, gap, width, pixelRatio);
-        QTEST(span.left, "left");
-        QTEST(span.width, "barWidth");
-    }
-
-    // Python: max(amplitude(i, moment * speed) * 28, 2) for bars 0, 1, 7, 20, 39
-    void waveformIsAsHighAsTheSound_data()
-    {
-        QTest::addColumn<bool>("isLive");
-        QTest::addColumn<double>("level");
-        QTest::addColumn<QList<double>>("heights");
-        QTest::newRow("idle") << false << 1.0 << QList<double>{18.23, 9.11, 18.44, 20.37, 10.35};
-        QTest::newRow("live") << true << 0.5 << QList<double>{14.26, 14.73, 11.18, 2.45, 15.96};
-        QTest::newRow("silent") << true << 0.0 << QList<double>{2, 2, 2, 2, 2};
-    }
-
-    void waveformIsAsHighAsTheSound()
-    {
-        QFETCH(const bool, isLive);
-        QFETCH(const double, level);
-        QFETCH(const QList<double>, heights);
         Waveform waveform(40, 1);
-        waveform.setColors(MS::text, MS::amber);
-        waveform.resize(198, 28); // bars of 3
-        waveform.setLive(isLive);
-        waveform.setLevel(level);
-        const QImage picture = pictureOf(waveform);
-        QCOMPARE(runs(picture, 14).count(3), 40);
-        QCOMPARE(runs(picture, 14).count(-2), 39);
-        QList<double> off;
-        const QList<int> bars{0, 1, 7, 20, 39};
-        for (qsizetype i = 0; i < bars.size(); ++i)
-            off.append(heightAt(picture, bars[i] * 5 + 1) - heights[i]);
-        for (const double difference : off)
-            QVERIFY2(std::abs(difference) < 0.1, QByteArray::number(difference));
-    }
-
-    void playedBarsBrighten_data()
-    {
-        QTest::addColumn<double>("played");
-        QTest::addColumn<int>("count");
-        QTest::newRow("none") << 0.0 << 0;
-        QTest::newRow("cut, not rounded") << 0.39 << 3;
-        QTest::newRow("all") << 1.0 << 10;
-        QTest::newRow("beyond all") << 9.0 << 10;
-    }
-
-    void playedBarsBrighten()
-    {
-        QFETCH(const double, played);
-        QFETCH(const int, count);
-        Waveform waveform(10, 1);
-        waveform.setColors(MS::moss, MS::amber);
-        waveform.resize(48, 28); // bars of 3
-        waveform.setPlayed(played);
-        const QImage picture = pictureOf(waveform);
-        for (int i = 0; i < 10; ++i) {
-            const QColor expected =
-                i < count ? onGround(MS::amber, 0.6 + 0.04 * i) : onGround(MS::moss, 0.85);
-            QVERIFY2(isAlike(picture.pixelColor(i * 5 + 1, 14), expected), QByteArray::number(i));
-        }
-    }
-
-    void meterJumpsWithTheLevel()
-    {
+        waveform.setLive(true);
         LevelMeter meter(12);
         meter.setActive(true);
-        meter.setLevel(0.8);
-        const QImage picture = pictureOf(meter);
-        QCOMPARE(picture.size(), QSize(40, 14));
-        QCOMPARE(runs(picture, 7).count(-1), 11);
-        // Python: max(fill * 14, 2), and fill * .45 + .55; x is where the bar begins at scale 1
-        const struct {
-            int x;
-            double height;
-            double opacity;
-        } bars[] = {{0, 2, 0.609}, {4, 5.22, 0.718},  {7, 10.41, 0.885}, {17, 2, 0.61},
-                    {24, 2, 0.55}, {34, 3.63, 0.667}, {38, 8.18, 0.813}};
-        for (const auto &[x, height, opacity] : bars) {
-            QVERIFY2(std::abs(heightAt(picture, x) - height) < 0.15, QByteArray::number(x));
-            QVERIFY2(isAlike(picture.pixelColor(x, 7), onGround(MS::amber, opacity)),
-                     QByteArray::number(x));
+        for (const double level : {-1.0, 0.0, 0.5, 1.0, 4.0, qQNaN()}) {
+            waveform.setLevel(level);
+            meter.setLevel(level);
+            for (int moment = 0; moment < 10'000; ++moment) {
+                const double height = waveform.amplitude(moment % 40, moment * 0.1);
+                QVERIFY2(height >= 0.0 && height <= 1.0, QByteArray::number(level));
+                const double filled = meter.fill(moment % 12, moment * 0.1);
+                QVERIFY2(filled >= 0.0 && filled <= 1.0, QByteArray::number(level));
+            }
         }
-    }
-
-    void idleMeterIsLowAndFaint()
-    {
-        LevelMeter meter(12);
-        meter.setLevel(1);
-        const QImage picture = pictureOf(meter);
-        for (const int x : {0, 7, 24, 38})
-            QVERIFY(isAlike(picture.pixelColor(x, 7), onGround(MS::ghost, 0.3)));
-        for (const int y : {0, 4, 9, 13})
-            QVERIFY(runs(picture, y) == QList<int>{-40});
-    }
-
-    void tickOnlyWhileVisible_data()
-    {
-        QTest::addColumn<bool>("isLive");
-        QTest::addColumn<int>("waveform");
-        QTest::addColumn<int>("meter");
-        QTest::newRow("idle") << false << 167 << 125;
-        QTest::newRow("live") << true << 50 << 33;
-    }
-
-    void tickOnlyWhileVisible()
-    {
-        QFETCH(const bool, isLive);
-        QWidget panel;
-        auto *const column = new QVBoxLayout(&panel);
-        auto *const waveform = new Waveform(40, 1);
-        auto *const meter = new LevelMeter(12);
-        column->addWidget(waveform);
-        column->addWidget(meter);
-        const auto setLive = [&](bool live) {
-            waveform->setLive(live);
-            meter->setActive(live);
-        };
-        setLive(isLive);
-        QCOMPARE(ticking(*waveform) + ticking(*meter), 0);
-        panel.show();
-        QTEST(ticking(*waveform), "waveform");
-        QTEST(ticking(*meter), "meter");
-        setLive(!isLive);
-        setLive(isLive);
-        QTEST(ticking(*waveform), "waveform");
-        QTEST(ticking(*meter), "meter");
-        panel.hide();
-        setLive(!isLive);
-        setLive(isLive);
-        QCOMPARE(ticking(*waveform) + ticking(*meter), 0);
     }
 
     void repaintTogetherAndNothingElse()
@@ -333,13 +82,6 @@ private Q_SLOTS:
         QTRY_VERIFY(ofFirst.count >= 12 && ofSecond.count >= 12);
         QCOMPARE(ofLabel.count, 0);
         QVERIFY2(ofPanel.count <= 18, QByteArray::number(ofPanel.count)); // 24 if each for itself
-    }
-
-    void headingIsInCapitals()
-    {
-        const SectionLabel label(u"<b>Capture</b> été"_s, MS::faint);
-        QCOMPARE(label.text(), u"<B>CAPTURE</B> ÉTÉ"_s);
-        QCOMPARE(label.textFormat(), Qt::PlainText);
     }
 };
 

@@ -3,6 +3,7 @@
 #include "platform/linux/mix/MixFile.h"
 #include "platform/linux/mix/WholeFileMix.h"
 #include "tests/support/Decoded.h"
+#include "tests/support/Files.h"
 #include "tests/support/MadeTrack.h"
 
 #include <QElapsedTimer>
@@ -60,11 +61,6 @@ void recordBoth(Recording &first, Recording &second)
     }
 }
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("unreadable");
-}
 } // namespace
 
 /// A mix that is made while its tracks are recorded is the very mix of the closed files, or is
@@ -74,16 +70,170 @@ class TestMixAhead : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void equalsTheMixOfTheClosedFiles_data();
-    void equalsTheMixOfTheClosedFiles();
-    void stalledTrackIsWaitedFor();
-    void doubtDiscards_data();
-    void doubtDiscards();
-    void exportFallsBackToTheClosedFiles();
-    void abandonedLeavesNothing();
-    void fullDiskGivesTheRoomBack();
-    void needsBothTracks();
+    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
+
+    void equalsTheMixOfTheClosedFiles_data()
+    {
+        QTest::addColumn<qint64>("systemFrames");
+        QTest::addColumn<qint64>("micFrames");
+        constexpr qint64 second = 48000;
+        QTest::newRow("equally long") << 50 * second << 50 * second;
+        QTest::newRow("microphone ends early") << 45 * second + 123 << 2 * second + 1;
+        QTest::newRow("system ends early") << 3 * second + 500 << 25 * second + 1023;
+        QTest::newRow("ends with a segment") << 938 * 1024LL << 938 * 1024LL;
+        QTest::newRow("ends a packet before a segment") << 937 * 1024LL << 936 * 1024LL;
+        QTest::newRow("ends in the lead-in of a segment") << 900 * 1024LL << 900 * 1024LL - 1;
+        QTest::newRow("shorter than what is held back") << 700LL << 1LL;
+    }
+
+    void equalsTheMixOfTheClosedFiles()
+    {
+        QFETCH(qint64, systemFrames);
+        QFETCH(qint64, micFrames);
+        Recording first = systemTrack(systemFrames);
+        Recording second = micTrack(micFrames);
+        AheadMix ahead(first.live, second.live, output(), 1ms);
+        recordBoth(first, second);
+        second.end(mic());
+        first.end(system());
+
+        const auto mix = ahead.finish({systemFrames, micFrames});
+        QVERIFY(mix);
+        QVERIFY(!QFile::exists(output()));
+        QVERIFY((*mix)->publish());
+        QVERIFY(!QFile::exists(part()));
+        QVERIFY(mixWholeFiles(composition(first, second), file(u"whole.m4a"_s), 2));
+        QCOMPARE(decodeFile(output())->frameCount(), std::max(systemFrames, micFrames));
+        QVERIFY(contentOf(output()) == contentOf(file(u"whole.m4a"_s)));
+    }
+
+    void stalledTrackIsWaitedFor()
+    {
+        Recording first = systemTrack(30 * 48000);
+        Recording second = micTrack(30 * 48000);
+        AheadMix ahead(first.live, second.live, output(), 1ms);
+        second.record(1);
+        recordBoth(first, first); // the other one comes all at once in the end
+        first.end(system());
+        second.end(mic());
+        const auto mix = ahead.finish({30 * 48000, 30 * 48000});
+        QVERIFY(mix && (*mix)->publish());
+        QVERIFY(mixWholeFiles(composition(first, second), file(u"whole.m4a"_s), 2));
+        QVERIFY(contentOf(output()) == contentOf(file(u"whole.m4a"_s)));
+    }
+
+    void doubtDiscards_data()
+    {
+        QTest::addColumn<QString>("doubt");
+        for (const char *doubt : {"lost at once", "lost in the end", "damaged packet", "not ended",
+                                  "longer file", "shorter file", "three files", "too few packets"})
+            QTest::newRow(doubt) << QString::fromLatin1(doubt);
+    }
+
+    void doubtDiscards()
+    {
+        QFETCH(QString, doubt);
+        constexpr qint64 frames = 5 * 48000;
+        Recording first = systemTrack(frames);
+        Recording second = micTrack(frames);
+        QList<qint64> lengths{frames, frames};
+        AheadMix ahead(first.live, second.live, output());
+        if (doubt == u"lost at once")
+            first.live->lose();
+        if (doubt == u"damaged packet")
+            second.sound.packets[50] = AacPacket(200, std::byte{0xa5});
+        first.record(2 * secondOfPackets);
+        second.record(2 * secondOfPackets);
+        if (doubt == u"lost in the end")
+            second.live->lose();
+        if (doubt == u"longer file")
+            lengths[1] += 2;
+        if (doubt == u"shorter file")
+            lengths[0] -= 2;
+        if (doubt == u"three files")
+            lengths.append(frames);
+        if (doubt == u"too few packets")
+            second.live->end(frames);
+        first.end();
+        if (doubt != u"not ended")
+            second.end();
+
+        QElapsedTimer timer;
+        timer.start();
+        const auto mix = ahead.finish(lengths);
+        QVERIFY(!mix);
+        QVERIFY(!mix.error().description().isEmpty());
+        QVERIFY(timer.elapsed() < 5000);
+        QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden), QStringList());
+        // Nobody reads them any more: they must not keep what is still recorded.
+        for (const Recording *track : {&first, &second})
+            QVERIFY(track->live->state() != LiveTrack::State::growing);
+    }
+
+    void exportFallsBackToTheClosedFiles()
+    {
+        constexpr qint64 frames = 5 * 48000;
+        LiveTracks tracks;
+        FileAudioAssets assets(tracks);
+        Recording first = systemTrack(frames);
+        Recording second = micTrack(frames - 99);
+        first.live = tracks.open(system(), first.sound.format);
+        second.live = tracks.open(mic(), second.sound.format);
+        auto ahead = assets.mixAhead(system(), mic(), output());
+        QVERIFY(ahead);
+        first.record(100);
+        second.live->lose();
+        first.end(system());
+        second.end(mic());
+
+        const auto session =
+            assets.makeExport(composition(first, second), output(), std::move(ahead));
+        QVERIFY(session);
+        QVERIFY(QCoro::waitFor(session->run({})).completed);
+        QVERIFY(mixWholeFiles(composition(first, second), file(u"whole.m4a"_s), 2));
+        QVERIFY(contentOf(output()) == contentOf(file(u"whole.m4a"_s)));
+        QVERIFY(!QFile::exists(part()));
+    }
+
+    void abandonedLeavesNothing()
+    {
+        Recording first = systemTrack(48000);
+        Recording second = micTrack(48000);
+        auto ahead = std::make_unique<AheadMix>(first.live, second.live, output());
+        first.record(40);
+        second.record(40);
+        QTRY_VERIFY(QFile::exists(part()));
+        ahead.reset();
+        QTRY_VERIFY(!QFile::exists(part()));
+        QTRY_COMPARE(first.live->state(), LiveTrack::State::lost);
+    }
+
+    void fullDiskGivesTheRoomBack()
+    {
+        const QString folder = file(u"small"_s);
+        QVERIFY(QDir().mkdir(folder));
+        const QByteArray place = QFile::encodeName(folder);
+        if (::mount("tmpfs", place.constData(), "tmpfs", 0, "size=512k") != 0)
+            QSKIP("mounting is not permitted");
+        const auto unmount = qScopeGuard([&] { ::umount(place.constData()); });
+        Recording first = systemTrack(90 * 48000);
+        Recording second = micTrack(90 * 48000);
+        AheadMix ahead(first.live, second.live, folder + u"/a.m4a"_s, 1ms);
+        recordBoth(first, second);
+        // While both go on: the disk is needed for them.
+        QTRY_COMPARE_WITH_TIMEOUT(first.live->state(), LiveTrack::State::lost, 60000);
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList());
+        QVERIFY(!ahead.finish({90 * 48000, 90 * 48000}));
+    }
+
+    void needsBothTracks()
+    {
+        LiveTracks tracks;
+        FileAudioAssets assets(tracks);
+        const auto only = tracks.open(system(), systemTrack(1024).sound.format);
+        QVERIFY(!assets.mixAhead(system(), mic(), output()));
+        QCOMPARE(only->state(), LiveTrack::State::lost);
+    }
 
 private:
     QString file(const QString &name) const { return m_folder->filePath(name); }
@@ -100,185 +250,16 @@ private:
     {
         return {.sound = encodeSound(micEncoding, liveliness(frames, 1, 2))};
     }
-    MixComposition composition(const Recording &first, const Recording &second) const;
+    MixComposition composition(const Recording &first, const Recording &second) const
+    {
+        MixComposition result;
+        result.insert(system(), static_cast<double>(first.sound.frameCount) / 48000);
+        result.insert(mic(), static_cast<double>(second.sound.frameCount) / 48000);
+        return result;
+    }
 
     std::unique_ptr<QTemporaryDir> m_folder;
 };
-
-void TestMixAhead::init()
-{
-    m_folder = std::make_unique<QTemporaryDir>();
-}
-
-MixComposition TestMixAhead::composition(const Recording &first, const Recording &second) const
-{
-    MixComposition result;
-    result.insert(system(), static_cast<double>(first.sound.frameCount) / 48000);
-    result.insert(mic(), static_cast<double>(second.sound.frameCount) / 48000);
-    return result;
-}
-
-void TestMixAhead::equalsTheMixOfTheClosedFiles_data()
-{
-    QTest::addColumn<qint64>("systemFrames");
-    QTest::addColumn<qint64>("micFrames");
-    constexpr qint64 second = 48000;
-    QTest::newRow("equally long") << 50 * second << 50 * second;
-    QTest::newRow("microphone ends early") << 45 * second + 123 << 2 * second + 1;
-    QTest::newRow("system ends early") << 3 * second + 500 << 25 * second + 1023;
-    QTest::newRow("ends with a segment") << 938 * 1024LL << 938 * 1024LL;
-    QTest::newRow("ends a packet before a segment") << 937 * 1024LL << 936 * 1024LL;
-    QTest::newRow("ends in the lead-in of a segment") << 900 * 1024LL << 900 * 1024LL - 1;
-    QTest::newRow("shorter than what is held back") << 700LL << 1LL;
-}
-
-void TestMixAhead::equalsTheMixOfTheClosedFiles()
-{
-    QFETCH(qint64, systemFrames);
-    QFETCH(qint64, micFrames);
-    Recording first = systemTrack(systemFrames);
-    Recording second = micTrack(micFrames);
-    AheadMix ahead(first.live, second.live, output(), 1ms);
-    recordBoth(first, second);
-    second.end(mic());
-    first.end(system());
-
-    const auto mix = ahead.finish({systemFrames, micFrames});
-    QVERIFY(mix);
-    QVERIFY(!QFile::exists(output()));
-    QVERIFY((*mix)->publish());
-    QVERIFY(!QFile::exists(part()));
-    QVERIFY(mixWholeFiles(composition(first, second), file(u"whole.m4a"_s), 2));
-    QCOMPARE(decodeFile(output())->frameCount(), std::max(systemFrames, micFrames));
-    QVERIFY(contentOf(output()) == contentOf(file(u"whole.m4a"_s)));
-}
-
-void TestMixAhead::stalledTrackIsWaitedFor()
-{
-    Recording first = systemTrack(30 * 48000);
-    Recording second = micTrack(30 * 48000);
-    AheadMix ahead(first.live, second.live, output(), 1ms);
-    second.record(1);
-    recordBoth(first, first); // the other one comes all at once in the end
-    first.end(system());
-    second.end(mic());
-    const auto mix = ahead.finish({30 * 48000, 30 * 48000});
-    QVERIFY(mix && (*mix)->publish());
-    QVERIFY(mixWholeFiles(composition(first, second), file(u"whole.m4a"_s), 2));
-    QVERIFY(contentOf(output()) == contentOf(file(u"whole.m4a"_s)));
-}
-
-void TestMixAhead::doubtDiscards_data()
-{
-    QTest::addColumn<QString>("doubt");
-    for (const char *doubt : {"lost at once", "lost in the end", "damaged packet", "not ended",
-                              "longer file", "shorter file", "three files", "too few packets"})
-        QTest::newRow(doubt) << QString::fromLatin1(doubt);
-}
-
-void TestMixAhead::doubtDiscards()
-{
-    QFETCH(QString, doubt);
-    constexpr qint64 frames = 5 * 48000;
-    Recording first = systemTrack(frames);
-    Recording second = micTrack(frames);
-    QList<qint64> lengths{frames, frames};
-    AheadMix ahead(first.live, second.live, output());
-    if (doubt == u"lost at once")
-        first.live->lose();
-    if (doubt == u"damaged packet")
-        second.sound.packets[50] = AacPacket(200, std::byte{0xa5});
-    first.record(2 * secondOfPackets);
-    second.record(2 * secondOfPackets);
-    if (doubt == u"lost in the end")
-        second.live->lose();
-    if (doubt == u"longer file")
-        lengths[1] += 2;
-    if (doubt == u"shorter file")
-        lengths[0] -= 2;
-    if (doubt == u"three files")
-        lengths.append(frames);
-    if (doubt == u"too few packets")
-        second.live->end(frames);
-    first.end();
-    if (doubt != u"not ended")
-        second.end();
-
-    QElapsedTimer timer;
-    timer.start();
-    const auto mix = ahead.finish(lengths);
-    QVERIFY(!mix);
-    QVERIFY(!mix.error().description().isEmpty());
-    QVERIFY(timer.elapsed() < 5000);
-    QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden), QStringList());
-    // Nobody reads them any more: they must not keep what is still recorded.
-    for (const Recording *track : {&first, &second})
-        QVERIFY(track->live->state() != LiveTrack::State::growing);
-}
-
-void TestMixAhead::exportFallsBackToTheClosedFiles()
-{
-    constexpr qint64 frames = 5 * 48000;
-    LiveTracks tracks;
-    FileAudioAssets assets(tracks);
-    Recording first = systemTrack(frames);
-    Recording second = micTrack(frames - 99);
-    first.live = tracks.open(system(), first.sound.format);
-    second.live = tracks.open(mic(), second.sound.format);
-    auto ahead = assets.mixAhead(system(), mic(), output());
-    QVERIFY(ahead);
-    first.record(100);
-    second.live->lose();
-    first.end(system());
-    second.end(mic());
-
-    const auto session = assets.makeExport(composition(first, second), output(), std::move(ahead));
-    QVERIFY(session);
-    QVERIFY(QCoro::waitFor(session->run({})).completed);
-    QVERIFY(mixWholeFiles(composition(first, second), file(u"whole.m4a"_s), 2));
-    QVERIFY(contentOf(output()) == contentOf(file(u"whole.m4a"_s)));
-    QVERIFY(!QFile::exists(part()));
-}
-
-void TestMixAhead::abandonedLeavesNothing()
-{
-    Recording first = systemTrack(48000);
-    Recording second = micTrack(48000);
-    auto ahead = std::make_unique<AheadMix>(first.live, second.live, output());
-    first.record(40);
-    second.record(40);
-    QTRY_VERIFY(QFile::exists(part()));
-    ahead.reset();
-    QTRY_VERIFY(!QFile::exists(part()));
-    QTRY_COMPARE(first.live->state(), LiveTrack::State::lost);
-}
-
-void TestMixAhead::fullDiskGivesTheRoomBack()
-{
-    const QString folder = file(u"small"_s);
-    QVERIFY(QDir().mkdir(folder));
-    const QByteArray place = QFile::encodeName(folder);
-    if (::mount("tmpfs", place.constData(), "tmpfs", 0, "size=512k") != 0)
-        QSKIP("mounting is not permitted");
-    const auto unmount = qScopeGuard([&] { ::umount(place.constData()); });
-    Recording first = systemTrack(90 * 48000);
-    Recording second = micTrack(90 * 48000);
-    AheadMix ahead(first.live, second.live, folder + u"/a.m4a"_s, 1ms);
-    recordBoth(first, second);
-    // While both go on: the disk is needed for them.
-    QTRY_COMPARE_WITH_TIMEOUT(first.live->state(), LiveTrack::State::lost, 60000);
-    QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList());
-    QVERIFY(!ahead.finish({90 * 48000, 90 * 48000}));
-}
-
-void TestMixAhead::needsBothTracks()
-{
-    LiveTracks tracks;
-    FileAudioAssets assets(tracks);
-    const auto only = tracks.open(system(), systemTrack(1024).sound.format);
-    QVERIFY(!assets.mixAhead(system(), mic(), output()));
-    QCOMPARE(only->state(), LiveTrack::State::lost);
-}
 
 QTEST_GUILESS_MAIN(TestMixAhead)
 #include "test_mix_ahead.moc"

@@ -74,35 +74,6 @@ class TestPermissions : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void microphoneFollowsThePlatform_data()
-    {
-        QTest::addColumn<int>("authorization");
-        QTest::addColumn<QString>("shown");
-        using enum MicrophoneAuthorization;
-        QTest::newRow("not determined") << int(notDetermined) << u"unknown"_s;
-        QTest::newRow("restricted") << int(restricted) << u"denied"_s;
-        QTest::newRow("denied") << int(denied) << u"denied"_s;
-        QTest::newRow("authorized") << int(authorized) << u"granted"_s;
-    }
-
-    void microphoneFollowsThePlatform()
-    {
-        class Fixed : public RememberedAccess
-        {
-        public:
-            using RememberedAccess::RememberedAccess;
-            MicrophoneAuthorization microphoneAuthorization() const override { return value; }
-            MicrophoneAuthorization value{};
-        };
-        QFETCH(const int, authorization);
-        Stage stage;
-        Fixed access(stage.defaults, stage.microphones, stage.capture);
-        access.value = MicrophoneAuthorization(authorization);
-        PermissionChecker checker(access, stage.workspace);
-        checker.refresh();
-        QTEST(text(checker.mic()), "shown");
-    }
-
     void answersAreRemembered_data()
     {
         QTest::addColumn<QString>("refused"); // a step of the sound server

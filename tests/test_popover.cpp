@@ -1,17 +1,14 @@
 #include "tests/support/PanelStage.h"
 #include "tests/support/TimerCount.h"
 #include "ui/AppNotifications.h"
-#include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/RecordButton.h"
-#include "ui/StatusDot.h"
 #include "ui/TextLabel.h"
 #include "ui/Timeline.h"
 
 #include <QInputMethodEvent>
 #include <QLineEdit>
 #include <QMenu>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -53,14 +50,6 @@ void tellAnError(const PanelStage &stage)
     QVERIFY(stage.isShown(u"errorStrip"_s));
 }
 
-/// Signs in with this address.
-void signIn(PanelStage &stage, const QString &email)
-{
-    stage.auth->beginLogin();
-    stage.auth->handleCallback(u"parlovance://auth?token=t1&state=%1&email=%2"_s.arg(
-        stage.desktop.openedState(), QString::fromLatin1(QUrl::toPercentEncoding(email))));
-}
-
 /// How many pixels of \p widget are lit in about the colour of a live waveform.
 int amberPixels(QWidget &widget)
 {
@@ -95,443 +84,339 @@ class PopoverTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void bannerFollowsTheSession();
-    void bannerSignsIn();
-    void recorderStates_data();
-    void recorderStates();
-    void recordButtonStartsAndStops();
-    void spaceStaysWithItsButton();
-    void timerCounts();
-    void waveformFollowsTheLouderSource();
-    void nothingMovesWhileHidden();
-    void switches_data();
-    void switches();
-    void errorStripIsClosed();
-    void everythingFits_data();
-    void everythingFits();
-    void titleGoesBothWays();
-    void titleIsComposed();
-    void tags();
-    void emptyListSaysHowToBegin();
-    void footerShowsTheAccount();
-    void footerSignsOut();
-    void footerOpensTheWeb();
-    void buttonsThatAsk_data();
-    void buttonsThatAsk();
-    void everyControlHasANameForTheKeyboard();
-};
+    void bannerFollowsTheSession()
+    {
+        PanelStage stage({}, false);
+        const auto shown = [&] {
+            if (!stage.isShown(u"signInBanner"_s))
+                return QStringList();
+            const auto labels = stage.find(u"signInBanner"_s).findChildren<TextLabel *>();
+            return QStringList({labels.at(0)->text(), labels.at(1)->text()});
+        };
+        QCOMPARE(shown(),
+                 QStringList({u"登录网页版账号以云端同步"_s, u"未登录时会议仅保存在本机"_s}));
+        stage.click(u"signIn"_s);
+        QVERIFY(stage.desktop.workspace.opened.last().startsWith(
+            u"https://s.example/desktop-auth?state="_s));
+        stage.desktop.returnFromBrowser(u"a@b.c"_s);
+        QVERIFY(shown().isEmpty());
+        stage.auth->handleUnauthorized(u"t1"_s);
+        QCOMPARE(shown(), QStringList({u"登录已过期，请重新登录"_s,
+                                       u"上一次会话已失效，重新登录后可继续上传"_s}));
+    }
 
-void PopoverTest::bannerFollowsTheSession()
-{
-    PanelStage stage({}, false);
-    const auto shown = [&] {
-        if (!stage.isShown(u"signInBanner"_s))
-            return QStringList();
-        const auto labels = stage.find(u"signInBanner"_s).findChildren<TextLabel *>();
-        return QStringList({labels.at(0)->text(), labels.at(1)->text()});
-    };
-    QCOMPARE(shown(), QStringList({u"登录网页版账号以云端同步"_s, u"未登录时会议仅保存在本机"_s}));
-    signIn(stage, u"a@b.c"_s);
-    QVERIFY(shown().isEmpty());
-    stage.auth->handleUnauthorized(u"t1"_s);
-    QCOMPARE(shown(), QStringList({u"登录已过期，请重新登录"_s,
-                                   u"上一次会话已失效，重新登录后可继续上传"_s}));
-}
+    void recorderStates_data()
+    {
+        QTest::addColumn<State>("state");
+        QTest::addColumn<bool>("systemOn");
+        QTest::addColumn<bool>("micOn");
+        QTest::addColumn<QStringList>("shown"); // pill, timer, button
+        const auto zero = u"00:00:00"_s;
+        const QStringList ready{u"READY"_s, zero, u"开始录音"_s};
+        const QStringList live{u"LIVE"_s, zero, u"停止录音"_s};
+        QTest::newRow("idle") << State::idle << true << true << ready;
+        QTest::newRow("idle, microphone only") << State::idle << false << true << ready;
+        QTest::newRow("idle, both off")
+            << State::idle << false << false << QStringList{u"READY"_s, zero, u"开始录音, off"_s};
+        QTest::newRow("starting") << State::starting << true << true << live;
+        QTest::newRow("recording") << State::recording << true << true << live;
+        QTest::newRow("recording, both off by now") << State::recording << false << false << live;
+        QTest::newRow("stopping") << State::stopping << true << true
+                                  << QStringList{u"处理中"_s, u"正在合并音频…"_s,
+                                                 u"停止中…, off"_s};
+    }
 
-void PopoverTest::bannerSignsIn()
-{
-    const PanelStage stage({}, false);
-    QCOMPARE(stage.find<PlainButton>(u"signIn"_s).title(), u"登录 →"_s);
-    stage.click(u"signIn"_s);
-    QCOMPARE(stage.desktop.workspace.opened.size(), 1);
-    QVERIFY(stage.desktop.workspace.opened.first().startsWith(
-        u"https://s.example/desktop-auth?state="_s));
-}
-
-void PopoverTest::recorderStates_data()
-{
-    QTest::addColumn<State>("state");
-    QTest::addColumn<bool>("systemOn");
-    QTest::addColumn<bool>("micOn");
-    QTest::addColumn<QString>("pill");
-    QTest::addColumn<QColor>("pillColor");
-    QTest::addColumn<QString>("timer");
-    QTest::addColumn<QColor>("timerColor");
-    QTest::addColumn<QString>("button");
-    const auto zero = u"00:00:00"_s;
-    const auto start = u"开始录音"_s;
-    const auto off = u"开始录音, off"_s;
-    const auto stop = u"停止录音"_s;
-    QTest::newRow("idle") << State::idle << true << true << u"READY"_s << MS::moss << zero
-                          << MS::muted << start;
-    QTest::newRow("idle, microphone only")
-        << State::idle << false << true << u"READY"_s << MS::moss << zero << MS::muted << start;
-    QTest::newRow("idle, both off")
-        << State::idle << false << false << u"READY"_s << MS::moss << zero << MS::muted << off;
-    QTest::newRow("starting") << State::starting << true << true << u"LIVE"_s << MS::ember << zero
-                              << MS::text << stop;
-    QTest::newRow("recording") << State::recording << true << true << u"LIVE"_s << MS::ember << zero
-                               << MS::text << stop;
-    QTest::newRow("recording, both off by now")
-        << State::recording << false << false << u"LIVE"_s << MS::ember << zero << MS::text << stop;
-    QTest::newRow("stopping") << State::stopping << true << true << u"处理中"_s << MS::amber
-                              << u"正在合并音频…"_s << MS::amber << u"停止中…, off"_s;
-}
-
-void PopoverTest::recorderStates()
-{
-    QFETCH(const State, state);
-    QFETCH(const bool, systemOn);
-    QFETCH(const bool, micOn);
-    PanelStage stage;
-    if (state == State::idle) {
+    void recorderStates()
+    {
+        QFETCH(const State, state);
+        QFETCH(const bool, systemOn);
+        QFETCH(const bool, micOn);
+        PanelStage stage;
+        bringTo(stage, state);
         stage.app->setSystemAudioOn(systemOn);
         stage.app->setMicOn(micOn);
+
+        const auto &button = stage.find<RecordButton>(u"record"_s);
+        const QStringList shown{
+            stage.find<QLabel>(u"pill"_s).text(), stage.find<QLabel>(u"timer"_s).text(),
+            button.accessibleName() + (button.isEnabled() ? u""_s : u", off"_s)};
+        QTEST(shown, "shown");
+        letGo(stage);
     }
-    bringTo(stage, state);
-    stage.app->setSystemAudioOn(systemOn);
-    stage.app->setMicOn(micOn);
 
-    QTEST(stage.find<QLabel>(u"pill"_s).text(), "pill");
-    QTEST(stage.find<TextLabel>(u"pill"_s).color(), "pillColor");
-    QTEST(stage.find<StatusDot>(u"pillDot"_s).color(), "pillColor");
-    const bool isLive = state == State::recording || state == State::starting;
-    QCOMPARE(stage.find(u"captureHeading"_s).palette().color(QPalette::WindowText),
-             isLive ? MS::ember : MS::faint);
-    QTEST(stage.find<QLabel>(u"timer"_s).text(), "timer");
-    QTEST(stage.find<TextLabel>(u"timer"_s).color(), "timerColor");
-    const auto &button = stage.find<RecordButton>(u"record"_s);
-    QTEST(button.accessibleName() + (button.isEnabled() ? u""_s : u", off"_s), "button");
-    letGo(stage);
-}
+    // A button that goes, or is off for a while, hands the keyboard to no other control.
+    void spaceStaysWithItsButton()
+    {
+        PanelStage stage;
+        const auto press = [&] { QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Space); };
+        auto &button = stage.find<RecordButton>(u"record"_s);
+        while (!button.hasFocus())
+            QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
+        stage.rig.script.holdAt(u"capture stop"_s);
+        press();
+        QTRY_COMPARE(stage.app->state(), State::recording);
+        press();
+        QTRY_COMPARE(stage.app->state(), State::stopping);
+        press();
+        letGo(stage);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        QVERIFY(button.hasFocus());
+        QVERIFY(stage.app->systemAudioOn() && stage.app->micOn());
 
-void PopoverTest::recordButtonStartsAndStops()
-{
-    const PanelStage stage;
-    stage.click(u"record"_s);
-    QTRY_COMPARE(stage.app->state(), State::recording);
-    stage.click(u"record"_s);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QVERIFY(stage.rig.script.calls.contains(u"capture stop"_s));
-}
+        auto &close = stage.find(u"closeError"_s);
+        QVERIFY(close.isVisible()); // the recording was too short
+        while (!close.hasFocus())
+            QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
+        press();
+        QVERIFY(!close.isVisible());
+        QCOMPARE(stage.panel->focusWidget(), stage.panel.get());
+    }
 
-// A button that goes, or is off for a while, hands the keyboard to no other control.
-void PopoverTest::spaceStaysWithItsButton()
-{
-    PanelStage stage;
-    const auto press = [&] { QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Space); };
-    auto &button = stage.find<RecordButton>(u"record"_s);
-    while (!button.hasFocus())
-        QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
-    stage.rig.script.holdAt(u"capture stop"_s);
-    press();
-    QTRY_COMPARE(stage.app->state(), State::recording);
-    press();
-    QTRY_COMPARE(stage.app->state(), State::stopping);
-    press();
-    letGo(stage);
-    QTRY_COMPARE(stage.app->state(), State::idle);
-    QVERIFY(button.hasFocus());
-    QVERIFY(stage.app->systemAudioOn() && stage.app->micOn());
+    void timerCounts()
+    {
+        PanelStage stage({}, true, std::chrono::milliseconds(1));
+        stage.record(State::recording);
+        const auto &timer = stage.find<QLabel>(u"timer"_s);
+        QTRY_VERIFY(stage.app->elapsed() > 61);
+        QCOMPARE(timer.text(), stage.app->elapsedFormatted());
+        stage.record(State::idle);
+        QCOMPARE(timer.text(), u"00:00:00"_s);
+        // Until the next one runs, the count is the last one's.
+        stage.rig.script.holdAt(u"capture start"_s);
+        stage.record(State::starting);
+        QVERIFY(timer.text() > u"00:01:00"_s);
+        stage.rig.script.releaseAt(u"capture start"_s);
+        QTRY_COMPARE(stage.app->state(), State::recording);
+        QVERIFY(timer.text() < u"00:01:00"_s);
+    }
 
-    auto &close = stage.find(u"closeError"_s);
-    QVERIFY(close.isVisible()); // the recording was too short
-    while (!close.hasFocus())
-        QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
-    press();
-    QVERIFY(!close.isVisible());
-    QCOMPARE(stage.panel->focusWidget(), stage.panel.get());
-}
+    void waveformFollowsTheLouderSource()
+    {
+        Timeline::setClock([] { return 1000.0; });
+        PanelStage stage;
+        QWidget &waveform = stage.find(u"waveform"_s);
+        QWidget &microphone = stage.find(u"microphone"_s);
+        stage.record(State::recording);
+        QTRY_VERIFY(amberPixels(waveform) > 0);
+        const int silence = amberPixels(waveform);
+        const int silentMeter = amberPixels(microphone);
+        stage.rig.microphones.power = -5.0F;
+        QTRY_VERIFY(amberPixels(waveform) > 3 * silence);
+        QTRY_VERIFY(amberPixels(microphone) > silentMeter);
+        stage.record(State::idle);
+        QTRY_COMPARE(amberPixels(waveform), 0);
+        Timeline::setClock(nullptr);
+    }
 
-void PopoverTest::timerCounts()
-{
-    PanelStage stage({}, true, std::chrono::milliseconds(1));
-    stage.record(State::recording);
-    const auto &timer = stage.find<QLabel>(u"timer"_s);
-    QTRY_VERIFY(stage.app->elapsed() > 61);
-    QCOMPARE(timer.text(), stage.app->elapsedFormatted());
-    stage.record(State::idle);
-    QCOMPARE(timer.text(), u"00:00:00"_s);
-    // Until the next one runs, the count is the last one's.
-    stage.rig.script.holdAt(u"capture start"_s);
-    stage.record(State::starting);
-    QVERIFY(timer.text() > u"00:01:00"_s);
-    stage.rig.script.releaseAt(u"capture start"_s);
-    QTRY_COMPARE(stage.app->state(), State::recording);
-    QVERIFY(timer.text() < u"00:01:00"_s);
-}
-
-void PopoverTest::waveformFollowsTheLouderSource()
-{
-    Timeline::setClock([] { return 1000.0; });
-    PanelStage stage;
-    QWidget &waveform = stage.find(u"waveform"_s);
-    QWidget &microphone = stage.find(u"microphone"_s);
-    stage.record(State::recording);
-    QTRY_VERIFY(amberPixels(waveform) > 0);
-    const int silence = amberPixels(waveform);
-    const int silentMeter = amberPixels(microphone);
-    stage.rig.microphones.power = -5.0F;
-    QTRY_VERIFY(amberPixels(waveform) > 3 * silence);
-    QTRY_VERIFY(amberPixels(microphone) > silentMeter);
-    stage.record(State::idle);
-    QTRY_COMPARE(amberPixels(waveform), 0);
-    Timeline::setClock(nullptr);
-}
-
-void PopoverTest::nothingMovesWhileHidden()
-{
-    PanelStage stage;
-    stage.record(State::recording);
-    TimerCount timers;
-    QVERIFY(timers.during(std::chrono::milliseconds(300)) > 5);
-    stage.panel->hide();
-    QCOMPARE(timers.during(std::chrono::milliseconds(300)), 0);
-    stage.panel->show();
-    QVERIFY(timers.during(std::chrono::milliseconds(300)) > 5);
-}
-
-void PopoverTest::switches_data()
-{
-    QTest::addColumn<QString>("row");
-    QTest::newRow("system") << u"systemAudio"_s;
-    QTest::newRow("microphone") << u"microphone"_s;
-}
-
-void PopoverTest::switches()
-{
-    QFETCH(const QString, row);
-    const PanelStage stage;
-    auto &toggle = *stage.find(row).findChild<QAbstractButton *>(u"switch"_s);
-    const auto isOn = [&] {
-        return row == u"microphone"_s ? stage.app->micOn() : stage.app->systemAudioOn();
-    };
-    QTest::mouseClick(&toggle, Qt::LeftButton);
-    QVERIFY(!isOn());
-    QVERIFY(stage.app->micOn() != stage.app->systemAudioOn());
-    QTest::keyClick(&toggle, Qt::Key_Space);
-    QVERIFY(isOn() && toggle.isChecked());
-}
-
-void PopoverTest::errorStripIsClosed()
-{
-    const PanelStage stage;
-    QVERIFY(!stage.isShown(u"errorStrip"_s));
-    tellAnError(stage);
-    QCOMPARE(stage.find<QLabel>(u"message"_s).text(), u"至少开启一个音源（系统声音或麦克风）"_s);
-    stage.click(u"closeError"_s);
-    QCOMPARE(stage.app->lastError(), std::nullopt);
-    QVERIFY(!stage.isShown(u"errorStrip"_s));
-}
-
-void PopoverTest::everythingFits_data()
-{
-    QTest::addColumn<bool>("hasEntries");
-    QTest::newRow("list") << true;
-    QTest::newRow("no recording yet") << false;
-}
-
-/// With all that can be shown at once, and with texts that are too long.
-void PopoverTest::everythingFits()
-{
-    QFETCH(const bool, hasEntries);
-    QList<RecentSession> entries;
-    if (hasEntries)
-        entries.append(PanelStage::failed(longMessage, longMessage));
-    PanelStage stage(entries, false);
-    stage.record(State::recording);
-    stage.rig.capture.listener->didStop(Error(longMessage));
-    QTRY_VERIFY(stage.isShown(u"errorStrip"_s) && stage.app->state() == State::idle);
-
-    auto &message = stage.find<TextLabel>(u"message"_s);
-    QTRY_COMPARE(message.height(), 3 * QFontMetrics(message.font()).height());
-    QVERIFY(message.isCut());
-    QHelpEvent asked(QEvent::ToolTip, {}, {});
-    QCoreApplication::sendEvent(&message, &asked);
-    QVERIFY(message.toolTip().contains(u"&lt;b&gt;&amp;amp;"));
-
-    QCOMPARE(stage.panel->size(), QSize(360, 680));
-    QVERIFY(stage.panel->heightForWidth(360) <= 680);
-    nobodyIsPushedOut(stage);
-
-    // On a small screen the list is shorter.
-    stage.app->clearLastError();
-    QTRY_VERIFY(stage.panel->minimumHeight() <= (hasEntries ? 560 : 630));
-    stage.panel->resize(360, stage.panel->minimumHeight());
-    nobodyIsPushedOut(stage);
-}
-
-void PopoverTest::titleGoesBothWays()
-{
-    const PanelStage stage;
-    auto &field = stage.find<QLineEdit>(u"sessionTitle"_s);
-    QCOMPARE(field.placeholderText(), u"给这次会议起个名字…"_s);
-    QTest::mouseClick(&field, Qt::LeftButton);
-    QTest::keyClicks(&field, u"weekly"_s);
-    QCOMPARE(stage.app->sessionTitle(), u"weekly"_s);
-    QTest::keyClick(&field, Qt::Key_Home);
-    QTest::keyClicks(&field, u"a "_s);
-    QCOMPARE(stage.app->sessionTitle(), u"a weekly"_s);
-    QCOMPARE(field.cursorPosition(), 2);
-    stage.app->setSessionTitle({});
-    QCOMPARE(field.text(), QString());
-}
-
-void PopoverTest::titleIsComposed()
-{
-    const PanelStage stage;
-    auto &field = stage.find<QLineEdit>(u"sessionTitle"_s);
-    field.setFocus();
-    QTest::keyClicks(&field, u"ab"_s);
-    field.setCursorPosition(1);
-    const auto compose = [&](const QString &preedit, const QString &commit) {
-        QInputMethodEvent event(preedit, {});
-        event.setCommitString(commit);
-        QCoreApplication::sendEvent(&field, &event);
-    };
-    compose(u"hui'yi"_s, {});
-    stage.app->setSelectedTag(SessionTag::call); // the same signal as a new title
-    QCOMPARE(stage.app->sessionTitle(), u"ab"_s);
-    compose({}, u"会议"_s);
-    QCOMPARE(stage.app->sessionTitle(), u"a会议b"_s);
-    QCOMPARE(field.cursorPosition(), 3);
-}
-
-void PopoverTest::tags()
-{
-    const PanelStage stage;
-    const auto checked = [&] {
-        QStringList names;
-        for (const SessionTag tag : sessionTags) {
-            const auto &chip = stage.find<PlainButton>(u"tag"_s + rawValue(tag));
-            if (chip.isChecked())
-                names.append(chip.title());
+    void nothingMovesWhileHidden()
+    {
+        PanelStage stage;
+        TimerCount timers;
+        const auto ticks = [&timers] { return timers.during(std::chrono::milliseconds(300)); };
+        stage.record(State::recording);
+        QVERIFY(ticks() > 5);
+        stage.panel->hide();
+        QCOMPARE(ticks(), 0);
+        // Nor does what changes meanwhile set anything in motion.
+        for (const State state : {State::idle, State::recording}) {
+            stage.record(state);
+            QTRY_COMPARE(ticks(), 0);
         }
-        return names;
-    };
-    QVERIFY(checked().isEmpty());
-    stage.click(u"tag访谈"_s);
-    QCOMPARE(stage.app->selectedTag(), SessionTag::interview);
-    stage.click(u"tag通话"_s);
-    QCOMPARE(stage.app->selectedTag(), SessionTag::call);
-    QCOMPARE(checked(), QStringList(u"通话"_s));
-    stage.click(u"tag通话"_s);
-    QCOMPARE(stage.app->selectedTag(), std::nullopt);
-    QVERIFY(checked().isEmpty());
-    stage.app->setSelectedTag(SessionTag::notes);
-    QCOMPARE(checked(), QStringList(u"笔记"_s));
-}
+        stage.panel->show();
+        QVERIFY(ticks() > 5);
+    }
 
-void PopoverTest::emptyListSaysHowToBegin()
-{
-    PanelStage stage({}, true, std::chrono::milliseconds(1));
-    QVERIFY(stage.isShown(u"emptyState"_s) && !stage.isShown(u"recentList"_s));
-    QStringList texts;
-    for (const QLabel *const label : stage.find(u"emptyState"_s).findChildren<QLabel *>())
-        texts.append(label->text());
-    QCOMPARE(texts, QStringList({u"还没有录音"_s, u"按 ⌃⌥R 或点击上方按钮开始"_s}));
-    stage.record(State::recording);
-    QTRY_VERIFY(stage.app->elapsed() >= 12);
-    stage.record(State::idle);
-    QVERIFY(!stage.isShown(u"emptyState"_s) && stage.isShown(u"recentList"_s));
-    QVERIFY(stage.isShown(u"recentRow"_s));
-}
+    void switches()
+    {
+        const PanelStage stage;
+        for (const QString &row : {u"systemAudio"_s, u"microphone"_s}) {
+            auto &toggle = *stage.find(row).findChild<QAbstractButton *>(u"switch"_s);
+            QTest::mouseClick(&toggle, Qt::LeftButton);
+            QCOMPARE(stage.app->systemAudioOn(), row != u"systemAudio"_s);
+            QCOMPARE(stage.app->micOn(), row != u"microphone"_s);
+            QTest::keyClick(&toggle, Qt::Key_Space);
+            QVERIFY(stage.app->systemAudioOn() && stage.app->micOn() && toggle.isChecked());
+        }
+    }
 
-void PopoverTest::footerShowsTheAccount()
-{
-    PanelStage stage({}, false);
-    QVERIFY(stage.isShown(u"shortcut"_s) && !stage.isShown(u"account"_s));
-    QCOMPARE(stage.find<QLabel>(u"shortcut"_s).text(), u"⌃⌥R"_s);
+    void everythingFits_data()
+    {
+        QTest::addColumn<bool>("hasEntries");
+        QTest::newRow("list") << true;
+        QTest::newRow("no recording yet") << false;
+    }
 
-    const QString email = u"r&d.%1@example.com"_s.arg(u"long"_s.repeated(20));
-    signIn(stage, email);
-    QVERIFY(!stage.isShown(u"shortcut"_s) && stage.isShown(u"account"_s));
-    auto &account = stage.find<PlainButton>(u"account"_s);
-    QCOMPARE(account.title(), email);
-    QCOMPARE(account.accessibleName(), email);
-    QTRY_VERIFY(account.geometry().right() < stage.find(u"preferences"_s).x());
-    QVERIFY(account.x() > stage.find(u"openWeb"_s).geometry().right());
-    QHelpEvent asked(QEvent::ToolTip, {}, {});
-    QCoreApplication::sendEvent(&account, &asked);
-    QVERIFY(account.toolTip().contains(u"r&amp;d.long"_s));
-    const auto dotLooks = [&] { return account.grab(QRect(0, 0, 16, account.height())).toImage(); };
-    const QImage verified = dotLooks();
+    /// With all that can be shown at once, and with texts that are too long.
+    void everythingFits()
+    {
+        QFETCH(const bool, hasEntries);
+        QList<RecentSession> entries;
+        if (hasEntries)
+            entries.append(PanelStage::failed(longMessage, longMessage));
+        PanelStage stage(entries, false);
+        stage.record(State::recording);
+        stage.rig.capture.listener->didStop(Error(longMessage));
+        QTRY_VERIFY(stage.isShown(u"errorStrip"_s) && stage.app->state() == State::idle);
 
-    PanelStage other;
-    QCOMPARE(other.find<PlainButton>(u"account"_s).title(), u"old@b.c"_s);
-    auto &cached = other.find<PlainButton>(u"account"_s);
-    QVERIFY(cached.grab(QRect(0, 0, 16, cached.height())).toImage() != verified);
-}
+        auto &message = stage.find<TextLabel>(u"message"_s);
+        QTRY_COMPARE(message.height(), 3 * QFontMetrics(message.font()).height());
+        QVERIFY(message.isCut());
+        QHelpEvent asked(QEvent::ToolTip, {}, {});
+        QCoreApplication::sendEvent(&message, &asked);
+        QVERIFY(message.toolTip().contains(u"&lt;b&gt;&amp;amp;"));
 
-void PopoverTest::footerSignsOut()
-{
-    const PanelStage stage;
-    stage.click(u"account"_s);
-    auto &menu = stage.find<QMenu>(u"accountMenu"_s);
-    QTRY_VERIFY(menu.isVisible());
-    QCOMPARE(menu.actions().size(), 1);
-    QCOMPARE(menu.actions().first()->text(), u"退出登录"_s);
-    QTest::mouseClick(&menu, Qt::LeftButton, {},
-                      menu.actionGeometry(menu.actions().first()).center());
-    QVERIFY(!stage.auth->isLoggedIn());
-    QVERIFY(stage.desktop.secrets.own().isEmpty());
-    QVERIFY(stage.isShown(u"shortcut"_s) && stage.isShown(u"signInBanner"_s));
-    QVERIFY(!stage.isShown(u"account"_s));
-}
+        QCOMPARE(stage.panel->size(), QSize(360, 680));
+        QVERIFY(stage.panel->heightForWidth(360) <= 680);
+        nobodyIsPushedOut(stage);
 
-void PopoverTest::footerOpensTheWeb()
-{
-    PanelStage stage;
-    QCOMPARE(stage.find<PlainButton>(u"openWeb"_s).title(), u"打开网页版 →"_s);
-    stage.click(u"openWeb"_s);
-    QCOMPARE(stage.desktop.workspace.opened, QStringList(u"https://s.example/app"_s));
+        // On a small screen the list is shorter.
+        stage.app->clearLastError();
+        QTRY_VERIFY(stage.panel->minimumHeight() <= (hasEntries ? 560 : 630));
+        stage.panel->resize(360, stage.panel->minimumHeight());
+        nobodyIsPushedOut(stage);
+    }
 
-    PopoverView other(*stage.app, *stage.auth, stage.desktop.workspace,
-                      ServiceOrigin::parse(u"nonsense"_s));
-    other.findChild<QAbstractButton *>(u"openWeb"_s)->click();
-    QCOMPARE(stage.desktop.workspace.opened.size(), 1);
-}
+    void titleGoesBothWays()
+    {
+        const PanelStage stage;
+        auto &field = stage.find<QLineEdit>(u"sessionTitle"_s);
+        QCOMPARE(field.placeholderText(), u"给这次会议起个名字…"_s);
+        QTest::mouseClick(&field, Qt::LeftButton);
+        QTest::keyClicks(&field, u"weekly"_s);
+        QCOMPARE(stage.app->sessionTitle(), u"weekly"_s);
+        QTest::keyClick(&field, Qt::Key_Home);
+        QTest::keyClicks(&field, u"a "_s);
+        QCOMPARE(stage.app->sessionTitle(), u"a weekly"_s);
+        QCOMPARE(field.cursorPosition(), 2);
+        stage.app->setSessionTitle({});
+        QCOMPARE(field.text(), QString());
+    }
 
-void PopoverTest::buttonsThatAsk_data()
-{
-    QTest::addColumn<QString>("button");
-    QTest::addColumn<QString>("asked");
-    QTest::newRow("gear") << u"preferences"_s << u"preferences"_s;
-    QTest::newRow("minimise") << u"minimise"_s << u"minimise"_s;
-    QTest::newRow("source picker") << u"sourcePicker"_s << QString();
-}
+    void titleIsComposed()
+    {
+        const PanelStage stage;
+        auto &field = stage.find<QLineEdit>(u"sessionTitle"_s);
+        field.setFocus();
+        QTest::keyClicks(&field, u"ab"_s);
+        field.setCursorPosition(1);
+        const auto compose = [&](const QString &preedit, const QString &commit) {
+            QInputMethodEvent event(preedit, {});
+            event.setCommitString(commit);
+            QCoreApplication::sendEvent(&field, &event);
+        };
+        compose(u"hui'yi"_s, {});
+        stage.app->setSelectedTag(SessionTag::call); // the same signal as a new title
+        QCOMPARE(stage.app->sessionTitle(), u"ab"_s);
+        compose({}, u"会议"_s);
+        QCOMPARE(stage.app->sessionTitle(), u"a会议b"_s);
+        QCOMPARE(field.cursorPosition(), 3);
+    }
 
-void PopoverTest::buttonsThatAsk()
-{
-    QFETCH(const QString, button);
-    const PanelStage stage;
-    QStringList asked;
-    connect(&AppNotifications::shared(), &AppNotifications::parlovanceOpenPreferences, this,
-            [&] { asked.append(u"preferences"_s); });
-    connect(stage.panel.get(), &PopoverView::minimiseRequested, this,
-            [&] { asked.append(u"minimise"_s); });
-    stage.click(button);
-    QTEST(asked.join(u' '), "asked");
-}
+    void tags()
+    {
+        const PanelStage stage;
+        const auto checked = [&] {
+            QStringList names;
+            for (const SessionTag tag : sessionTags) {
+                const auto &chip = stage.find<PlainButton>(u"tag"_s + rawValue(tag));
+                if (chip.isChecked())
+                    names.append(chip.title());
+            }
+            return names;
+        };
+        QVERIFY(checked().isEmpty());
+        stage.click(u"tag访谈"_s);
+        QCOMPARE(stage.app->selectedTag(), SessionTag::interview);
+        stage.click(u"tag通话"_s);
+        QCOMPARE(stage.app->selectedTag(), SessionTag::call);
+        QCOMPARE(checked(), QStringList(u"通话"_s));
+        stage.click(u"tag通话"_s);
+        QCOMPARE(stage.app->selectedTag(), std::nullopt);
+        QVERIFY(checked().isEmpty());
+        stage.app->setSelectedTag(SessionTag::notes);
+        QCOMPARE(checked(), QStringList(u"笔记"_s));
+    }
 
-void PopoverTest::everyControlHasANameForTheKeyboard()
-{
-    const PanelStage stage({PanelStage::entry(u"周会"_s)}, false);
-    tellAnError(stage);
-    QStringList order;
-    QTest::keyClick(stage.panel.get(), Qt::Key_Tab);
-    const QWidget *const first = stage.panel->focusWidget();
-    do {
-        const QWidget *const widget = stage.panel->focusWidget();
-        QVERIFY2(!widget->accessibleName().isEmpty(), qPrintable(widget->objectName()));
-        order.append(widget->objectName());
-        QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
-    } while (stage.panel->focusWidget() != first && order.size() < 30);
-    QCOMPARE(order, QStringList({u"signIn"_s, u"closeError"_s, u"minimise"_s, u"record"_s,
-                                 u"switch"_s, u"switch"_s, u"sourcePicker"_s, u"sessionTitle"_s,
-                                 u"tag会议"_s, u"tag访谈"_s, u"tag笔记"_s, u"tag通话"_s,
-                                 u"recentRow"_s, u"upload"_s, u"openWeb"_s, u"preferences"_s}));
-}
+    void emptyListSaysHowToBegin()
+    {
+        PanelStage stage({}, true, std::chrono::milliseconds(1));
+        QVERIFY(stage.isShown(u"emptyState"_s) && !stage.isShown(u"recentList"_s));
+        stage.record(State::recording);
+        QTRY_VERIFY(stage.app->elapsed() >= 12);
+        stage.record(State::idle);
+        QVERIFY(!stage.isShown(u"emptyState"_s) && stage.isShown(u"recentList"_s));
+        QVERIFY(stage.isShown(u"recentRow"_s));
+    }
+
+    void footerShowsTheAccount()
+    {
+        PanelStage stage({}, false);
+        QVERIFY(stage.isShown(u"shortcut"_s) && !stage.isShown(u"account"_s));
+        QCOMPARE(stage.find<QLabel>(u"shortcut"_s).text(), u"⌃⌥R"_s);
+
+        const QString email = u"r&d.%1@example.com"_s.arg(u"long"_s.repeated(20));
+        stage.desktop.signIn(email);
+        QVERIFY(!stage.isShown(u"shortcut"_s) && stage.isShown(u"account"_s));
+        auto &account = stage.find<PlainButton>(u"account"_s);
+        QCOMPARE(account.title(), email);
+        QCOMPARE(account.accessibleName(), email);
+        QTRY_VERIFY(account.geometry().right() < stage.find(u"preferences"_s).x());
+        QVERIFY(account.x() > stage.find(u"openWeb"_s).geometry().right());
+        QHelpEvent asked(QEvent::ToolTip, {}, {});
+        QCoreApplication::sendEvent(&account, &asked);
+        QVERIFY(account.toolTip().contains(u"r&amp;d.long"_s));
+    }
+
+    void footerSignsOut()
+    {
+        const PanelStage stage;
+        stage.click(u"account"_s);
+        auto &menu = stage.find<QMenu>(u"accountMenu"_s);
+        QTRY_VERIFY(menu.isVisible());
+        QCOMPARE(menu.actions().size(), 1);
+        QCOMPARE(menu.actions().first()->text(), u"退出登录"_s);
+        QTest::mouseClick(&menu, Qt::LeftButton, {},
+                          menu.actionGeometry(menu.actions().first()).center());
+        QVERIFY(!stage.auth->isLoggedIn());
+        QVERIFY(stage.desktop.secrets.own().isEmpty());
+        QVERIFY(stage.isShown(u"shortcut"_s) && stage.isShown(u"signInBanner"_s));
+        QVERIFY(!stage.isShown(u"account"_s));
+    }
+
+    void buttonsThatAsk()
+    {
+        const PanelStage stage;
+        QStringList asked;
+        connect(&AppNotifications::shared(), &AppNotifications::parlovanceOpenPreferences, this,
+                [&] { asked.append(u"preferences"_s); });
+        connect(stage.panel.get(), &PopoverView::minimiseRequested, this,
+                [&] { asked.append(u"minimise"_s); });
+        for (const QString &button :
+             {u"preferences"_s, u"minimise"_s, u"sourcePicker"_s, u"openWeb"_s})
+            stage.click(button);
+        QCOMPARE(asked, QStringList({u"preferences"_s, u"minimise"_s}));
+        QCOMPARE(stage.desktop.workspace.opened, QStringList(u"https://s.example/app"_s));
+    }
+
+    void everyControlHasANameForTheKeyboard()
+    {
+        const PanelStage stage({PanelStage::entry(u"周会"_s)}, false);
+        tellAnError(stage);
+        QStringList order;
+        QTest::keyClick(stage.panel.get(), Qt::Key_Tab);
+        const QWidget *const first = stage.panel->focusWidget();
+        do {
+            const QWidget *const widget = stage.panel->focusWidget();
+            QVERIFY2(!widget->accessibleName().isEmpty(), qPrintable(widget->objectName()));
+            order.append(widget->objectName());
+            QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
+        } while (stage.panel->focusWidget() != first && order.size() < 30);
+        QCOMPARE(order, QStringList({u"signIn"_s, u"closeError"_s, u"minimise"_s, u"record"_s,
+                                     u"switch"_s, u"switch"_s, u"sourcePicker"_s, u"sessionTitle"_s,
+                                     u"tag会议"_s, u"tag访谈"_s, u"tag笔记"_s, u"tag通话"_s,
+                                     u"recentRow"_s, u"upload"_s, u"openWeb"_s, u"preferences"_s}));
+    }
+};
 
 QTEST_MAIN(PopoverTest)
 #include "test_popover.moc"

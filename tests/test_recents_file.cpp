@@ -1,9 +1,9 @@
 #include "core/RecentsCoding.h"
 #include "core/RecentsFile.h"
 #include "tests/support/FakeClock.h"
+#include "tests/support/Files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -42,25 +42,12 @@ QByteArray withoutMember(const QByteArray &key)
     return QJsonDocument(object).toJson();
 }
 
-void put(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
 void putDated(const QString &path, qint64 sizeBytes, const QDateTime &date)
 {
     put(path, {});
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadWrite) && file.resize(sizeBytes));
     QVERIFY(file.setFileTime(date, QFileDevice::FileModificationTime));
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<none>");
 }
 
 /// A save folder with its list, and the time 2025-01-02 03:00 in UTC.

@@ -10,101 +10,77 @@ class TestSampleRing : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void keepsOrderBetweenThreads();
-    void countsWhatDoesNotFit();
-    void holdsTenSeconds_data();
-    void holdsTenSeconds();
-};
+    void keepsOrderBetweenThreads()
+    {
+        constexpr quint64 cycles = 200'000;
+        SampleRing ring(2, 4099);
+        std::thread writer([&ring] {
+            std::vector<float> samples;
+            float value = 0.0F;
+            for (quint64 number = 0; number < cycles; ++number) {
+                // Lengths that do not divide the ring, so that cycles wrap at every place.
+                const auto frames = static_cast<quint32>(1 + number % 37);
+                samples.resize(frames * std::size_t{2});
+                std::ranges::generate(samples,
+                                      [&value] { return value = value < 1e6F ? value + 1 : 0; });
+                while (!ring.write({MediaTime(number), number, 48000, frames}, samples))
+                    std::this_thread::yield();
+            }
+        });
 
-void TestSampleRing::keepsOrderBetweenThreads()
-{
-    constexpr quint64 cycles = 200'000;
-    SampleRing ring(2, 4099);
-    std::thread writer([&ring] {
+        float expected = 0.0F;
+        bool isInOrder = true;
         std::vector<float> samples;
-        float value = 0.0F;
-        for (quint64 number = 0; number < cycles; ++number) {
-            // Lengths that do not divide the ring, so that cycles wrap at every place.
-            const auto frames = static_cast<quint32>(1 + number % 37);
-            samples.resize(frames * std::size_t{2});
-            std::ranges::generate(samples,
-                                  [&value] { return value = value < 1e6F ? value + 1 : 0; });
-            while (!ring.write({MediaTime(number), number, 48000, frames}, samples))
+        for (quint64 number = 0; number < cycles;) {
+            const auto cycle = ring.take(samples);
+            if (!cycle) {
                 std::this_thread::yield();
+                continue;
+            }
+            isInOrder = isInOrder && cycle->ticks == number &&
+                        cycle->frames == static_cast<quint32>(1 + number % 37) &&
+                        samples.size() == cycle->frames * std::size_t{2};
+            for (const float sample : samples) {
+                expected = expected < 1e6F ? expected + 1 : 0;
+                isInOrder = isInOrder && sample == expected;
+            }
+            ++number;
         }
-    });
-
-    float expected = 0.0F;
-    bool isInOrder = true;
-    std::vector<float> samples;
-    for (quint64 number = 0; number < cycles;) {
-        const auto cycle = ring.take(samples);
-        if (!cycle) {
-            std::this_thread::yield();
-            continue;
-        }
-        isInOrder = isInOrder && cycle->ticks == number &&
-                    cycle->frames == static_cast<quint32>(1 + number % 37) &&
-                    samples.size() == cycle->frames * std::size_t{2};
-        for (const float sample : samples) {
-            expected = expected < 1e6F ? expected + 1 : 0;
-            isInOrder = isInOrder && sample == expected;
-        }
-        ++number;
+        writer.join();
+        QVERIFY(isInOrder);
+        QVERIFY(!ring.take(samples));
     }
-    writer.join();
-    QVERIFY(isInOrder);
-    QVERIFY(!ring.take(samples));
-}
 
-void TestSampleRing::countsWhatDoesNotFit()
-{
-    // Two cycles fit; a third does not, whatever has been taken before.
-    constexpr std::size_t frames = 500;
-    SampleRing ring(1, 3 * (frames + SampleRing::headerSamples) - 1);
-    const std::vector<float> samples(frames, 1.0F);
-    std::vector<float> taken;
-    quint64 number = 0;
-    for (int round = 0; round < 3; ++round) {
-        const quint64 first = number;
-        for (int cycle = 0; cycle < 4; ++cycle)
-            ring.write({MediaTime(0), number++, 48000, frames}, samples);
-        QCOMPARE(ring.takeLostFrames(), 2 * frames);
-        QCOMPARE(ring.takeLostFrames(), 0U);
-        QCOMPARE(ring.take(taken)->ticks, first);
-        QVERIFY(ring.write({MediaTime(0), number++, 48000, frames}, samples));
-        QCOMPARE(ring.take(taken)->ticks, first + 1);
-        QCOMPARE(ring.take(taken)->ticks, first + 4);
-        QVERIFY(!ring.take(taken));
+    void countsWhatDoesNotFit()
+    {
+        // Two cycles fit; a third does not, whatever has been taken before.
+        constexpr std::size_t frames = 500;
+        SampleRing ring(1, 3 * (frames + SampleRing::headerSamples) - 1);
+        const std::vector<float> samples(frames, 1.0F);
+        std::vector<float> taken;
+        quint64 number = 0;
+        for (int round = 0; round < 3; ++round) {
+            const quint64 first = number;
+            for (int cycle = 0; cycle < 4; ++cycle)
+                ring.write({MediaTime(0), number++, 48000, frames}, samples);
+            QCOMPARE(ring.takeLostFrames(), 2 * frames);
+            QCOMPARE(ring.takeLostFrames(), 0U);
+            QCOMPARE(ring.take(taken)->ticks, first);
+            QVERIFY(ring.write({MediaTime(0), number++, 48000, frames}, samples));
+            QCOMPARE(ring.take(taken)->ticks, first + 1);
+            QCOMPARE(ring.take(taken)->ticks, first + 4);
+            QVERIFY(!ring.take(taken));
+        }
+        QCOMPARE(ring.highestFill(), 2 * (frames + SampleRing::headerSamples));
+
+        // What never fits leaves the ring as it was.
+        const std::vector<float> tooLong(4 * frames, 1.0F);
+        QVERIFY(!ring.write({MediaTime(0), 0, 48000, 4 * frames}, tooLong));
+        QVERIFY(ring.write({MediaTime(0), 99, 48000, frames}, samples));
+        QCOMPARE(ring.take(taken)->ticks, 99U);
+        QCOMPARE(taken, samples);
     }
-    QCOMPARE(ring.highestFill(), 2 * (frames + SampleRing::headerSamples));
-
-    // What never fits leaves the ring as it was.
-    const std::vector<float> tooLong(4 * frames, 1.0F);
-    QVERIFY(!ring.write({MediaTime(0), 0, 48000, 4 * frames}, tooLong));
-    QVERIFY(ring.write({MediaTime(0), 99, 48000, frames}, samples));
-    QCOMPARE(ring.take(taken)->ticks, 99U);
-    QCOMPARE(taken, samples);
-}
-
-void TestSampleRing::holdsTenSeconds_data()
-{
-    QTest::addColumn<int>("channels");
-    QTest::addColumn<quint32>("frames");
-    QTest::newRow("stereo, long cycles") << 2 << 2048U;
-    QTest::newRow("mono, shortest cycles") << 1 << 32U;
-}
-
-void TestSampleRing::holdsTenSeconds()
-{
-    QFETCH(const int, channels);
-    QFETCH(const quint32, frames);
-    SampleRing ring = SampleRing::tenSeconds(channels);
-    const std::vector<float> samples(frames * static_cast<std::size_t>(channels));
-    for (quint32 written = 0; written < 480'000; written += frames)
-        ring.write({MediaTime(0), written, 48000, frames}, samples);
-    QCOMPARE(ring.takeLostFrames(), 0U);
-}
+};
 
 QTEST_GUILESS_MAIN(TestSampleRing)
 #include "test_sample_ring.moc"

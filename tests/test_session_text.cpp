@@ -1,5 +1,4 @@
 #include "core/RecordingFile.h"
-#include "core/SessionTag.h"
 #include "core/SessionText.h"
 
 #include <QLocale>
@@ -130,14 +129,6 @@ private Q_SLOTS:
         const auto file = QUrl::fromLocalFile(u"/录 音.x/"_s + name);
         QCOMPARE(clientRecordingId(file), u"mac-file-"_s + baseName);
         QCOMPARE(clientRecordingId(QUrl::fromEncoded(file.toEncoded())), clientRecordingId(file));
-    }
-
-    void tagsReadAsTheirLabels()
-    {
-        QStringList labels;
-        for (const SessionTag tag : sessionTags)
-            labels.append(rawValue(tag));
-        QCOMPARE(labels, QStringList({u"会议"_s, u"访谈"_s, u"笔记"_s, u"通话"_s}));
     }
 };
 

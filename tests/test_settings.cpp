@@ -4,9 +4,9 @@
 #include "settings/PrefsStore.h"
 #include "tests/support/FakeDefaults.h"
 #include "tests/support/FakeLoginItem.h"
+#include "tests/support/Files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -24,18 +24,6 @@ QString summary(const PrefsStore &store)
         .join(u' ');
 }
 
-void put(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<none>");
-}
 } // namespace
 
 class SettingsTest : public QObject

@@ -70,17 +70,11 @@ void SignInTest::callback_data()
         u"error auth: callback verify fail: token=false state=true pending=%1"_s);
     row("no state", u"parlovance://auth?token=t"_s, failed,
         u"error auth: callback verify fail: token=true state=false pending=%1"_s);
-    row("no query", u"parlovance://auth"_s, failed,
-        u"error auth: callback verify fail: token=false state=false pending=%1"_s);
     row("token without value", u"parlovance://auth?token&state=%1"_s, failed, bothThere);
     row("token with a line break", u"parlovance://auth?token=t%0d%0aA:b&state=%1"_s, failed,
         bothThere);
-    row("token with NUL", u"parlovance://auth?token=t%00&state=%1"_s, failed, bothThere);
     row("token outside ASCII", u"parlovance://auth?token=%E4%B8%AD&state=%1"_s, failed, bothThere);
-    row("token not UTF-8", u"parlovance://auth?token=%ff&state=%1"_s, failed, bothThere);
     row("empty token", u"parlovance://auth?token=&state=%1"_s, u"verified  - -"_s, noAddress);
-    row("two tokens", u"parlovance://auth?token=t&token=u&state=%1"_s, u"verified t - -"_s,
-        noAddress);
     row("empty address", u"parlovance://auth?token=t&email=&state=%1"_s, u"verified t - -"_s,
         noAddress);
     row("address with a line break", u"parlovance://auth?token=t&email=a%0Ab&state=%1"_s,
@@ -146,8 +140,7 @@ void SignInTest::sessionLivesOnWhereItCannotBeStored()
     desktop.start();
     desktop.secrets.refusesToAdd = true;
 
-    desktop.client->beginLogin();
-    desktop.client->handleCallback(u"parlovance://auth?token=t1&state="_s + desktop.openedState());
+    desktop.signIn();
 
     QCOMPARE(desktop.state(), u"verified t1 - -"_s);
     QCOMPARE(desktop.secrets.own(), QStringList());

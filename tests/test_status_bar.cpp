@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QTest>
 #include <QTimer>
-#include <QUrl>
 
 #include <functional>
 
@@ -41,15 +40,6 @@ void visit(QMenu &menu)
     menu.close();
 }
 
-QAction *item(const QMenu &menu, const QString &text)
-{
-    for (QAction *const action : menu.actions()) {
-        if (action->text().startsWith(text))
-            return action;
-    }
-    return nullptr;
-}
-
 /// Whether \p act asks the application to leave.
 bool asksToLeave(const std::function<void()> &act)
 {
@@ -73,15 +63,6 @@ bool asksToLeave(const std::function<void()> &act)
     return QCoreApplication::exec() == 1;
 }
 
-QWidget *popover()
-{
-    for (QWidget *const window : QApplication::topLevelWidgets()) {
-        if (window->objectName() == "popover"_L1)
-            return window;
-    }
-    return nullptr;
-}
-
 QString firstTitle(const TrayStage &stage)
 {
     return stage.recentsMenu().actions().constFirst()->text().section(u"  ·  "_s, 0, 0);
@@ -95,289 +76,245 @@ class TestStatusBar : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void clickRule_data();
-    void clickRule();
-    void menuAsAWhole();
-    void recordItemAndIconFollowTheRecorder();
-    void recentsAreTheTenNewest();
-    void titlesAreText_data();
-    void titlesAreText();
-    void meetingAddressKeepsItsHost_data();
-    void meetingAddressKeepsItsHost();
-    void entryIsTheOneThatWasShown();
-    void withoutServiceNothingIsOpened();
-    void iconFollowsTheColorScheme();
-    void errorsAreToldAsText();
-    void keysWorkInThePopover();
-};
-
-void TestStatusBar::clickRule_data()
-{
-    using Icon = QSystemTrayIcon;
-    QTest::addColumn<Icon::ActivationReason>("reason");
-    QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
-    QTest::addColumn<IconClick>("expected");
-    const Qt::KeyboardModifiers none;
-    const Qt::KeyboardModifiers control = Qt::ControlModifier;
-    QTest::newRow("left") << Icon::Trigger << none << IconClick::togglesPopover;
-    QTest::newRow("Ctrl+left") << Icon::Trigger << control << IconClick::opensMenu;
-    QTest::newRow("Ctrl+Shift+left")
-        << Icon::Trigger << (control | Qt::ShiftModifier) << IconClick::opensMenu;
-    QTest::newRow("Alt+left") << Icon::Trigger << Qt::KeyboardModifiers(Qt::AltModifier)
-                              << IconClick::togglesPopover;
-    QTest::newRow("right: the host opens the menu") << Icon::Context << none << IconClick::nothing;
-    QTest::newRow("the second of a double click")
-        << Icon::DoubleClick << none << IconClick::nothing;
-    QTest::newRow("middle") << Icon::MiddleClick << control << IconClick::nothing;
-}
-
-void TestStatusBar::clickRule()
-{
-    QFETCH(const QSystemTrayIcon::ActivationReason, reason);
-    QFETCH(const Qt::KeyboardModifiers, modifiers);
-    QTEST(iconClick(reason, modifiers), "expected");
-}
-
-void TestStatusBar::menuAsAWhole()
-{
-    TrayStage stage;
-    stage.show();
-    visit(stage.menu());
-    QStringList expected{u"开始录音 | Ctrl+Alt+R"_s,
-                         u"打开主面板 | Ctrl+Alt+M"_s,
-                         u"打开网页版 (picture)"_s,
-                         u"-"_s,
-                         u"最近会议 (off)"_s,
-                         u"偏好设置… | Ctrl+,"_s,
-                         u"-"_s,
-                         u"退出 Parlovance | Ctrl+Q"_s};
-    QCOMPARE(shown(stage.menu()), expected);
-    QCOMPARE(shown(stage.recentsMenu()), QStringList(u"暂无记录 (off)"_s));
-
-    // A kept recording is in the list at the next opening.
-    item(stage.menu(), u"开始录音"_s)->trigger();
-    QTRY_VERIFY(stage.app->elapsed() >= 10.0);
-    item(stage.menu(), u"停止录音"_s)->trigger();
-    stage.waitFor(RecordingState::idle);
-    visit(stage.menu());
-    expected[4] = u"最近会议"_s;
-    QCOMPARE(shown(stage.menu()), expected);
-    QCOMPARE(stage.recentsMenu().actions().size(), 1);
-
-    item(stage.menu(), u"打开网页版"_s)->trigger();
-    QCOMPARE(stage.workspace.opened, QStringList(u"https://s.example/app"_s));
-    item(stage.menu(), u"偏好设置…"_s)->trigger();
-    QCOMPARE(stage.preferencesOpened, 1);
-    stage.statusBar->showOnboarding();
-    QCOMPARE(stage.onboardingOpened, 1);
-    QVERIFY(asksToLeave([&] { item(stage.menu(), u"退出"_s)->trigger(); }));
-}
-
-void TestStatusBar::recordItemAndIconFollowTheRecorder()
-{
-    TrayStage stage;
-    stage.show();
-    QStringList items{shown(*stage.menu().actions().constFirst())};
-    QList<QImage> icons{stage.icon().icon().pixmap(22).toImage()};
-    connect(&*stage.app, &AppState::stateChanged, &stage.icon(), [&] {
-        items.append(shown(*stage.menu().actions().constFirst()));
-        icons.append(stage.icon().icon().pixmap(22).toImage());
-    });
-    stage.menu().actions().constFirst()->trigger();
-    stage.waitFor(RecordingState::recording);
-    stage.menu().actions().constFirst()->trigger();
-    stage.waitFor(RecordingState::idle);
-    const QStringList expected{u"开始录音 | Ctrl+Alt+R"_s, u"开始录音 | Ctrl+Alt+R"_s,
-                               u"停止录音 | Ctrl+Alt+R"_s, u"停止中… | Ctrl+Alt+R (off)"_s,
-                               u"开始录音 | Ctrl+Alt+R"_s};
-    QCOMPARE(items, expected);
-
-    QCOMPARE(icons.size(), 5);
-    QVERIFY(icons[1] != icons[0]);
-    QVERIFY(icons[2] == icons[1]); // starting looks like recording
-    QVERIFY(icons[3] != icons[2] && icons[3] != icons[0]);
-    QVERIFY(icons[4] == icons[0]);
-}
-
-void TestStatusBar::recentsAreTheTenNewest()
-{
-    QList<RecentSession> entries;
-    QStringList expected;
-    for (int i = 0; i < 12; ++i) {
-        const bool isUploaded = i % 3 == 0;
-        entries.append(TrayStage::entry(u"会议 %1"_s.arg(i), isUploaded ? u"m"_s : QString()));
-        expected.append(u"会议 %1  ·  12m"_s.arg(i) + (isUploaded ? u""_s : u" (off)"_s));
+    void clickRule_data()
+    {
+        using Icon = QSystemTrayIcon;
+        QTest::addColumn<Icon::ActivationReason>("reason");
+        QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+        QTest::addColumn<IconClick>("expected");
+        const Qt::KeyboardModifiers none;
+        const Qt::KeyboardModifiers control = Qt::ControlModifier;
+        QTest::newRow("left") << Icon::Trigger << none << IconClick::togglesPopover;
+        QTest::newRow("Ctrl+left") << Icon::Trigger << control << IconClick::opensMenu;
+        QTest::newRow("Ctrl+Shift+left")
+            << Icon::Trigger << (control | Qt::ShiftModifier) << IconClick::opensMenu;
+        QTest::newRow("Alt+left") << Icon::Trigger << Qt::KeyboardModifiers(Qt::AltModifier)
+                                  << IconClick::togglesPopover;
+        QTest::newRow("right: the host opens the menu")
+            << Icon::Context << none << IconClick::nothing;
+        QTest::newRow("the second of a double click")
+            << Icon::DoubleClick << none << IconClick::nothing;
+        QTest::newRow("middle") << Icon::MiddleClick << control << IconClick::nothing;
     }
-    TrayStage stage(entries);
-    stage.show();
-    visit(stage.menu());
-    QCOMPARE(shown(stage.recentsMenu()), expected.first(10));
-}
 
-void TestStatusBar::titlesAreText_data()
-{
-    QTest::addColumn<QString>("title");
-    QTest::addColumn<QString>("shownTitle");
-    QTest::addColumn<QString>("exportedTitle"); // empty: the same
-    const QString same;
-    QTest::newRow("ampersands") << u"R&D && Q&A"_s << u"R&&D &&&& Q&&A"_s << u"R&&D && Q&A"_s;
-    QTest::newRow("underscores") << u"_周_会"_s << u"_周_会"_s << u"__周__会"_s;
-    QTest::newRow("markup") << u"<b>周会</b>"_s << u"<b>周会</b>"_s << same;
-    QTest::newRow("a tab begins no shortcut") << u"周会\tCtrl+Q"_s << u"周会 Ctrl+Q"_s << same;
-    QTest::newRow("several lines") << u"周会\r\n第二行"_s << u"周会 第二行"_s << same;
-    QTest::newRow("turned writing") << u"周会\u202Eexe\u2066"_s << u"周会exe"_s << same;
-    QTest::newRow("control characters") << u"周\u0007会\u001B[31m"_s << u"周会[31m"_s << same;
-}
+    void clickRule()
+    {
+        QFETCH(const QSystemTrayIcon::ActivationReason, reason);
+        QFETCH(const Qt::KeyboardModifiers, modifiers);
+        QTEST(iconClick(reason, modifiers), "expected");
+    }
 
-void TestStatusBar::titlesAreText()
-{
-    QFETCH(const QString, title);
-    TrayStage stage({TrayStage::entry(title, u"m"_s)});
-    stage.show();
-    visit(stage.menu());
-    QFETCH(const QString, shownTitle);
-    QFETCH(const QString, exportedTitle);
-    QCOMPARE(firstTitle(stage), shownTitle);
-    stage.show(true);
-    visit(stage.menu());
-    QCOMPARE(firstTitle(stage), exportedTitle.isEmpty() ? shownTitle : exportedTitle);
+    void menuAsAWhole()
+    {
+        TrayStage stage;
+        stage.show();
+        visit(stage.menu());
+        QStringList expected{u"开始录音 | Ctrl+Alt+R"_s,
+                             u"打开主面板 | Ctrl+Alt+M"_s,
+                             u"打开网页版 (picture)"_s,
+                             u"-"_s,
+                             u"最近会议 (off)"_s,
+                             u"偏好设置… | Ctrl+,"_s,
+                             u"-"_s,
+                             u"退出 Parlovance | Ctrl+Q"_s};
+        QCOMPARE(shown(stage.menu()), expected);
+        QCOMPARE(shown(stage.recentsMenu()), QStringList(u"暂无记录 (off)"_s));
 
-    TrayStage longStage({TrayStage::entry(title + u"很长的标题"_s.repeated(20'000), u"m"_s)});
-    longStage.show();
-    visit(longStage.menu());
-    const QString text = longStage.recentsMenu().actions().constFirst()->text();
-    QVERIFY2(text.endsWith(u"…  ·  12m"_s), qPrintable(text.right(30)));
-    QVERIFY(longStage.recentsMenu().sizeHint().width() < 500);
-}
+        // A kept recording is in the list at the next opening.
+        stage.item(stage.menu(), u"开始录音"_s)->trigger();
+        QTRY_VERIFY(stage.app->elapsed() >= 10.0);
+        stage.item(stage.menu(), u"停止录音"_s)->trigger();
+        stage.waitFor(RecordingState::idle);
+        visit(stage.menu());
+        expected[4] = u"最近会议"_s;
+        QCOMPARE(shown(stage.menu()), expected);
+        QCOMPARE(stage.recentsMenu().actions().size(), 1);
 
-void TestStatusBar::meetingAddressKeepsItsHost_data()
-{
-    QTest::addColumn<QString>("meeting");
-    QTest::addColumn<QString>("path");
-    QTest::newRow("plain") << u"m-1_A.b~"_s << u"m-1_A.b~"_s;
-    QTest::newRow("steps up") << u"../../x"_s << u"..%2F..%2Fx"_s;
-    QTest::newRow("a host") << u"//evil.example"_s << u"%2F%2Fevil.example"_s;
-    QTest::newRow("a whole address")
-        << u"https://evil.example/"_s << u"https%3A%2F%2Fevil.example%2F"_s;
-    QTest::newRow("query and fragment") << u"?a=1#b"_s << u"%3Fa%3D1%23b"_s;
-    QTest::newRow("encoded already") << u"%2e%2e%2f"_s << u"%252e%252e%252f"_s;
-    QTest::newRow("back slash, at, space") << u"\\@ x"_s << u"%5C%40%20x"_s;
-    QTest::newRow("Chinese") << u"会"_s << u"%E4%BC%9A"_s;
-}
+        stage.item(stage.menu(), u"打开网页版"_s)->trigger();
+        QCOMPARE(stage.workspace.opened, QStringList(u"https://s.example/app"_s));
+        stage.item(stage.menu(), u"偏好设置…"_s)->trigger();
+        QCOMPARE(stage.preferencesOpened, 1);
+        stage.statusBar->showOnboarding();
+        QCOMPARE(stage.onboardingOpened, 1);
+        QVERIFY(asksToLeave([&] { stage.item(stage.menu(), u"退出"_s)->trigger(); }));
+    }
 
-void TestStatusBar::meetingAddressKeepsItsHost()
-{
-    QFETCH(const QString, meeting);
-    QFETCH(const QString, path);
-    TrayStage stage({TrayStage::entry(u"周会"_s, meeting)});
-    stage.show();
-    visit(stage.menu());
-    stage.recentsMenu().actions().constFirst()->trigger();
-    QCOMPARE(stage.workspace.opened, QStringList(u"https://s.example/app/meetings/"_s + path));
-    const QUrl opened(stage.workspace.opened.constFirst());
-    QCOMPARE(opened.host(), u"s.example"_s);
-    QCOMPARE(opened.path(QUrl::FullyEncoded).count(u'/'), 3);
-    QVERIFY(!opened.hasQuery() && !opened.hasFragment());
-}
+    void recordItemAndIconFollowTheRecorder()
+    {
+        TrayStage stage;
+        stage.show();
+        QStringList items{shown(*stage.menu().actions().constFirst())};
+        QList<QImage> icons{stage.icon().icon().pixmap(22).toImage()};
+        connect(&*stage.app, &AppState::stateChanged, &stage.icon(), [&] {
+            items.append(shown(*stage.menu().actions().constFirst()));
+            icons.append(stage.icon().icon().pixmap(22).toImage());
+        });
+        stage.menu().actions().constFirst()->trigger();
+        stage.waitFor(RecordingState::recording);
+        stage.menu().actions().constFirst()->trigger();
+        stage.waitFor(RecordingState::idle);
+        const QStringList expected{u"开始录音 | Ctrl+Alt+R"_s, u"开始录音 | Ctrl+Alt+R"_s,
+                                   u"停止录音 | Ctrl+Alt+R"_s, u"停止中… | Ctrl+Alt+R (off)"_s,
+                                   u"开始录音 | Ctrl+Alt+R"_s};
+        QCOMPARE(items, expected);
 
-void TestStatusBar::entryIsTheOneThatWasShown()
-{
-    TrayStage stage({TrayStage::entry(u"旧"_s, u"old"_s), TrayStage::entry(u"本地"_s)});
-    stage.show();
-    stage.menu().popup({});
-    QAction *const chosen = stage.recentsMenu().actions().constFirst();
-    stage.app->toggleRecording();
-    QTRY_VERIFY(stage.app->elapsed() >= 10.0);
-    stage.app->toggleRecording();
-    QTRY_COMPARE(stage.app->recents().size(), 3); // another one is the first now
-    chosen->trigger();
-    QCOMPARE(stage.workspace.opened, QStringList(u"https://s.example/app/meetings/old"_s));
+        QCOMPARE(icons.size(), 5);
+        QVERIFY(icons[1] != icons[0]);
+        QVERIFY(icons[2] == icons[1]); // starting looks like recording
+        QVERIFY(icons[3] != icons[2] && icons[3] != icons[0]);
+        QVERIFY(icons[4] == icons[0]);
+    }
 
-    stage.statusBar->openRecent(QUuid::createUuid());
-    stage.statusBar->openRecent(stage.app->recents().constFirst().id); // not uploaded
-    stage.statusBar->openRecent(stage.app->recents().constLast().id);
-    QCOMPARE(stage.workspace.opened.size(), 1);
-}
-
-void TestStatusBar::withoutServiceNothingIsOpened()
-{
-    TrayStage stage({TrayStage::entry(u"周会"_s, u"m"_s)});
-    stage.origin = ServiceOrigin::parse(u"http://s.example"_s);
-    stage.show();
-    visit(stage.menu());
-    item(stage.menu(), u"打开网页版"_s)->trigger();
-    stage.recentsMenu().actions().constFirst()->trigger();
-    QCOMPARE(stage.workspace.opened, QStringList());
-}
-
-void TestStatusBar::iconFollowsTheColorScheme()
-{
-    TrayStage stage;
-    stage.show();
-    const QPalette light = QApplication::palette();
-    const auto darkness = [&] {
-        const QImage image = stage.icon().icon().pixmap(64).toImage();
-        for (int x = 0; x < image.width(); ++x) {
-            const QColor color = image.pixelColor(x, image.height() / 2);
-            if (color.alpha() == 255)
-                return color.lightness();
+    void recentsAreTheTenNewest()
+    {
+        QList<RecentSession> entries;
+        QStringList expected;
+        for (int i = 0; i < 12; ++i) {
+            const bool isUploaded = i % 3 == 0;
+            entries.append(TrayStage::entry(u"会议 %1"_s.arg(i), isUploaded ? u"m"_s : QString()));
+            expected.append(u"会议 %1  ·  1m"_s.arg(i) + (isUploaded ? u""_s : u" (off)"_s));
         }
-        return -1;
-    };
-    QPalette dark = light;
-    dark.setColor(QPalette::WindowText, Qt::white);
-    QApplication::setPalette(dark);
-    QTRY_COMPARE(darkness(), 255);
-    QApplication::setPalette(light);
-    QTRY_VERIFY(darkness() >= 0 && darkness() < 80);
-}
+        TrayStage stage(entries);
+        stage.show();
+        visit(stage.menu());
+        QCOMPARE(shown(stage.recentsMenu()), expected.first(10));
+    }
 
-void TestStatusBar::errorsAreToldAsText()
-{
-    TrayStage stage;
-    stage.show();
-    QCOMPARE(stage.icon().toolTip(), u"Parlovance"_s);
-    stage.rig.capture.outputs.clear();
-    stage.rig.script.failAt(u"capture targets"_s);
-    stage.app->toggleRecording();
-    QTRY_COMPARE(stage.icon().toolTip(), u"Parlovance\n屏幕录制权限未授予：capture trouble"_s);
-    stage.app->clearLastError();
-    QCOMPARE(stage.icon().toolTip(), u"Parlovance"_s);
-    const auto told = stage.app->handleSystemAudioError(u""_s);
-    stage.rig.script.succeedAt(u"capture targets"_s);
-    stage.rig.capture.outputs = {CaptureTarget{.id = 7, .name = u"speaker"_s}};
-    stage.app->toggleRecording();
-    stage.waitFor(RecordingState::recording);
-    const auto stopped = stage.app->handleSystemAudioError(u"<img src=x>\n第二行"_s);
-    QTRY_COMPARE(stage.icon().toolTip(), u"Parlovance\n系统音频已停止：‹img src=x> 第二行"_s);
-}
+    void titlesAreText_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("shownTitle");
+        QTest::addColumn<QString>("exportedTitle"); // empty: the same
+        const QString same;
+        QTest::newRow("ampersands") << u"R&D && Q&A"_s << u"R&&D &&&& Q&&A"_s << u"R&&D && Q&A"_s;
+        QTest::newRow("underscores") << u"_周_会"_s << u"_周_会"_s << u"__周__会"_s;
+        QTest::newRow("markup") << u"<b>周会</b>"_s << u"<b>周会</b>"_s << same;
+        QTest::newRow("a tab begins no shortcut") << u"周会\tCtrl+Q"_s << u"周会 Ctrl+Q"_s << same;
+        QTest::newRow("several lines") << u"周会\r\n第二行"_s << u"周会 第二行"_s << same;
+        QTest::newRow("turned writing") << u"周会\u202Eexe\u2066"_s << u"周会exe"_s << same;
+        QTest::newRow("control characters") << u"周\u0007会\u001B[31m"_s << u"周会[31m"_s << same;
+    }
 
-void TestStatusBar::keysWorkInThePopover()
-{
-    TrayStage stage;
-    stage.show();
-    Q_EMIT stage.icon().activated(QSystemTrayIcon::Trigger);
-    QWidget *const window = popover();
-    QVERIFY(window && QTest::qWaitForWindowActive(window));
+    void titlesAreText()
+    {
+        QFETCH(const QString, title);
+        TrayStage stage({TrayStage::entry(title, u"m"_s)});
+        stage.show();
+        visit(stage.menu());
+        QFETCH(const QString, shownTitle);
+        QFETCH(const QString, exportedTitle);
+        QCOMPARE(firstTitle(stage), shownTitle);
+        stage.show(true);
+        visit(stage.menu());
+        QCOMPARE(firstTitle(stage), exportedTitle.isEmpty() ? shownTitle : exportedTitle);
 
-    stage.rig.script.holdAt(u"capture stop"_s);
-    QTest::keyClick(window, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier);
-    stage.waitFor(RecordingState::recording);
-    QTest::keyClick(window, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier);
-    stage.waitFor(RecordingState::stopping);
-    stage.rig.script.releaseAt(u"capture stop"_s);
-    stage.waitFor(RecordingState::idle);
-    QTest::keyClick(window, Qt::Key_Comma, Qt::ControlModifier);
-    QCOMPARE(stage.preferencesOpened, 1);
-    QVERIFY(asksToLeave([&] { QTest::keyClick(window, Qt::Key_Q, Qt::ControlModifier); }));
+        TrayStage longStage({TrayStage::entry(title + u"很长的标题"_s.repeated(20'000), u"m"_s)});
+        longStage.show();
+        visit(longStage.menu());
+        const QString text = longStage.recentsMenu().actions().constFirst()->text();
+        QVERIFY2(text.endsWith(u"…  ·  1m"_s), qPrintable(text.right(30)));
+        QVERIFY(longStage.recentsMenu().sizeHint().width() < 500);
+    }
 
-    QTest::keyClick(window, Qt::Key_M, Qt::ControlModifier | Qt::AltModifier);
-    QVERIFY(!window->isVisible());
-    item(stage.menu(), u"打开主面板"_s)->trigger();
-    QVERIFY(window->isVisible());
-    stage.menu().popup({});
-    QVERIFY(!window->isVisible());
-}
+    void entryIsTheOneThatWasShown()
+    {
+        TrayStage stage({TrayStage::entry(u"旧"_s, u"old"_s), TrayStage::entry(u"本地"_s)});
+        stage.show();
+        stage.menu().popup({});
+        QAction *const chosen = stage.recentsMenu().actions().constFirst();
+        stage.app->toggleRecording();
+        QTRY_VERIFY(stage.app->elapsed() >= 10.0);
+        stage.app->toggleRecording();
+        QTRY_COMPARE(stage.app->recents().size(), 3); // another one is the first now
+        chosen->trigger();
+        QCOMPARE(stage.workspace.opened, QStringList(u"https://s.example/app/meetings/old"_s));
+
+        stage.statusBar->openRecent(QUuid::createUuid());
+        stage.statusBar->openRecent(stage.app->recents().constFirst().id); // not uploaded
+        stage.statusBar->openRecent(stage.app->recents().constLast().id);
+        QCOMPARE(stage.workspace.opened.size(), 1);
+    }
+
+    void withoutServiceNothingIsOpened()
+    {
+        TrayStage stage({TrayStage::entry(u"周会"_s, u"m"_s)});
+        stage.origin = ServiceOrigin::parse(u"http://s.example"_s);
+        stage.show();
+        visit(stage.menu());
+        stage.item(stage.menu(), u"打开网页版"_s)->trigger();
+        stage.recentsMenu().actions().constFirst()->trigger();
+        QCOMPARE(stage.workspace.opened, QStringList());
+    }
+
+    void iconFollowsTheColorScheme()
+    {
+        TrayStage stage;
+        stage.show();
+        const QPalette light = QApplication::palette();
+        const auto darkness = [&] {
+            const QImage image = stage.icon().icon().pixmap(64).toImage();
+            for (int x = 0; x < image.width(); ++x) {
+                const QColor color = image.pixelColor(x, image.height() / 2);
+                if (color.alpha() == 255)
+                    return color.lightness();
+            }
+            return -1;
+        };
+        QPalette dark = light;
+        dark.setColor(QPalette::WindowText, Qt::white);
+        QApplication::setPalette(dark);
+        QTRY_COMPARE(darkness(), 255);
+        QApplication::setPalette(light);
+        QTRY_VERIFY(darkness() >= 0 && darkness() < 80);
+    }
+
+    void errorsAreToldAsText()
+    {
+        TrayStage stage;
+        stage.show();
+        QCOMPARE(stage.icon().toolTip(), u"Parlovance"_s);
+        stage.rig.capture.outputs.clear();
+        stage.rig.script.failAt(u"capture targets"_s);
+        stage.app->toggleRecording();
+        QTRY_COMPARE(stage.icon().toolTip(), u"Parlovance\n屏幕录制权限未授予：capture trouble"_s);
+        stage.app->clearLastError();
+        QCOMPARE(stage.icon().toolTip(), u"Parlovance"_s);
+        const auto told = stage.app->handleSystemAudioError(u""_s);
+        stage.rig.script.succeedAt(u"capture targets"_s);
+        stage.rig.capture.outputs = {CaptureTarget{.id = 7, .name = u"speaker"_s}};
+        stage.app->toggleRecording();
+        stage.waitFor(RecordingState::recording);
+        const auto stopped = stage.app->handleSystemAudioError(u"<img src=x>\n第二行"_s);
+        QTRY_COMPARE(stage.icon().toolTip(), u"Parlovance\n系统音频已停止：‹img src=x> 第二行"_s);
+    }
+
+    void keysWorkInThePopover()
+    {
+        TrayStage stage;
+        stage.show();
+        Q_EMIT stage.icon().activated(QSystemTrayIcon::Trigger);
+        QWidget *const window = &stage.popover();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+
+        stage.rig.script.holdAt(u"capture stop"_s);
+        QTest::keyClick(window, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier);
+        stage.waitFor(RecordingState::recording);
+        QTest::keyClick(window, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier);
+        stage.waitFor(RecordingState::stopping);
+        stage.rig.script.releaseAt(u"capture stop"_s);
+        stage.waitFor(RecordingState::idle);
+        QTest::keyClick(window, Qt::Key_Comma, Qt::ControlModifier);
+        QCOMPARE(stage.preferencesOpened, 1);
+        QVERIFY(asksToLeave([&] { QTest::keyClick(window, Qt::Key_Q, Qt::ControlModifier); }));
+
+        QTest::keyClick(window, Qt::Key_M, Qt::ControlModifier | Qt::AltModifier);
+        QVERIFY(!window->isVisible());
+        stage.item(stage.menu(), u"打开主面板"_s)->trigger();
+        QVERIFY(window->isVisible());
+        stage.menu().popup({});
+        QVERIFY(!window->isVisible());
+    }
+};
 
 QTEST_MAIN(TestStatusBar)
 #include "test_status_bar.moc"

@@ -61,15 +61,6 @@ QPoint centre(const QMenu &menu, QAction *item)
     return menu.mapToGlobal(menu.actionGeometry(item).center());
 }
 
-QAction *item(const QMenu &menu, const QString &text)
-{
-    for (QAction *const action : menu.actions()) {
-        if (action->text().startsWith(text))
-            return action;
-    }
-    qFatal("the menu has no such item");
-}
-
 void killTray()
 {
     const auto tray = SoundSession::processNamed(u"trayer"_s);
@@ -95,13 +86,10 @@ public:
                     std::chrono::seconds(1))
     {
         show();
-        for (QWidget *const window : QApplication::topLevelWidgets()) {
-            if (window->objectName() == "popover"_L1)
-                popover = window;
-        }
+        popover = &TrayStage::popover();
         // Where it stands before the tray has taken it is the other end of the screen.
         const auto isInTray = [this] { return iconCentre().x() > 640; };
-        if (!popover || !QTest::qWaitFor(isInTray))
+        if (!QTest::qWaitFor(isInTray))
             qFatal("the icon does not come into the tray");
     }
 
@@ -148,171 +136,149 @@ class TestStatusBarDesktop : public QObject
 private Q_SLOTS:
     // Faster than a user, no two clicks here are a double one.
     void initTestCase() { QApplication::setDoubleClickInterval(1); }
-    void clickOpensAndCloses();
-    void clickElsewhereCloses();
-    void keysReachThePopover();
-    void menuOpensAMeeting();
-    void controlClickOpensTheMenu();
-    void iconTakesTheColorOfThePanel();
-    void iconComesBackWithTheTray();
-    void iconWaitsForATrayThatComesLate();
-};
-
-void TestStatusBarDesktop::clickOpensAndCloses()
-{
-    const Desktop desktop;
-    desktop.openPopover();
-    const QRect icon = desktop.icon().geometry();
-    const QRect popover = desktop.popover->frameGeometry();
-    QCOMPARE(popover.size(), QSize(360, 680));
-    QVERIFY(popover.top() > icon.bottom() && popover.top() < icon.bottom() + 10);
-    QVERIFY(popover.left() <= icon.left() && popover.right() >= icon.center().x());
-    QVERIFY(QApplication::primaryScreen()->geometry().contains(popover));
-    const auto footer = [&popover] {
-        const QPixmap seen = QApplication::primaryScreen()->grabWindow(0, popover.left() + 3,
-                                                                       popover.bottom() - 3, 1, 1);
-        return seen.toImage().pixelColor(0, 0);
-    };
-    QTRY_COMPARE(footer(), MS::bg2);
-
-    desktop.clickIcon();
-    QTRY_VERIFY(!desktop.popover->isVisible());
-    QTest::qWait(400); // past the time within which it might open again
-    QVERIFY(!desktop.popover->isVisible());
-    desktop.openPopover();
-}
-
-void TestStatusBarDesktop::clickElsewhereCloses()
-{
-    const Desktop desktop;
-    desktop.openPopover();
-    click(bareScreen);
-    QTRY_VERIFY(!desktop.popover->isVisible());
-
-    QWidget other;
-    other.setGeometry(100, 500, 300, 300);
-    other.show();
-    QVERIFY(QTest::qWaitForWindowActive(&other));
-    QTest::qWait(300); // the guard against one click that closes and opens
-    desktop.openPopover();
-    click(other.geometry().center());
-    QTRY_VERIFY(!desktop.popover->isVisible());
-    QTRY_VERIFY(other.isActiveWindow());
-}
-
-void TestStatusBarDesktop::keysReachThePopover()
-{
-    const Desktop desktop;
-    desktop.openPopover();
-    input(u"key ctrl+alt+r"_s);
-    desktop.waitFor(RecordingState::recording);
-    input(u"key ctrl+alt+r"_s);
-    desktop.waitFor(RecordingState::idle);
-    input(u"key ctrl+comma"_s);
-    QTRY_COMPARE(desktop.preferencesOpened, 1);
-    QVERIFY(desktop.popover->isVisible());
-    input(u"key Escape"_s);
-    QTRY_VERIFY(!desktop.popover->isVisible());
-}
-
-void TestStatusBarDesktop::menuOpensAMeeting()
-{
-    const Desktop desktop;
-    desktop.openPopover();
-    desktop.openMenu();
-    QVERIFY(!desktop.popover->isVisible());
-    input(u"key Escape"_s);
-    QTRY_VERIFY(!desktop.menu().isVisible());
-
-    desktop.openMenu();
-    QMenu &recents = desktop.recentsMenu();
-    click(centre(desktop.menu(), recents.menuAction()));
-    QTRY_VERIFY(recents.isVisible());
-    click(centre(recents, item(recents, u"本地"_s))); // not uploaded: stays open
-    QCOMPARE(desktop.workspace.opened, QStringList());
-    click(centre(recents, item(recents, u"周会 && 计划"_s)));
-    QTRY_COMPARE(desktop.workspace.opened,
-                 QStringList(u"https://s.example/app/meetings/meeting-1"_s));
-    QTRY_VERIFY(!desktop.menu().isVisible());
-
-    desktop.openMenu();
-    click(centre(desktop.menu(), item(desktop.menu(), u"打开主面板"_s)));
-    QTRY_VERIFY(desktop.popover->isVisible());
-    QVERIFY(QTest::qWaitForWindowActive(desktop.popover));
-}
-
-void TestStatusBarDesktop::controlClickOpensTheMenu()
-{
-    const Desktop desktop;
-    input(u"keydown ctrl"_s);
-    desktop.clickIcon();
-    QTRY_VERIFY(desktop.menu().isVisible());
-    input(u"keyup ctrl"_s);
-    QVERIFY(!desktop.popover->isVisible());
-    input(u"key Escape"_s);
-    QTRY_VERIFY(!desktop.menu().isVisible());
-    desktop.openPopover();
-}
-
-void TestStatusBarDesktop::iconTakesTheColorOfThePanel()
-{
-    QCOMPARE(ClassicTray::textColor(), std::nullopt);
-    xcb_connection_t *const x = connectionToX11();
-    const auto atom = [x](const QByteArray &name) {
-        const auto cookie = xcb_intern_atom(x, 0, static_cast<quint16>(name.size()), name.data());
-        const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(x, cookie, nullptr),
-                                                   &std::free);
-        return reply->atom;
-    };
-    const Owned<xcb_get_selection_owner_reply_t> tray(
-        xcb_get_selection_owner_reply(x, xcb_get_selection_owner(x, atom("_NET_SYSTEM_TRAY_S0")),
-                                      nullptr),
-        &std::free);
-    const xcb_atom_t property = atom("_NET_SYSTEM_TRAY_COLORS");
-    const std::array<quint32, 12> told{0xffff, 0x8080, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3};
-    xcb_change_property(x, XCB_PROP_MODE_REPLACE, tray->owner, property, XCB_ATOM_CARDINAL, 32,
-                        told.size(), told.data());
+    void clickOpensAndCloses()
     {
         const Desktop desktop;
-        const QImage picture = desktop.icon().icon().pixmap(64).toImage();
-        QSet<QString> colors;
-        for (int column = 0; column < picture.width(); ++column) {
-            if (const QColor color = picture.pixelColor(column, 32); color.alpha() == 255)
-                colors.insert(color.name());
-        }
-        QCOMPARE(colors, QSet<QString>{u"#ff8000"_s});
+        desktop.openPopover();
+        const QRect icon = desktop.icon().geometry();
+        const QRect popover = desktop.popover->frameGeometry();
+        QCOMPARE(popover.size(), QSize(360, 680));
+        QVERIFY(popover.top() > icon.bottom() && popover.top() < icon.bottom() + 10);
+        QVERIFY(popover.left() <= icon.left() && popover.right() >= icon.center().x());
+        QVERIFY(QApplication::primaryScreen()->geometry().contains(popover));
+        const auto footer = [&popover] {
+            const QPixmap seen = QApplication::primaryScreen()->grabWindow(
+                0, popover.left() + 3, popover.bottom() - 3, 1, 1);
+            return seen.toImage().pixelColor(0, 0);
+        };
+        QTRY_COMPARE(footer(), MS::bg2);
+
+        desktop.clickIcon();
+        QTRY_VERIFY(!desktop.popover->isVisible());
+        QTest::qWait(400); // past the time within which it might open again
+        QVERIFY(!desktop.popover->isVisible());
+        desktop.openPopover();
     }
-    xcb_delete_property(x, tray->owner, property);
-    QCOMPARE(ClassicTray::textColor(), std::nullopt);
-}
 
-void TestStatusBarDesktop::iconComesBackWithTheTray()
-{
-    const Desktop desktop;
-    killTray();
-    const auto another = lateTray();
-    QTRY_VERIFY(desktop.icon().geometry().top() > 800);
-    desktop.openPopover();
-    QVERIFY(desktop.popover->frameGeometry().bottom() < desktop.icon().geometry().top());
-}
+    void clickElsewhereCloses()
+    {
+        const Desktop desktop;
+        desktop.openPopover();
+        click(bareScreen);
+        QTRY_VERIFY(!desktop.popover->isVisible());
 
-void TestStatusBarDesktop::iconWaitsForATrayThatComesLate()
-{
-    QTRY_VERIFY(!ClassicTray::isPresent());
-    TrayStage stage({}, 1s);
-    int asked = 0;
-    const ClassicTray tray;
-    TrayGate gate([&asked] { return ++asked, ClassicTray::isPresent(); }, 50ms);
-    connect(&tray, &ClassicTray::arrived, &gate, &TrayGate::giveGrace);
-    connect(&gate, &TrayGate::opened, this, [&stage](bool isOnTheBus) { stage.show(isOnTheBus); });
-    gate.wait();
-    QTRY_COMPARE(asked, 1);
-    QTest::qWait(300);
-    QCOMPARE(asked, 1); // nothing goes on where there is no tray
-    QVERIFY(!stage.statusBar);
-    const auto late = lateTray();
-    QTRY_VERIFY(stage.statusBar && stage.icon().geometry().top() > 800);
-}
+        QWidget other;
+        other.setGeometry(100, 500, 300, 300);
+        other.show();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QTest::qWait(300); // the guard against one click that closes and opens
+        desktop.openPopover();
+        click(other.geometry().center());
+        QTRY_VERIFY(!desktop.popover->isVisible());
+        QTRY_VERIFY(other.isActiveWindow());
+    }
+
+    void menuOpensAMeeting()
+    {
+        const Desktop desktop;
+        desktop.openPopover();
+        desktop.openMenu();
+        QVERIFY(!desktop.popover->isVisible());
+        input(u"key Escape"_s);
+        QTRY_VERIFY(!desktop.menu().isVisible());
+
+        desktop.openMenu();
+        QMenu &recents = desktop.recentsMenu();
+        click(centre(desktop.menu(), recents.menuAction()));
+        QTRY_VERIFY(recents.isVisible());
+        click(centre(recents, desktop.item(recents, u"本地"_s))); // not uploaded: stays open
+        QCOMPARE(desktop.workspace.opened, QStringList());
+        click(centre(recents, desktop.item(recents, u"周会 && 计划"_s)));
+        QTRY_COMPARE(desktop.workspace.opened,
+                     QStringList(u"https://s.example/app/meetings/meeting-1"_s));
+        QTRY_VERIFY(!desktop.menu().isVisible());
+
+        desktop.openMenu();
+        click(centre(desktop.menu(), desktop.item(desktop.menu(), u"打开主面板"_s)));
+        QTRY_VERIFY(desktop.popover->isVisible());
+        QVERIFY(QTest::qWaitForWindowActive(desktop.popover));
+    }
+
+    void controlClickOpensTheMenu()
+    {
+        const Desktop desktop;
+        input(u"keydown ctrl"_s);
+        desktop.clickIcon();
+        QTRY_VERIFY(desktop.menu().isVisible());
+        input(u"keyup ctrl"_s);
+        QVERIFY(!desktop.popover->isVisible());
+        input(u"key Escape"_s);
+        QTRY_VERIFY(!desktop.menu().isVisible());
+        desktop.openPopover();
+    }
+
+    void iconTakesTheColorOfThePanel()
+    {
+        QCOMPARE(ClassicTray::textColor(), std::nullopt);
+        xcb_connection_t *const x = connectionToX11();
+        const auto atom = [x](const QByteArray &name) {
+            const auto cookie =
+                xcb_intern_atom(x, 0, static_cast<quint16>(name.size()), name.data());
+            const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(x, cookie, nullptr),
+                                                       &std::free);
+            return reply->atom;
+        };
+        const Owned<xcb_get_selection_owner_reply_t> tray(
+            xcb_get_selection_owner_reply(
+                x, xcb_get_selection_owner(x, atom("_NET_SYSTEM_TRAY_S0")), nullptr),
+            &std::free);
+        const xcb_atom_t property = atom("_NET_SYSTEM_TRAY_COLORS");
+        const std::array<quint32, 12> told{0xffff, 0x8080, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3};
+        xcb_change_property(x, XCB_PROP_MODE_REPLACE, tray->owner, property, XCB_ATOM_CARDINAL, 32,
+                            told.size(), told.data());
+        {
+            const Desktop desktop;
+            const QImage picture = desktop.icon().icon().pixmap(64).toImage();
+            QSet<QString> colors;
+            for (int column = 0; column < picture.width(); ++column) {
+                if (const QColor color = picture.pixelColor(column, 32); color.alpha() == 255)
+                    colors.insert(color.name());
+            }
+            QCOMPARE(colors, QSet<QString>{u"#ff8000"_s});
+        }
+        xcb_delete_property(x, tray->owner, property);
+        QCOMPARE(ClassicTray::textColor(), std::nullopt);
+    }
+
+    void iconComesBackWithTheTray()
+    {
+        const Desktop desktop;
+        killTray();
+        const auto another = lateTray();
+        QTRY_VERIFY(desktop.icon().geometry().top() > 800);
+        desktop.openPopover();
+        QVERIFY(desktop.popover->frameGeometry().bottom() < desktop.icon().geometry().top());
+    }
+
+    void iconWaitsForATrayThatComesLate()
+    {
+        QTRY_VERIFY(!ClassicTray::isPresent());
+        TrayStage stage({}, 1s);
+        int asked = 0;
+        const ClassicTray tray;
+        TrayGate gate([&asked] { return ++asked, ClassicTray::isPresent(); }, 50ms);
+        connect(&tray, &ClassicTray::arrived, &gate, &TrayGate::giveGrace);
+        connect(&gate, &TrayGate::opened, this,
+                [&stage](bool isOnTheBus) { stage.show(isOnTheBus); });
+        gate.wait();
+        QTRY_COMPARE(asked, 1);
+        QTest::qWait(300);
+        QCOMPARE(asked, 1); // nothing goes on where there is no tray
+        QVERIFY(!stage.statusBar);
+        const auto late = lateTray();
+        QTRY_VERIFY(stage.statusBar && stage.icon().geometry().top() > 800);
+    }
+};
 
 QTEST_MAIN(TestStatusBarDesktop)
 #include "test_status_bar_desktop.moc"

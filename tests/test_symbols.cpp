@@ -11,14 +11,12 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-QImage painted(const QString &name, const QRectF &where, QSize size, const QColor &color,
-               double scale = 1)
+QImage painted(const QString &name, const QRectF &where, QSize size)
 {
-    QImage picture(size * scale, QImage::Format_ARGB32_Premultiplied);
-    picture.setDevicePixelRatio(scale);
+    QImage picture(size, QImage::Format_ARGB32_Premultiplied);
     picture.fill(Qt::transparent);
     QPainter painter(&picture);
-    paintSymbol(painter, where, name, color);
+    paintSymbol(painter, where, name, Qt::red);
     return picture;
 }
 
@@ -31,15 +29,6 @@ double ink(const QImage &picture)
             sum += picture.pixelColor(x, y).alphaF();
     }
     return sum / (picture.width() * picture.height());
-}
-
-/// What one line of a picture covers, from left to right, in percent.
-QList<int> line(const QImage &picture, int y)
-{
-    QList<int> found;
-    for (int x = 0; x < picture.width(); ++x)
-        found.append(qRound(picture.pixelColor(x, y).alphaF() * 100));
-    return found;
 }
 
 /// The texts that the sources of the user interface use as names of symbols.
@@ -74,30 +63,7 @@ private Q_SLOTS:
     void everyNameHasADrawing_data()
     {
         QTest::addColumn<QString>("name");
-        QStringList names{u"arrow.clockwise"_s,
-                          u"arrow.down.right.and.arrow.up.left"_s,
-                          u"arrow.up.forward.square"_s,
-                          u"arrow.up.to.line"_s,
-                          u"checkmark"_s,
-                          u"chevron.down"_s,
-                          u"cloud"_s,
-                          u"exclamationmark.triangle.fill"_s,
-                          u"gearshape"_s,
-                          u"info.circle"_s,
-                          u"info.circle.fill"_s,
-                          u"keyboard"_s,
-                          u"link"_s,
-                          u"lock.shield"_s,
-                          u"mic.fill"_s,
-                          u"person.crop.circle"_s,
-                          u"person.fill"_s,
-                          u"rectangle.inset.filled.and.person.filled"_s,
-                          u"speaker.wave.2.fill"_s,
-                          u"waveform"_s,
-                          u"waveform.badge.magnifyingglass"_s,
-                          u"waveform.circle.fill"_s,
-                          u"xmark"_s};
-        names.append(namesInSources());
+        QStringList names = namesInSources();
         names.removeDuplicates();
         for (const QString &name : std::as_const(names))
             QTest::addRow("%s", qPrintable(name)) << name;
@@ -108,74 +74,13 @@ private Q_SLOTS:
         QFETCH(const QString, name);
         for (const int side : {9, 16, 24, 44}) {
             const QRectF where(4, 4, side, side);
-            const QImage picture = painted(name, where, QSize(side + 8, side + 8), Qt::red);
+            const QImage picture = painted(name, where, QSize(side + 8, side + 8));
             const QImage inside = picture.copy(4, 4, side, side);
             QVERIFY2(ink(inside) > 0.05 && ink(inside) < 0.9, QByteArray::number(side));
             QCOMPARE(ink(picture) * picture.width() * picture.height(),
                      ink(inside) * side * side); // nothing beside it
         }
         QVERIFY(!symbol(name, Qt::red).isNull());
-    }
-
-    void unknownNameIsBlank_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("unknown") << u"no.such.symbol"_s;
-        QTest::newRow("empty") << QString();
-    }
-
-    void unknownNameIsBlank()
-    {
-        QFETCH(const QString, name);
-        QCOMPARE(ink(painted(name, QRectF(0, 0, 22, 22), QSize(22, 22), Qt::red)), 0.0);
-        QVERIFY(symbol(name, Qt::red).isNull());
-    }
-
-    void hasTheColourAskedFor()
-    {
-        const QColor color(10, 200, 30, 128);
-        const QImage picture = painted(u"xmark"_s, QRectF(0, 0, 44, 44), QSize(44, 44), color);
-        const QColor crossing = picture.pixelColor(22, 22); // of two strokes, no darker than one
-        QCOMPARE(crossing.alpha(), 128);
-        QVERIFY(qAbs(crossing.green() - 200) <= 1);
-    }
-
-    // Five bars of two pixels: the edges of the middle line are as sharp as they can be.
-    void barsLieOnWholePixels_data()
-    {
-        QTest::addColumn<QSizeF>("size");
-        QTest::addColumn<QPointF>("at");
-        QTest::addColumn<double>("scale");
-        QTest::newRow("22") << QSizeF(22, 22) << QPointF(0, 0) << 1.0;
-        QTest::newRow("22, between pixels") << QSizeF(22, 22) << QPointF(3.3, 0.4) << 1.0;
-        QTest::newRow("22 in a wide place") << QSizeF(50, 22) << QPointF(0, 0) << 1.0;
-        QTest::newRow("24") << QSizeF(24, 24) << QPointF(0, 0) << 1.0;
-        QTest::newRow("20") << QSizeF(20, 20) << QPointF(0.5, 0) << 1.0;
-        QTest::newRow("16") << QSizeF(16, 16) << QPointF(0, 0) << 1.0;
-        QTest::newRow("22 at scale 2") << QSizeF(22, 22) << QPointF(1.2, 0.2) << 2.0;
-        QTest::newRow("11 at scale 2") << QSizeF(11, 11) << QPointF(0, 0) << 2.0;
-    }
-
-    void barsLieOnWholePixels()
-    {
-        QFETCH(const QSizeF, size);
-        QFETCH(const QPointF, at);
-        QFETCH(const double, scale);
-        const QImage picture =
-            painted(u"waveform"_s, QRectF(at, size), QSize(60, 30), Qt::black, scale);
-        const int middle = qRound((at.y() + size.height() / 2) * scale);
-        const QList<int> covered = line(picture, middle);
-        const auto edges =
-            std::ranges::count_if(covered, [](int percent) { return percent > 2 && percent < 98; });
-        QCOMPARE(edges, 0);
-        QCOMPARE(covered.count(100), qRound(10 * scale * (size == QSizeF(11, 11) ? 0.5 : 1)));
-    }
-
-    void trayGetsEverySize()
-    {
-        const QIcon icon = symbol(u"waveform"_s, Qt::white);
-        for (const int side : {16, 22, 24, 32, 44, 48, 64})
-            QVERIFY(icon.availableSizes().contains(QSize(side, side)));
     }
 };
 

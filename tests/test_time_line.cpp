@@ -25,93 +25,77 @@ class TestTimeLine : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void placesTheLastCycle_data();
-    void placesTheLastCycle();
-    void cutsOnUntilTheOverlapIsOver();
-    void givesBackWhatTheClockFilledIn();
-    void asksTheClockWhenInDoubt();
+    void placesTheLastCycle_data()
+    {
+        QTest::addColumn<QList<CapturedCycle>>("cycles");
+        QTest::addColumn<qint64>("silence");
+        QTest::addColumn<qint64>("cut");
+        using Cycles = QList<CapturedCycle>;
+        const auto row = [](const char *name, const Cycles &cycles, qint64 silence, qint64 cut) {
+            QTest::newRow(name) << cycles << silence << cut;
+        };
+
+        row("the first one", {cycle(0, 77777)}, 0, 0);
+        row("the next one", {cycle(0, 1000), cycle(10, 1480)}, 0, 0);
+        row("a cycle that never came", {cycle(0, 1000), cycle(20, 1960)}, 480, 0);
+        row("seconds that never came", {cycle(0, 1000), cycle(3000, 145000)}, 143520, 0);
+        row("the same cycle again", {cycle(0, 1000), cycle(10, 1480), cycle(10, 1480)}, 0, 480);
+        row("after the same cycle again",
+            {cycle(0, 1000), cycle(10, 1480), cycle(10, 1480), cycle(20, 1960)}, 0, 0);
+        row("a late start of a cycle without loss", {cycle(0, 1000), cycle(31.3, 1480)}, 0, 0);
+        row("cycles that change their length", {cycle(0, 1000, 1024), cycle(43, 2024, 2048)}, 0, 0);
+        row("another driver, after a hole", {cycle(0, 500000), cycle(60, 500000)}, 2400, 0);
+        row("another driver, too early", {cycle(0, 500000), cycle(5, 300)}, 0, 240);
+        row("another driver far ahead", {cycle(0, 1000), cycle(12, 900000)}, 96, 0);
+        row("a driver's number used again", {cycle(0, 90000), cycle(110, 1024)}, 4800, 0);
+        row("another rate", {cycle(0, 1000), cycle(14, 1480, 480, 44100)}, 192, 0);
+        row("a converter's short cycle",
+            {cycle(0, 1000, 523, 44100), cycle(11.6, 1512, 557, 44100)}, 0, 0);
+        row("a loss at another rate", {cycle(0, 1000, 480, 44100), cycle(110, 5851, 480, 44100)},
+            4800, 0);
+    }
+
+    void placesTheLastCycle()
+    {
+        QFETCH(const QList<CapturedCycle>, cycles);
+        TimeLine line(48000);
+        qint64 appended = 0;
+        TimeLine::Placement placement;
+        for (const CapturedCycle &next : cycles) {
+            placement = line.place(next, appended, heardAt(appended));
+            appended += placement.silence + next.frames - placement.cut;
+        }
+        QTEST(placement.silence, "silence");
+        QTEST(placement.cut, "cut");
+    }
+
+    void cutsOnUntilTheOverlapIsOver()
+    {
+        TimeLine line(48000);
+        line.place(cycle(0, 1000, 2400), 0, heardAt(0));
+        QList<qint64> cuts;
+        qint64 appended = 2400;
+        // A new driver begins 35 ms before the track's end, with cycles of 10 ms.
+        for (int number = 0; number < 5; ++number) {
+            const CapturedCycle next = cycle(15 + 10 * number, 480 * static_cast<quint64>(number));
+            const auto placement = line.place(next, appended, heardAt(appended));
+            QCOMPARE(placement.silence, 0);
+            appended += next.frames - placement.cut;
+            cuts.append(placement.cut);
+        }
+        QCOMPARE(cuts, (QList<qint64>{480, 480, 480, 240, 0}));
+    }
+
+    void givesBackWhatTheClockFilledIn()
+    {
+        TimeLine line(48000);
+        line.place(cycle(0, 1000), 0, heardAt(0));
+        // Nothing came for 3 s; 2 s of them were filled in meanwhile.
+        const qint64 appended = 480 + 96000;
+        const auto placement = line.place(cycle(3010, 1480 + 144000), appended, heardAt(appended));
+        QCOMPARE(placement, (TimeLine::Placement{48000, 0}));
+    }
 };
-
-void TestTimeLine::placesTheLastCycle_data()
-{
-    QTest::addColumn<QList<CapturedCycle>>("cycles");
-    QTest::addColumn<qint64>("silence");
-    QTest::addColumn<qint64>("cut");
-    using Cycles = QList<CapturedCycle>;
-    const auto row = [](const char *name, const Cycles &cycles, qint64 silence, qint64 cut) {
-        QTest::newRow(name) << cycles << silence << cut;
-    };
-
-    row("the first one", {cycle(0, 77777)}, 0, 0);
-    row("the next one", {cycle(0, 1000), cycle(10, 1480)}, 0, 0);
-    row("a cycle that never came", {cycle(0, 1000), cycle(20, 1960)}, 480, 0);
-    row("seconds that never came", {cycle(0, 1000), cycle(3000, 145000)}, 143520, 0);
-    row("the same cycle again", {cycle(0, 1000), cycle(10, 1480), cycle(10, 1480)}, 0, 480);
-    row("after the same cycle again",
-        {cycle(0, 1000), cycle(10, 1480), cycle(10, 1480), cycle(20, 1960)}, 0, 0);
-    row("a late start of a cycle without loss", {cycle(0, 1000), cycle(31.3, 1480)}, 0, 0);
-    row("cycles that change their length", {cycle(0, 1000, 1024), cycle(43, 2024, 2048)}, 0, 0);
-    row("another driver, after a hole", {cycle(0, 500000), cycle(60, 500000)}, 2400, 0);
-    row("another driver, too early", {cycle(0, 500000), cycle(5, 300)}, 0, 240);
-    row("another driver far ahead", {cycle(0, 1000), cycle(12, 900000)}, 96, 0);
-    row("a driver's number used again", {cycle(0, 90000), cycle(110, 1024)}, 4800, 0);
-    row("another rate", {cycle(0, 1000), cycle(14, 1480, 480, 44100)}, 192, 0);
-    row("a converter's short cycle", {cycle(0, 1000, 523, 44100), cycle(11.6, 1512, 557, 44100)}, 0,
-        0);
-    row("a loss at another rate", {cycle(0, 1000, 480, 44100), cycle(110, 5851, 480, 44100)}, 4800,
-        0);
-}
-
-void TestTimeLine::placesTheLastCycle()
-{
-    QFETCH(const QList<CapturedCycle>, cycles);
-    TimeLine line(48000);
-    qint64 appended = 0;
-    TimeLine::Placement placement;
-    for (const CapturedCycle &next : cycles) {
-        placement = line.place(next, appended, heardAt(appended));
-        appended += placement.silence + next.frames - placement.cut;
-    }
-    QTEST(placement.silence, "silence");
-    QTEST(placement.cut, "cut");
-}
-
-void TestTimeLine::cutsOnUntilTheOverlapIsOver()
-{
-    TimeLine line(48000);
-    line.place(cycle(0, 1000, 2400), 0, heardAt(0));
-    QList<qint64> cuts;
-    qint64 appended = 2400;
-    // A new driver begins 35 ms before the track's end, with cycles of 10 ms.
-    for (int number = 0; number < 5; ++number) {
-        const CapturedCycle next = cycle(15 + 10 * number, 480 * static_cast<quint64>(number));
-        const auto placement = line.place(next, appended, heardAt(appended));
-        QCOMPARE(placement.silence, 0);
-        appended += next.frames - placement.cut;
-        cuts.append(placement.cut);
-    }
-    QCOMPARE(cuts, (QList<qint64>{480, 480, 480, 240, 0}));
-}
-
-void TestTimeLine::givesBackWhatTheClockFilledIn()
-{
-    TimeLine line(48000);
-    line.place(cycle(0, 1000), 0, heardAt(0));
-    // Nothing came for 3 s; 2 s of them were filled in meanwhile.
-    const qint64 appended = 480 + 96000;
-    const auto placement = line.place(cycle(3010, 1480 + 144000), appended, heardAt(appended));
-    QCOMPARE(placement, (TimeLine::Placement{48000, 0}));
-}
-
-void TestTimeLine::asksTheClockWhenInDoubt()
-{
-    TimeLine line(48000);
-    line.place(cycle(0, 1000), 0, heardAt(0));
-    line.resynchronise();
-    // 100 ms were lost that the driver's ticks do not know of.
-    QCOMPARE(line.place(cycle(110, 1480), 480, heardAt(480)), (TimeLine::Placement{4800, 0}));
-    QCOMPARE(line.place(cycle(120, 1960), 5760, heardAt(5760)), (TimeLine::Placement{0, 0}));
-}
 
 QTEST_GUILESS_MAIN(TestTimeLine)
 #include "test_time_line.moc"

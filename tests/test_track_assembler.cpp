@@ -90,139 +90,133 @@ class TestTrackAssembler : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void keepsTimeForHours_data();
-    void keepsTimeForHours();
-    void leavesGoodSamplesAlone();
-    void correctsWithoutClicks();
-    void fillsGapsAndCutsOverlaps();
-    void findsLossesThatTicksHide();
-};
-
-void TestTrackAssembler::keepsTimeForHours_data()
-{
-    QTest::addColumn<double>("partsPerMillion");
-    QTest::addColumn<bool>("changesCycles");
-    QTest::addColumn<double>("hours");
-    QTest::newRow("0.1 % fast") << 1000.0 << false << 2.0;
-    QTest::newRow("0.1 % slow, restless") << -1000.0 << true << 0.25;
-    QTest::newRow("0.01 % slow, restless") << -100.0 << true << 0.25;
-}
-
-void TestTrackAssembler::keepsTimeForHours()
-{
-    QFETCH(const double, partsPerMillion);
-    QFETCH(const bool, changesCycles);
-    QFETCH(const double, hours);
-    Track track(false);
-    TrackAssembler assembler(rate, 1, track.output());
-    Device device(partsPerMillion, changesCycles);
-    const std::vector<float> samples(2048);
-    double worst = 0.0;
-    while (device.seconds() < hours * 3600.0) {
-        const double truth = device.seconds();
-        const CapturedCycle cycle = device.next();
-        assembler.append(cycle, std::span(samples).first(cycle.frames));
-        const double length = std::chrono::duration<double>(assembler.end() - begin).count();
-        worst = std::max(worst, std::abs(length - truth - cycle.frames / double(rate)));
+    void keepsTimeForHours_data()
+    {
+        QTest::addColumn<double>("partsPerMillion");
+        QTest::addColumn<bool>("changesCycles");
+        QTest::addColumn<double>("hours");
+        QTest::newRow("0.1 % fast") << 1000.0 << false << 2.0;
+        QTest::newRow("0.1 % slow, restless") << -1000.0 << true << 0.25;
+        QTest::newRow("0.01 % slow, restless") << -100.0 << true << 0.25;
     }
-    qInfo("worst error %.1f ms, at the end corrected by %.0f ppm", worst * 1000.0,
-          assembler.partsPerMillion());
-    QVERIFY(track.isContinuous);
-    QCOMPARE(assembler.record(), (TrackAssembler::Record{0, 0}));
-    // Against a track that is right, this is how far the two are apart, at any time.
-    QVERIFY2(worst < 0.040, qPrintable(QString::number(worst)));
-}
 
-void TestTrackAssembler::leavesGoodSamplesAlone()
-{
-    Track track(true);
-    TrackAssembler assembler(rate, 2, track.output());
-    Device device(20.0, false);
-    std::vector<float> played;
-    std::mt19937 random(1);
-    std::uniform_real_distribution<float> noise(-1.0F, 1.0F);
-    while (device.seconds() < 60.0) {
-        const CapturedCycle cycle = device.next();
-        std::vector<float> samples(cycle.frames * 2U);
-        std::ranges::generate(samples, [&] { return noise(random); });
-        played.insert(played.end(), samples.begin(), samples.end());
-        assembler.append(cycle, samples);
-    }
-    assembler.finish();
-    QVERIFY(track.samples == played);
-}
-
-void TestTrackAssembler::correctsWithoutClicks()
-{
-    Track track(true);
-    TrackAssembler assembler(rate, 1, track.output());
-    Device device(800.0, false);
-    constexpr double frequency = 1000.0;
-    qint64 frame = 0;
-    while (device.seconds() < 40.0) {
-        const CapturedCycle cycle = device.next();
-        std::vector<float> samples(cycle.frames);
-        for (float &sample : samples) {
-            const double phase = 2.0 * std::numbers::pi * frequency * double(frame++) / rate;
-            sample = static_cast<float>(0.5 * std::sin(phase));
+    void keepsTimeForHours()
+    {
+        QFETCH(const double, partsPerMillion);
+        QFETCH(const bool, changesCycles);
+        QFETCH(const double, hours);
+        Track track(false);
+        TrackAssembler assembler(rate, 1, track.output());
+        Device device(partsPerMillion, changesCycles);
+        const std::vector<float> samples(2048);
+        double worst = 0.0;
+        while (device.seconds() < hours * 3600.0) {
+            const double truth = device.seconds();
+            const CapturedCycle cycle = device.next();
+            assembler.append(cycle, std::span(samples).first(cycle.frames));
+            const double length = std::chrono::duration<double>(assembler.end() - begin).count();
+            worst = std::max(worst, std::abs(length - truth - cycle.frames / double(rate)));
         }
-        assembler.append(cycle, samples);
+        qInfo("worst error %.1f ms, at the end corrected by %.0f ppm", worst * 1000.0,
+              assembler.partsPerMillion());
+        QVERIFY(track.isContinuous);
+        QCOMPARE(assembler.record(), (TrackAssembler::Record{0, 0}));
+        // Against a track that is right, this is how far the two are apart, at any time.
+        QVERIFY2(worst < 0.040, qPrintable(QString::number(worst)));
     }
-    assembler.finish();
-    QVERIFY(track.frames < frame - 500);
 
-    // Any sine of this frequency satisfies x[n+1] + x[n-1] = 2 cos(w) x[n]; a click does not.
-    const double turn = 2.0 * std::cos(2.0 * std::numbers::pi * frequency / rate);
-    double worst = 0.0;
-    for (std::size_t n = 1; n + 64 < track.samples.size(); ++n) {
-        const double residue =
-            double(track.samples[n + 1]) + track.samples[n - 1] - turn * track.samples[n];
-        worst = std::max(worst, std::abs(residue));
+    void leavesGoodSamplesAlone()
+    {
+        Track track(true);
+        TrackAssembler assembler(rate, 2, track.output());
+        Device device(20.0, false);
+        std::vector<float> played;
+        std::mt19937 random(1);
+        std::uniform_real_distribution<float> noise(-1.0F, 1.0F);
+        while (device.seconds() < 60.0) {
+            const CapturedCycle cycle = device.next();
+            std::vector<float> samples(cycle.frames * 2U);
+            std::ranges::generate(samples, [&] { return noise(random); });
+            played.insert(played.end(), samples.begin(), samples.end());
+            assembler.append(cycle, samples);
+        }
+        assembler.finish();
+        QVERIFY(track.samples == played);
     }
-    QVERIFY2(worst < 1e-3, qPrintable(QString::number(worst)));
-}
 
-void TestTrackAssembler::fillsGapsAndCutsOverlaps()
-{
-    Track track(true);
-    TrackAssembler assembler(rate, 1, track.output());
-    const std::vector<float> ones(480, 1.0F);
-    const auto at = [](int milliseconds, quint64 ticks) {
-        return CapturedCycle{begin + std::chrono::milliseconds(milliseconds), ticks, rate, 480};
-    };
-    assembler.fillUntil(begin + 5s); // has not begun
-    assembler.append(at(0, 1000), ones);
-    assembler.append(at(1000, 49000), ones); // 990 ms were lost
-    assembler.fillUntil(begin + 2s);
-    assembler.append(at(1995, 50), ones); // another driver, 5 ms too early
-    assembler.append(at(2005, 530), ones);
-    assembler.finish();
+    void correctsWithoutClicks()
+    {
+        Track track(true);
+        TrackAssembler assembler(rate, 1, track.output());
+        Device device(800.0, false);
+        constexpr double frequency = 1000.0;
+        qint64 frame = 0;
+        while (device.seconds() < 40.0) {
+            const CapturedCycle cycle = device.next();
+            std::vector<float> samples(cycle.frames);
+            for (float &sample : samples) {
+                const double phase = 2.0 * std::numbers::pi * frequency * double(frame++) / rate;
+                sample = static_cast<float>(0.5 * std::sin(phase));
+            }
+            assembler.append(cycle, samples);
+        }
+        assembler.finish();
+        QVERIFY(track.frames < frame - 500);
 
-    QVERIFY(track.isContinuous);
-    QCOMPARE(track.frames, 96000 + 240 + 480);
-    QCOMPARE(assembler.record(), (TrackAssembler::Record{47520 + 47520, 240}));
-    const auto loud = std::ranges::count(track.samples, 1.0F);
-    QCOMPARE(loud, 480 + 480 + 240 + 480);
-    QCOMPARE(track.samples.at(48000), 1.0F);
-    QCOMPARE(track.samples.at(47999), 0.0F);
-    QCOMPARE(track.samples.at(96000), 1.0F);
-}
-
-void TestTrackAssembler::findsLossesThatTicksHide()
-{
-    Track track(false);
-    TrackAssembler assembler(rate, 1, track.output());
-    const std::vector<float> samples(480);
-    for (int number = 0; number < 3000; ++number) {
-        // After 5 s the clock goes on by 120 ms that the driver does not count.
-        const auto lost = number >= 500 ? 120ms : 0ms;
-        assembler.append({begin + lost + number * 10ms, quint64(number) * 480, rate, 480}, samples);
+        // Any sine of this frequency satisfies x[n+1] + x[n-1] = 2 cos(w) x[n]; a click does not.
+        const double turn = 2.0 * std::cos(2.0 * std::numbers::pi * frequency / rate);
+        double worst = 0.0;
+        for (std::size_t n = 1; n + 64 < track.samples.size(); ++n) {
+            const double residue =
+                double(track.samples[n + 1]) + track.samples[n - 1] - turn * track.samples[n];
+            worst = std::max(worst, std::abs(residue));
+        }
+        QVERIFY2(worst < 1e-3, qPrintable(QString::number(worst)));
     }
-    const double error =
-        std::chrono::duration<double>(assembler.end() - (begin + 30s + 120ms)).count();
-    QVERIFY2(std::abs(error) < 0.02, qPrintable(QString::number(error)));
-    QVERIFY(track.isContinuous);
-}
+
+    void fillsGapsAndCutsOverlaps()
+    {
+        Track track(true);
+        TrackAssembler assembler(rate, 1, track.output());
+        const std::vector<float> ones(480, 1.0F);
+        const auto at = [](int milliseconds, quint64 ticks) {
+            return CapturedCycle{begin + std::chrono::milliseconds(milliseconds), ticks, rate, 480};
+        };
+        assembler.fillUntil(begin + 5s); // has not begun
+        assembler.append(at(0, 1000), ones);
+        assembler.append(at(1000, 49000), ones); // 990 ms were lost
+        assembler.fillUntil(begin + 2s);
+        assembler.append(at(1995, 50), ones); // another driver, 5 ms too early
+        assembler.append(at(2005, 530), ones);
+        assembler.finish();
+
+        QVERIFY(track.isContinuous);
+        QCOMPARE(track.frames, 96000 + 240 + 480);
+        QCOMPARE(assembler.record(), (TrackAssembler::Record{47520 + 47520, 240}));
+        const auto loud = std::ranges::count(track.samples, 1.0F);
+        QCOMPARE(loud, 480 + 480 + 240 + 480);
+        QCOMPARE(track.samples.at(48000), 1.0F);
+        QCOMPARE(track.samples.at(47999), 0.0F);
+        QCOMPARE(track.samples.at(96000), 1.0F);
+    }
+
+    void findsLossesThatTicksHide()
+    {
+        Track track(false);
+        TrackAssembler assembler(rate, 1, track.output());
+        const std::vector<float> samples(480);
+        for (int number = 0; number < 3000; ++number) {
+            // After 5 s the clock goes on by 120 ms that the driver does not count.
+            const auto lost = number >= 500 ? 120ms : 0ms;
+            assembler.append({begin + lost + number * 10ms, quint64(number) * 480, rate, 480},
+                             samples);
+        }
+        const double error =
+            std::chrono::duration<double>(assembler.end() - (begin + 30s + 120ms)).count();
+        QVERIFY2(std::abs(error) < 0.02, qPrintable(QString::number(error)));
+        QVERIFY(track.isContinuous);
+    }
+};
 
 QTEST_GUILESS_MAIN(TestTrackAssembler)
 #include "test_track_assembler.moc"

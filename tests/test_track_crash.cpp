@@ -5,12 +5,12 @@
 #include "platform/linux/media/TrackWriter.h"
 #include "platform/linux/mix/FileAudioAssets.h"
 #include "tests/support/Decoded.h"
+#include "tests/support/Files.h"
 
 #include <QCoreApplication>
 #include <QCoroTask>
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QFile>
 #include <QProcess>
 #include <QScopeGuard>
 #include <QTemporaryDir>
@@ -165,18 +165,6 @@ double lastHalfSecondLevel(const Decoded &decoded)
                      decoded.sampleRate);
 }
 
-QByteArray contentOf(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void replaceContent(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(file.write(content), content.size());
-}
 } // namespace
 
 /// What is left of a track when its recording, or what follows, ends badly.
@@ -329,7 +317,7 @@ void TestTrackCrash::cutAnywhere()
     for (int i = 0; i < 30; ++i) {
         const qsizetype cut = position(random);
         const QByteArray start = whole.first(cut);
-        replaceContent(path(), keepsLength ? start.leftJustified(whole.size(), '\0') : start);
+        put(path(), keepsLength ? start.leftJustified(whole.size(), '\0') : start);
         // Noise: the bytes are spread evenly.
         const double there = static_cast<double>(cut) * frames / static_cast<double>(whole.size());
         QCOMPARE(abandonedTracks(), QStringList{path()});
@@ -368,7 +356,7 @@ void TestTrackCrash::damagedAnywhere()
         QByteArray damaged = whole;
         for (int byte = 0; byte < 3; ++byte)
             damaged[position(random)] = static_cast<char>(random());
-        replaceContent(path(), damaged);
+        put(path(), damaged);
         const auto before = decodeFile(path());
         // Whatever comes of it: the same bytes, or a file with no less in it.
         if (finishTrackFile(path())) {
@@ -538,8 +526,8 @@ void TestTrackCrash::tornTracksAreRecovered()
     const auto part = [&](double left) {
         return whole.first(qsizetype(left * double(whole.size())));
     };
-    replaceContent(track(u".system.m4a"_s), part(system));
-    replaceContent(track(u".mic.m4a"_s), part(mic));
+    put(track(u".system.m4a"_s), part(system));
+    put(track(u".mic.m4a"_s), part(mic));
     const auto listed = recover();
     QCOMPARE(listed.size(), 1);
     const QString file = listed.first().file.toLocalFile();

@@ -2,7 +2,7 @@
 #include "tests/support/TrayStage.h"
 #include "ui/TrayGate.h"
 
-#include <QApplication>
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -42,13 +42,11 @@ private:
         QDBusConnection::connectToBus(QDBusConnection::SessionBus, u"notifications"_s);
 };
 
-QWidget &popover()
+void showAtGate(TrayStage &stage, TrayGate &gate)
 {
-    for (QWidget *const window : QApplication::topLevelWidgets()) {
-        if (window->objectName() == "popover"_L1)
-            return *window;
-    }
-    qFatal("there is no popover");
+    QObject::connect(&gate, &TrayGate::opened, &gate,
+                     [&stage](bool isExported) { stage.show(isExported); });
+    gate.wait();
 }
 
 QStringList labels(const QList<TrayHost::MenuItem> &items)
@@ -72,18 +70,20 @@ private Q_SLOTS:
         TrayStage stage({TrayStage::entry(u"周会"_s, u"meeting-1"_s), TrayStage::entry(u"本地"_s)},
                         1s);
         TrayGate gate([] { return false; }, 1h);
-        connect(&gate, &TrayGate::opened, this,
-                [&stage](bool isExported) { stage.show(isExported); });
-        gate.wait();
+        showAtGate(stage, gate);
         QTest::qWait(100);
         QVERIFY(!stage.statusBar);
-        std::optional<TrayHost> host(std::in_place);
+        // A registry alone is no tray.
+        std::optional<TrayHost> host(std::in_place, false);
+        QTest::qWait(100);
+        QVERIFY(!stage.statusBar);
+        host->addHost();
         QVERIFY(host->waitForIcon());
 
         host->click(640, 10);
-        QTRY_VERIFY(popover().isVisible());
+        QTRY_VERIFY(stage.popover().isVisible());
         host->click(640, 10);
-        QTRY_VERIFY(!popover().isVisible());
+        QTRY_VERIFY(!stage.popover().isVisible());
 
         auto items = host->openMenu();
         QCOMPARE(labels(items),
@@ -94,7 +94,7 @@ private Q_SLOTS:
         items = host->openMenu();
         QCOMPARE(items.constFirst().label, u"停止录音"_s);
         const auto recents = items.at(4).items;
-        QCOMPARE(labels(recents), QStringList({u"周会  ·  12m"_s, u"本地  ·  12m (off)"_s}));
+        QCOMPARE(labels(recents), QStringList({u"周会  ·  1m"_s, u"本地  ·  1m (off)"_s}));
         host->choose(recents.constFirst());
         QTRY_COMPARE(stage.workspace.opened,
                      QStringList(u"https://s.example/app/meetings/meeting-1"_s));
@@ -103,7 +103,24 @@ private Q_SLOTS:
         host.emplace();
         QVERIFY(host->waitForIcon());
         host->click(640, 10);
-        QTRY_VERIFY(popover().isVisible());
+        QTRY_VERIFY(stage.popover().isVisible());
+    }
+
+    void gateOpensForAClassicTrayAndOnlyOnce()
+    {
+        bool isThere = false;
+        int asked = 0;
+        TrayGate gate([&] { return ++asked, isThere; }, 10ms);
+        QSignalSpy opened(&gate, &TrayGate::opened);
+        gate.wait();
+        QVERIFY(!opened.wait(100));
+        QCOMPARE(asked, 1);
+        isThere = true;
+        gate.giveGrace();
+        QVERIFY(opened.wait());
+        QCOMPARE(opened.constFirst(), QVariantList{false});
+        const TrayHost host;
+        QVERIFY(!opened.wait(100));
     }
 
     void everyErrorIsTold()
@@ -111,7 +128,8 @@ private Q_SLOTS:
         const FakeNotifications notifications;
         TrayHost host;
         TrayStage stage;
-        stage.show(true);
+        TrayGate gate([] { return false; }, 1h);
+        showAtGate(stage, gate);
         QVERIFY(host.waitForIcon());
         stage.app->setSystemAudioOn(false);
         stage.app->setMicOn(false);

@@ -14,214 +14,191 @@ class UploadOverlapTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void twoAtOnce();
-    void retryDuringAnUpload();
-    void lastToEndHasTheLastWord();
-    void signedOutBeforeTheTaskRuns();
-    void signedOutDuringAnUpload();
-    void tokenRefused_data();
-    void tokenRefused();
-    void lateRefusalLeavesTheNewSession();
-    void clientGone();
-    void stateGone_data();
-    void stateGone();
+    void twoAtOnce()
+    {
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s, 4'000'000), stage.recording(u"b"_s)});
+        stage.script.holdAt(u"put 1"_s);
+        stage.script.holdAt(u"put 2"_s);
+        stage.app->startUpload(stage.id(0));
+        stage.app->startUpload(stage.id(1));
+        stage.waitAt(u"put 1"_s);
+        stage.waitAt(u"put 2"_s);
+        QCOMPARE(stage.shown(), QStringList({Shown::uploading, Shown::uploading}));
+
+        stage.script.releaseAt(u"put 2"_s);
+        stage.waitUntil([&] { return stage.shown().count(Shown::uploading) == 1; });
+        stage.script.releaseAt(u"put 1"_s);
+        stage.waitUntilIdle();
+
+        const QString a = stage.meetingOf(u"mac-file-a"_s);
+        const QString b = stage.meetingOf(u"mac-file-b"_s);
+        QCOMPARE(stage.shown(), QStringList({Shown::uploaded(a), Shown::uploaded(b)}));
+        QCOMPARE(stage.objectOf(a).size(), 4'000'000);
+        QCOMPARE(stage.objectOf(b).size(), 5000);
+    }
+
+    void retryDuringAnUpload()
+    {
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s)});
+        stage.uploadUpTo(u"create 1"_s);
+
+        stage.app->retryUpload(stage.id());
+        QCOMPARE(stage.shown(), QStringList(Shown::uploading));
+        const QStringList done{Shown::uploaded(stage.meetingOf(u"mac-file-a"_s))};
+        stage.waitUntil([&] { return stage.shown() == done; });
+
+        stage.script.releaseAt(u"create 1"_s);
+        stage.waitUntilIdle();
+        QCOMPARE(stage.shown(), done);
+        QCOMPARE(stage.service->store().meetings().size(), 1);
+    }
+
+    void lastToEndHasTheLastWord()
+    {
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s)});
+        stage.service->misbehave(Exchange::createMeeting, Misbehaviour::answered(500, "x"), 1);
+        stage.uploadUpTo(u"create 1"_s);
+        stage.app->retryUpload(stage.id());
+        stage.waitUntil([&] { return stage.app->recents().first().isUploaded(); });
+
+        stage.script.releaseAt(u"create 1"_s);
+        stage.waitUntil(
+            [&] { return stage.app->recents().first().status == RecentSession::Status::failed; });
+        const QString meeting = stage.meetingOf(u"mac-file-a"_s);
+        QCOMPARE(stage.shown(),
+                 QStringList(u"failed | 创建会议记录失败 (HTTP 500)：x | "_s + meeting));
+        QVERIFY(stage.storedList() == stage.app->recents());
+
+        stage.app->retryUpload(stage.id());
+        stage.waitUntilIdle();
+        QCOMPARE(stage.shown(), QStringList(Shown::uploaded(meeting)));
+    }
+
+    void signedOutBeforeTheTaskRuns()
+    {
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s)});
+        stage.app->startUpload(stage.id());
+        stage.auth->logout();
+        QCOMPARE(stage.shown(), QStringList(Shown::uploading));
+        stage.waitUntilIdle();
+        QCOMPARE(stage.shown(), QStringList(Shown::signedOut));
+        QVERIFY(stage.service->requests().isEmpty());
+    }
+
+    // The service is not told; what was begun is finished.
+    void signedOutDuringAnUpload()
+    {
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s)});
+        stage.uploadUpTo(u"sign 1"_s);
+        stage.auth->logout();
+        stage.script.releaseAt(u"sign 1"_s);
+        stage.waitUntilIdle();
+        QCOMPARE(stage.shown(), QStringList(Shown::uploaded(stage.meetingOf(u"mac-file-a"_s))));
+        QCOMPARE(stage.auth->sessionStatus(), SessionStatus::loggedOut);
+    }
+
+    void tokenRefused_data()
+    {
+        QTest::addColumn<int>("answers"); // before the token is refused
+        QTest::newRow("reconcile") << 0;
+        QTest::newRow("sign") << 1;
+        QTest::newRow("create") << 3;
+    }
+
+    void tokenRefused()
+    {
+        QFETCH(const int, answers);
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s), stage.recording(u"b"_s)});
+        if (answers > 0)
+            stage.script.holdAt(wholeChain.at(answers - 1));
+        stage.app->startUpload(stage.id());
+        if (answers > 0)
+            stage.waitAt(wholeChain.at(answers - 1));
+        stage.service->store().revoke(stage.token);
+        if (answers > 0)
+            stage.script.releaseAt(wholeChain.at(answers - 1));
+        stage.waitUntilIdle();
+
+        QCOMPARE(stage.shown(), QStringList({Shown::expired, Shown::waiting}));
+        QVERIFY(stage.storedList() == stage.app->recents());
+        QCOMPARE(stage.app->lastError(), signInAgain);
+        QCOMPARE(stage.auth->lastError(), signInAgain);
+        QCOMPARE(stage.auth->sessionStatus(), SessionStatus::expired);
+        QVERIFY(stage.secrets.items.empty());
+        QCOMPARE(stage.script.calls, wholeChain.first(answers + 1));
+
+        stage.app->startUpload(stage.id(1));
+        QCOMPARE(stage.shown(), QStringList({Shown::expired, Shown::signedOut}));
+
+        stage.signIn();
+        stage.app->retryUpload(stage.id());
+        stage.waitUntilIdle();
+        QCOMPARE(stage.shown(), QStringList({Shown::uploaded(stage.meetingOf(u"mac-file-a"_s)),
+                                             Shown::signedOut}));
+    }
+
+    void lateRefusalLeavesTheNewSession()
+    {
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s)});
+        stage.service->store().revoke(stage.token);
+        stage.uploadUpTo(u"reconcile 1"_s);
+        stage.auth->logout();
+        stage.signIn();
+        stage.script.releaseAt(u"reconcile 1"_s);
+        stage.waitUntilIdle();
+
+        QCOMPARE(stage.shown(), QStringList(Shown::expired));
+        QCOMPARE(stage.auth->sessionStatus(), SessionStatus::verified);
+        QCOMPARE(stage.auth->token(), stage.token);
+        QCOMPARE(stage.auth->lastError(), std::nullopt);
+    }
+
+    void clientGone()
+    {
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s)});
+        stage.service->store().revoke(stage.token);
+        stage.uploadUpTo(u"reconcile 1"_s);
+        stage.auth.reset();
+        stage.script.releaseAt(u"reconcile 1"_s);
+        stage.waitUntilIdle();
+
+        QCOMPARE(stage.shown(), QStringList(Shown::expired));
+        QCOMPARE(stage.app->lastError(), signInAgain);
+        stage.app->startUpload(stage.id());
+        QCOMPARE(stage.shown(), QStringList(Shown::signedOut));
+    }
+
+    void stateGone_data()
+    {
+        QTest::addColumn<QString>("step");
+        for (const QString &step : wholeChain)
+            QTest::newRow(qPrintable(step)) << step;
+    }
+
+    void stateGone()
+    {
+        QFETCH(const QString, step);
+        UploadStage stage;
+        stage.start({stage.recording(u"a"_s)});
+        stage.uploadUpTo(step);
+        stage.app.reset();
+        stage.script.releaseAt(step);
+        stage.waitUntil([&] { return stage.script.calls == wholeChain && !stage.http.isBusy(); });
+
+        // The list was left as an interrupted upload leaves it; the next start goes on from there.
+        stage.start(stage.storedList().value());
+        const QString meeting = stage.meetingOf(u"mac-file-a"_s);
+        stage.waitUntil([&] { return stage.shown().first() == Shown::uploaded(meeting); });
+    }
 };
-
-void UploadOverlapTest::twoAtOnce()
-{
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s, 4'000'000), stage.recording(u"b"_s)});
-    stage.script.holdAt(u"put 1"_s);
-    stage.script.holdAt(u"put 2"_s);
-    stage.app->startUpload(stage.id(0));
-    stage.app->startUpload(stage.id(1));
-    stage.waitAt(u"put 1"_s);
-    stage.waitAt(u"put 2"_s);
-    QCOMPARE(stage.shown(), QStringList({Shown::uploading, Shown::uploading}));
-
-    stage.script.releaseAt(u"put 2"_s);
-    stage.waitUntil([&] { return stage.shown().count(Shown::uploading) == 1; });
-    stage.script.releaseAt(u"put 1"_s);
-    stage.waitUntilIdle();
-
-    const QString a = stage.meetingOf(u"mac-file-a"_s);
-    const QString b = stage.meetingOf(u"mac-file-b"_s);
-    QCOMPARE(stage.shown(), QStringList({Shown::uploaded(a), Shown::uploaded(b)}));
-    QCOMPARE(stage.objectOf(a).size(), 4'000'000);
-    QCOMPARE(stage.objectOf(b).size(), 5000);
-}
-
-void UploadOverlapTest::retryDuringAnUpload()
-{
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s)});
-    stage.script.holdAt(u"create 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"create 1"_s);
-
-    stage.app->retryUpload(stage.id());
-    QCOMPARE(stage.shown(), QStringList(Shown::uploading));
-    const QStringList done{Shown::uploaded(stage.meetingOf(u"mac-file-a"_s))};
-    stage.waitUntil([&] { return stage.shown() == done; });
-
-    stage.script.releaseAt(u"create 1"_s);
-    stage.waitUntilIdle();
-    QCOMPARE(stage.shown(), done);
-    QCOMPARE(stage.service->store().meetings().size(), 1);
-}
-
-void UploadOverlapTest::lastToEndHasTheLastWord()
-{
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s)});
-    stage.service->misbehave(Exchange::createMeeting, Misbehaviour::answered(500, "x"), 1);
-    stage.script.holdAt(u"create 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"create 1"_s);
-    stage.app->retryUpload(stage.id());
-    stage.waitUntil([&] { return stage.app->recents().first().isUploaded(); });
-
-    stage.script.releaseAt(u"create 1"_s);
-    stage.waitUntil(
-        [&] { return stage.app->recents().first().status == RecentSession::Status::failed; });
-    const QString meeting = stage.meetingOf(u"mac-file-a"_s);
-    QCOMPARE(stage.shown(), QStringList(u"failed | 创建会议记录失败 (HTTP 500)：x | "_s + meeting));
-    QVERIFY(stage.storedList() == stage.app->recents());
-
-    stage.app->retryUpload(stage.id());
-    stage.waitUntilIdle();
-    QCOMPARE(stage.shown(), QStringList(Shown::uploaded(meeting)));
-}
-
-void UploadOverlapTest::signedOutBeforeTheTaskRuns()
-{
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s)});
-    stage.app->startUpload(stage.id());
-    stage.auth->logout();
-    QCOMPARE(stage.shown(), QStringList(Shown::uploading));
-    stage.waitUntilIdle();
-    QCOMPARE(stage.shown(), QStringList(Shown::signedOut));
-    QVERIFY(stage.service->requests().isEmpty());
-}
-
-// The service is not told; what was begun is finished.
-void UploadOverlapTest::signedOutDuringAnUpload()
-{
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s)});
-    stage.script.holdAt(u"sign 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"sign 1"_s);
-    stage.auth->logout();
-    stage.script.releaseAt(u"sign 1"_s);
-    stage.waitUntilIdle();
-    QCOMPARE(stage.shown(), QStringList(Shown::uploaded(stage.meetingOf(u"mac-file-a"_s))));
-    QCOMPARE(stage.auth->sessionStatus(), SessionStatus::loggedOut);
-}
-
-void UploadOverlapTest::tokenRefused_data()
-{
-    QTest::addColumn<int>("answers"); // before the token is refused
-    QTest::newRow("reconcile") << 0;
-    QTest::newRow("sign") << 1;
-    QTest::newRow("create") << 3;
-}
-
-void UploadOverlapTest::tokenRefused()
-{
-    QFETCH(const int, answers);
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s), stage.recording(u"b"_s)});
-    if (answers > 0)
-        stage.script.holdAt(wholeChain.at(answers - 1));
-    stage.app->startUpload(stage.id());
-    if (answers > 0)
-        stage.waitAt(wholeChain.at(answers - 1));
-    stage.service->store().revoke(stage.token);
-    if (answers > 0)
-        stage.script.releaseAt(wholeChain.at(answers - 1));
-    stage.waitUntilIdle();
-
-    QCOMPARE(stage.shown(), QStringList({Shown::expired, Shown::waiting}));
-    QVERIFY(stage.storedList() == stage.app->recents());
-    QCOMPARE(stage.app->lastError(), signInAgain);
-    QCOMPARE(stage.auth->lastError(), signInAgain);
-    QCOMPARE(stage.auth->sessionStatus(), SessionStatus::expired);
-    QVERIFY(stage.secrets.items.empty());
-    QCOMPARE(stage.script.calls, wholeChain.first(answers + 1));
-
-    stage.app->startUpload(stage.id(1));
-    QCOMPARE(stage.shown(), QStringList({Shown::expired, Shown::signedOut}));
-
-    stage.signIn();
-    stage.app->retryUpload(stage.id());
-    stage.waitUntilIdle();
-    QCOMPARE(stage.shown(),
-             QStringList({Shown::uploaded(stage.meetingOf(u"mac-file-a"_s)), Shown::signedOut}));
-}
-
-void UploadOverlapTest::lateRefusalLeavesTheNewSession()
-{
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s)});
-    stage.service->store().revoke(stage.token);
-    stage.script.holdAt(u"reconcile 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"reconcile 1"_s);
-    stage.auth->logout();
-    stage.signIn();
-    stage.script.releaseAt(u"reconcile 1"_s);
-    stage.waitUntilIdle();
-
-    QCOMPARE(stage.shown(), QStringList(Shown::expired));
-    QCOMPARE(stage.auth->sessionStatus(), SessionStatus::verified);
-    QCOMPARE(stage.auth->token(), stage.token);
-    QCOMPARE(stage.auth->lastError(), std::nullopt);
-}
-
-void UploadOverlapTest::clientGone()
-{
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s)});
-    stage.service->store().revoke(stage.token);
-    stage.script.holdAt(u"reconcile 1"_s);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(u"reconcile 1"_s);
-    stage.auth.reset();
-    stage.script.releaseAt(u"reconcile 1"_s);
-    stage.waitUntilIdle();
-
-    QCOMPARE(stage.shown(), QStringList(Shown::expired));
-    QCOMPARE(stage.app->lastError(), signInAgain);
-    stage.app->startUpload(stage.id());
-    QCOMPARE(stage.shown(), QStringList(Shown::signedOut));
-}
-
-void UploadOverlapTest::stateGone_data()
-{
-    QTest::addColumn<QString>("step");
-    for (const QString &step : wholeChain)
-        QTest::newRow(qPrintable(step)) << step;
-}
-
-void UploadOverlapTest::stateGone()
-{
-    QFETCH(const QString, step);
-    UploadStage stage;
-    stage.start({stage.recording(u"a"_s)});
-    stage.script.holdAt(step);
-    stage.app->startUpload(stage.id());
-    stage.waitAt(step);
-    stage.app.reset();
-    stage.script.releaseAt(step);
-    stage.waitUntil([&] { return stage.script.calls == wholeChain && !stage.http.isBusy(); });
-
-    // The list was left as an interrupted upload leaves it; the next start goes on from there.
-    stage.start(stage.storedList().value());
-    const QString meeting = stage.meetingOf(u"mac-file-a"_s);
-    stage.waitUntil([&] { return stage.shown().first() == Shown::uploaded(meeting); });
-}
 
 QTEST_GUILESS_MAIN(UploadOverlapTest)
 #include "test_upload_overlap.moc"

@@ -6,6 +6,8 @@
 #include "tests/support/FakeWorkspace.h"
 #include "tests/support/LogCapture.h"
 
+#include <QUrl>
+
 #include <memory>
 
 /// A desktop on which a client is started; the service is not there until a test says so.
@@ -29,6 +31,22 @@ public:
             std::make_unique<AuthClient>(ServiceOrigin::parse(origin), http, secrets, workspace);
         QObject::connect(client.get(), &AuthClient::changed, client.get(), [this] { ++changes; });
         return *client;
+    }
+
+    /// Signs in through the browser; \p email is empty for an account without address.
+    void signIn(const QString &email = {}) const
+    {
+        client->beginLogin();
+        returnFromBrowser(email);
+    }
+
+    /// The page that was opened last returns with a token.
+    void returnFromBrowser(const QString &email = {}) const
+    {
+        const QString address = QStringLiteral("parlovance://auth?token=t1&state=") + openedState();
+        const QString encoded = QString::fromLatin1(QUrl::toPercentEncoding(email));
+        client->handleCallback(email.isEmpty() ? address
+                                               : address + QStringLiteral("&email=") + encoded);
     }
 
     /// The state value in the address that was opened last.

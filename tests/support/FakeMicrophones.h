@@ -92,7 +92,10 @@ private:
             else
                 write(m_microphones.contentBytes);
         }
-        float averagePower(int) const override { return m_microphones.power; }
+        float averagePower(int) const override
+        {
+            return m_microphones.isMetering ? m_microphones.power : -160.0F;
+        }
 
     private:
         void write(qint64 size)

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <thread>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -59,6 +61,7 @@ bool KeptSound::isWithoutHoles() const
 
 void KeptCapture::didCapture(const AudioBuffer &buffer)
 {
+    std::this_thread::sleep_for(std::exchange(stall, std::chrono::seconds(0)));
     if (!m_hasBegun)
         sound.begin(buffer.presentationTime);
     m_hasBegun = true;

@@ -48,6 +48,7 @@ public:
     QStringList stopReasons() const;
 
     KeptSound sound;
+    std::chrono::seconds stall{0}; ///< once, as by a disk that does not answer
 
 private:
     mutable QMutex m_mutex;

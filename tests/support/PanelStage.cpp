@@ -9,7 +9,6 @@ using namespace Qt::StringLiterals;
 PanelStage::PanelStage(const QList<RecentSession> &entries, bool isSignedIn,
                        std::chrono::milliseconds second)
 {
-    prefs.setSaveLocation(rig.home.path());
     RecentsFile file(rig.clock);
     if (!file.save(rig.home.path(), entries))
         qFatal("cannot write the list");
@@ -44,18 +43,6 @@ PanelStage::~PanelStage()
         qFatal("an upload does not end");
     rig.script.releaseAll();
     QCoro::waitFor(app->finishForQuit());
-}
-
-RecentSession PanelStage::entry(const QString &title)
-{
-    RecentSession entry;
-    entry.title = title;
-    entry.duration = u"1m"_s;
-    entry.durationSeconds = 75;
-    entry.when = u"刚刚"_s;
-    entry.startedAt = FakeClock().wall.toUTC();
-    entry.fileURL = QUrl::fromLocalFile(u"/rec/%1.m4a"_s.arg(title));
-    return entry;
 }
 
 RecentSession PanelStage::uploaded(const QString &title)

@@ -1,11 +1,8 @@
 #pragma once
 
 #include "core/AppState.h"
-#include "settings/PrefsStore.h"
-#include "tests/support/AudioRig.h"
+#include "tests/support/AppRig.h"
 #include "tests/support/AuthDesktop.h"
-#include "tests/support/FakeDefaults.h"
-#include "tests/support/FakeLoginItem.h"
 #include "ui/PopoverView.h"
 
 #include <QTest>
@@ -16,7 +13,7 @@
 /// The panel, shown, over real state objects; what they stand on is scripted. The service is not
 /// there unless desktop.http has an answer, and what is asked of it at launch is over. A counted
 /// second takes a minute, so that only a test that says otherwise sees the timer move.
-class PanelStage
+class PanelStage : public AppRig
 {
 public:
     explicit PanelStage(const QList<RecentSession> &entries = {}, bool isSignedIn = true,
@@ -24,8 +21,6 @@ public:
     ~PanelStage();
     Q_DISABLE_COPY_MOVE(PanelStage)
 
-    /// An entry that the service does not hold, with a file that need not exist.
-    static RecentSession entry(const QString &title);
     static RecentSession uploaded(const QString &title);
     static RecentSession failed(const QString &title, const std::optional<QString> &reason);
 
@@ -50,10 +45,6 @@ public:
     /// Toggles, and waits until the recorder is in \p state.
     void record(RecordingState state) const;
 
-    AudioRig rig;
-    FakeDefaults defaults;
-    FakeLoginItem loginItem;
-    PrefsStore prefs{defaults, loginItem, rig.home.path()};
     AuthDesktop desktop;
     std::unique_ptr<AppState> app;
     AuthClient *auth = nullptr;

@@ -30,13 +30,3 @@ bool isAlike(const QColor &one, const QColor &other)
     return std::abs(one.red() - other.red()) <= 3 && std::abs(one.green() - other.green()) <= 3 &&
            std::abs(one.blue() - other.blue()) <= 3;
 }
-
-double heightAt(const QImage &picture, int x)
-{
-    const auto above = [&](int y) { return picture.pixelColor(x, y).red() - MS::bg2.red(); };
-    const double whole = above(picture.height() / 2);
-    double sum = 0;
-    for (int y = 0; y < picture.height(); ++y)
-        sum += above(y) / whole;
-    return sum;
-}

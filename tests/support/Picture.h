@@ -13,6 +13,3 @@ QColor onGround(const QColor &color, double opacity = 1);
 
 /// Alike but for rounding.
 bool isAlike(const QColor &one, const QColor &other);
-
-/// How many pixels of column \p x the colour at its middle covers: parts of pixels count as such.
-double heightAt(const QImage &picture, int x);

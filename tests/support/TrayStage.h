@@ -2,15 +2,13 @@
 
 #include "cloud/AuthClient.h"
 #include "core/AppState.h"
-#include "settings/PrefsStore.h"
-#include "tests/support/AudioRig.h"
-#include "tests/support/FakeDefaults.h"
+#include "tests/support/AppRig.h"
 #include "tests/support/FakeHttpSession.h"
-#include "tests/support/FakeLoginItem.h"
 #include "tests/support/FakeSecretStore.h"
 #include "tests/support/FakeWorkspace.h"
 #include "ui/StatusBarController.h"
 
+#include <QApplication>
 #include <QSystemTrayIcon>
 #include <QTest>
 
@@ -19,14 +17,13 @@
 
 /// The tray icon with its menu and its popover over a scripted machine and a web service that is
 /// not there.
-class TrayStage
+class TrayStage : public AppRig
 {
 public:
     /// Starts with this list; \p second is what the counter of elapsed seconds takes for one.
     explicit TrayStage(const QList<RecentSession> &entries = {},
                        std::chrono::milliseconds second = std::chrono::milliseconds(1))
     {
-        prefs.setSaveLocation(rig.home.path());
         if (!RecentsFile(rig.clock).save(rig.home.path(), entries))
             qFatal("cannot write the list");
         app.emplace(rig.platform(), MediaUploader(origin, http), prefs, second);
@@ -52,24 +49,35 @@ public:
     QMenu &menu() const { return *icon().contextMenu(); }
     QMenu &recentsMenu() const { return *menu().findChild<QMenu *>(QStringLiteral("recentsMenu")); }
 
+    /// The item whose text begins so.
+    static QAction *item(const QMenu &menu, const QString &text)
+    {
+        for (QAction *const action : menu.actions()) {
+            if (action->text().startsWith(text))
+                return action;
+        }
+        qFatal("the menu has no such item");
+    }
+
+    /// The window that a click on the icon opens.
+    static QWidget &popover()
+    {
+        for (QWidget *const window : QApplication::topLevelWidgets()) {
+            if (window->objectName() == QLatin1String("popover"))
+                return *window;
+        }
+        qFatal("there is no popover");
+    }
+
     /// An entry of the list; \p meeting is empty for one that is not uploaded.
     static RecentSession entry(const QString &title, const QString &meeting = {})
     {
-        RecentSession entry;
-        entry.title = title;
-        entry.duration = QStringLiteral("12m");
-        entry.durationSeconds = 720;
-        entry.when = QStringLiteral("刚刚");
-        entry.startedAt = QDateTime(QDate(2025, 3, 7), QTime(13, 0));
+        RecentSession entry = AppRig::entry(title);
         if (!meeting.isEmpty())
             entry.remoteID = meeting;
         return entry;
     }
 
-    AudioRig rig;
-    FakeDefaults defaults;
-    FakeLoginItem loginItem;
-    PrefsStore prefs{defaults, loginItem, rig.home.path()};
     FakeHttpSession http{rig.script};
     FakeSecretStore secrets;
     FakeWorkspace workspace;

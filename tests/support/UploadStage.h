@@ -4,10 +4,7 @@
 #include "core/AppState.h"
 #include "core/RecentsCoding.h"
 #include "platform/linux/network/CurlHttpSession.h"
-#include "settings/PrefsStore.h"
-#include "tests/support/AudioRig.h"
-#include "tests/support/FakeDefaults.h"
-#include "tests/support/FakeLoginItem.h"
+#include "tests/support/AppRig.h"
 #include "tests/support/FakeSecretStore.h"
 #include "tests/support/FakeWorkspace.h"
 #include "tests/support/GatedHttpSession.h"
@@ -39,12 +36,11 @@ inline const QStringList wholeChain{QStringLiteral("reconcile 1"), QStringLitera
 
 /// The application's state, signed in, with a web service at the other end of a loopback socket.
 /// Where a helper waits in vain the test ends at once.
-class UploadStage
+class UploadStage : public AppRig
 {
 public:
     UploadStage()
     {
-        prefs.setSaveLocation(rig.home.path());
         serve();
         token = service->store().signIn(QStringLiteral("a@example.com"));
         origin = service->origin();
@@ -66,12 +62,7 @@ public:
         const QByteArray content = name.toUtf8().repeated(sizeBytes / name.size());
         if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
             qFatal("cannot write into the test's folder");
-        RecentSession entry;
-        entry.title = QStringLiteral("周会 ") + name;
-        entry.duration = QStringLiteral("1m");
-        entry.durationSeconds = 75;
-        entry.when = QStringLiteral("刚刚");
-        entry.startedAt = rig.clock.wall.toUTC();
+        RecentSession entry = AppRig::entry(QStringLiteral("周会 ") + name);
         entry.fileURL = QUrl::fromLocalFile(file.fileName());
         entry.clientRecordingId = QStringLiteral("mac-file-") + name;
         return entry;
@@ -122,6 +113,14 @@ public:
     void waitAt(const QString &step)
     {
         waitUntil([&] { return script.isWaitingAt(step); });
+    }
+
+    /// Starts the upload of the first entry, which stays at \p step.
+    void uploadUpTo(const QString &step)
+    {
+        script.holdAt(step);
+        app->startUpload(id());
+        waitAt(step);
     }
 
     void waitUntilIdle() const
@@ -180,10 +179,6 @@ public:
                                                                    : QByteArray();
     }
 
-    AudioRig rig;
-    FakeDefaults defaults;
-    FakeLoginItem loginItem;
-    PrefsStore prefs{defaults, loginItem, rig.home.path()};
     QTemporaryDir serviceFolder;
     std::unique_ptr<LocalService> service;
     QString origin;

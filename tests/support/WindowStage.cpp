@@ -117,9 +117,13 @@ void WindowStage::setPermissions(const QString &mic, const QString &screen)
     desktop.workspace.settingsPages.clear();
 }
 
-void WindowStage::returnFromBrowser(const QString &email) const
+QStringList WindowStage::outside() const
 {
-    const QString address = u"parlovance://auth?token=t1&state="_s + desktop.openedState();
-    const QString encoded = QString::fromLatin1(QUrl::toPercentEncoding(email));
-    auth->handleCallback(email.isEmpty() ? address : address + u"&email="_s + encoded);
+    QStringList names;
+    for (const QWidget *const widget : m_window->findChildren<QWidget *>()) {
+        const QRect where(widget->mapTo(m_window, QPoint()), widget->size());
+        if (widget->isVisible() && !m_window->rect().contains(where))
+            names.append(widget->objectName());
+    }
+    return names;
 }

@@ -65,8 +65,8 @@ public:
     /// was asked for.
     void setPermissions(const QString &mic, const QString &screen);
 
-    /// The page that was opened last returns with this address; none: without.
-    void returnFromBrowser(const QString &email) const;
+    /// The names of the controls that are not wholly within the window.
+    QStringList outside() const;
 
     QTemporaryDir home;
     FakeDefaults defaults;
