@@ -97,5 +97,7 @@ int main(int argc, char **argv)
     delegate.open(addresses);
     if (parser.isSet(relaunched)) // the user waits for it
         delegate.activate();
-    return QApplication::exec();
+    const int code = QApplication::exec();
+    QThreadPool::globalInstance()->waitForDone(); // what it does may still use the platform
+    return code;
 }
