@@ -160,6 +160,7 @@ private:
     QString m_sessionTitle;
     std::optional<SessionTag> m_selectedTag;
     std::optional<QString> m_lastError;
+    QString m_interruption; ///< what m_lastError says of a microphone that is away
     QList<RecentSession> m_recents;
     RecentsFile m_recentsFile;
     AudioRecorder m_recorder;

@@ -228,9 +228,12 @@ void AppState::handleMicEvent(const MicrophoneEvent &event)
         return;
     switch (event.kind) {
     case MicrophoneEvent::Kind::interrupted:
+        m_interruption = event.text;
         setLastError(event.text);
         return;
     case MicrophoneEvent::Kind::resumed:
+        if (m_lastError == m_interruption)
+            clearLastError();
         return;
     case MicrophoneEvent::Kind::ended:
         if (m_recorder.recordsSystemAudio())

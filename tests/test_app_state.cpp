@@ -483,7 +483,11 @@ private Q_SLOTS:
             !systemAudioOn); // for the next recording; this one has what it has
         const MicrophoneEvent event{.kind = static_cast<MicrophoneEvent::Kind>(kind),
                                     .text = message};
-        stage.afterTick(12, [&] { stage.rig.microphones.handler(event); });
+        stage.afterTick(12, [&] {
+            if (event.kind == MicrophoneEvent::Kind::resumed)
+                stage.rig.microphones.handler({MicrophoneEvent::Kind::interrupted, u"away"_s});
+            stage.rig.microphones.handler(event);
+        });
         QTRY_COMPARE(stage.app->lastError().value_or(QString()), message);
         QTRY_COMPARE(stage.app->state(), goesOn ? State::recording : State::idle);
         QCOMPARE(stage.app->recents().size(), goesOn ? 0 : 1);
