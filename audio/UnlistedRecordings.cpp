@@ -96,10 +96,12 @@ recoverRecording(AudioAssets &assets, UnlistedRecording recording, std::stop_tok
                 co_return std::nullopt;
         }
     }
+    bool hasAnything = false; // a recording that had just begun has not
     for (const QUrl &file : candidates) {
         const bool hasContent = co_await fileHasContent(file);
         if (!hasContent)
             continue;
+        hasAnything = true;
         const auto duration = co_await assets.durationSeconds(file.toLocalFile());
         if (!duration)
             continue;
@@ -107,6 +109,7 @@ recoverRecording(AudioAssets &assets, UnlistedRecording recording, std::stop_tok
         co_return RecoveredRecording{
             .file = file, .startedAt = recordingStart(file), .durationSeconds = *duration};
     }
-    logger.error(u"recovering %1 failed: it cannot be read"_s.arg(files.mix.fileName()));
+    if (hasAnything)
+        logger.error(u"recovering %1 failed: it cannot be read"_s.arg(files.mix.fileName()));
     co_return std::nullopt;
 }
