@@ -272,16 +272,17 @@ private Q_SLOTS:
 
     void onlyAbandonedPartsAreRemoved()
     {
-        const QString used = partPath(m_folder->filePath(u"used.m4a"_s));
+        const QString used = partPath(m_folder->filePath(u"recording-2.m4a"_s));
         const auto muxer = M4aMuxer::create(used, encodeSound(mono, {}).format);
         QVERIFY(muxer);
-        const QStringList others{u".a.m4a"_s, u".notes.part"_s, u"b.m4a"_s, u"c.m4a.part"_s};
-        for (const QString &name : others + QStringList{u".left behind.m4a.part"_s}) {
+        const QStringList others{u".recording-3.m4a"_s, u".recording-3.part"_s,
+                                 u".notes.m4a.part"_s, u"recording-3.m4a.part"_s};
+        for (const QString &name : others + QStringList{u".recording-1.m4a.part"_s}) {
             QFile file(m_folder->filePath(name));
             QVERIFY(file.open(QIODevice::WriteOnly));
         }
         removeAbandonedParts(m_folder->path());
-        QStringList expected = others + QStringList{u".used.m4a.part"_s};
+        QStringList expected = others + QStringList{u".recording-2.m4a.part"_s};
         expected.sort();
         QStringList left = QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden);
         left.sort();

@@ -42,7 +42,7 @@ void removeAbandonedParts(const QString &folder)
 {
     const QDir directory(folder);
     const QDir::Filters plainFiles = QDir::Files | QDir::Hidden | QDir::NoSymLinks;
-    for (const QString &name : directory.entryList({u".*.m4a.part"_s}, plainFiles)) {
+    for (const QString &name : directory.entryList({u".recording-*.m4a.part"_s}, plainFiles)) {
         if (const QString path = directory.filePath(name); isAbandoned(path))
             QFile::remove(path);
     }

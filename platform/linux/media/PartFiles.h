@@ -21,5 +21,5 @@ std::expected<void, Error> publishPart(const QString &target);
 /// opened.
 bool isAbandoned(const QString &path);
 
-/// Removes the part files in \p folder that nobody is writing.
+/// Removes the part files of recordings in \p folder that nobody is writing.
 void removeAbandonedParts(const QString &folder);
