@@ -505,13 +505,16 @@ void TestTrackCrash::tornTracksAreRecovered_data()
     QTest::addColumn<double>("mic");
     QTest::addColumn<QString>("listed");
     QTest::addColumn<double>("seconds");
+    QTest::addColumn<bool>("keepsLength");
     const QString mix = u".m4a"_s;
-    QTest::addRow("neither") << 1.0 << 1.0 << mix << 10.0;
-    QTest::addRow("both") << 0.95 << 0.95 << mix << 9.5;
-    QTest::addRow("system") << 0.5 << 1.0 << mix << 10.0;
-    QTest::addRow("microphone") << 1.0 << 0.5 << mix << 10.0;
-    QTest::addRow("nothing whole of the system") << 0.05 << 0.5 << u".mic.m4a"_s << 5.0;
-    QTest::addRow("nothing whole of the microphone") << 0.5 << 0.05 << u".system.m4a"_s << 5.0;
+    QTest::addRow("neither") << 1.0 << 1.0 << mix << 10.0 << false;
+    QTest::addRow("both, zeros behind") << 0.53 << 0.57 << mix << 5.7 << true;
+    QTest::addRow("both") << 0.95 << 0.95 << mix << 9.5 << false;
+    QTest::addRow("system") << 0.5 << 1.0 << mix << 10.0 << false;
+    QTest::addRow("microphone") << 1.0 << 0.5 << mix << 10.0 << false;
+    QTest::addRow("nothing whole of the system") << 0.05 << 0.5 << u".mic.m4a"_s << 5.0 << false;
+    QTest::addRow("nothing whole of the microphone")
+        << 0.5 << 0.05 << u".system.m4a"_s << 5.0 << false;
 }
 
 /// As the power cut leaves them.
@@ -520,11 +523,13 @@ void TestTrackCrash::tornTracksAreRecovered()
     QFETCH(const double, system);
     QFETCH(const double, mic);
     QFETCH(const double, seconds);
+    QFETCH(const bool, keepsLength);
     record(480000);
     const QByteArray whole = contentOf(path());
     QVERIFY(QFile::remove(path()));
     const auto part = [&](double left) {
-        return whole.first(qsizetype(left * double(whole.size())));
+        const QByteArray start = whole.first(qsizetype(left * double(whole.size())));
+        return keepsLength ? start.leftJustified(whole.size(), '\0') : start;
     };
     put(track(u".system.m4a"_s), part(system));
     put(track(u".mic.m4a"_s), part(mic));

@@ -44,6 +44,11 @@ void parseElementaryStream(std::span<const std::byte> stream, AacFormat &format)
 }
 } // namespace
 
+bool isFragmentDataWhole(std::span<const std::byte> data)
+{
+    return !data.empty() && data.back() != std::byte{0};
+}
+
 std::expected<FragmentReader, Error> FragmentReader::open(const QString &path)
 {
     auto file = OutputFile::open(path);
@@ -180,14 +185,7 @@ bool FragmentReader::splitData()
     BoxReader reader(m_data);
     for (const quint32 size : m_sizes)
         m_packets.push_back(reader.bytes(size));
-    return reader.isGood() && reader.rest().empty() && isDataWhole();
-}
-
-/// A machine that was switched off may leave zeros where the data had not reached the disk yet,
-/// while a packet ends with three set bits and at most seven clear ones (ISO/IEC 14496-3, 4.4.2.1).
-bool FragmentReader::isDataWhole() const
-{
-    return !m_data.empty() && m_data.back() != std::byte{0};
+    return reader.isGood() && reader.rest().empty() && isFragmentDataWhole(m_data);
 }
 
 qint64 FragmentReader::frameCount() const

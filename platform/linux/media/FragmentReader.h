@@ -11,6 +11,11 @@
 #include <string_view>
 #include <vector>
 
+/// Whether \p data, the packets of a fragment, have reached the disk to their end: a machine that
+/// was switched off may leave zeros, while a packet ends with three set bits and at most seven
+/// clear ones (ISO/IEC 14496-3, 4.4.2.1).
+bool isFragmentDataWhole(std::span<const std::byte> data);
+
 /// Reads what FragmentWriter wrote, fragment by fragment, also where the writer was killed: it ends
 /// with the last complete fragment. Memory: one fragment. Used by one thread at a time.
 class FragmentReader
@@ -44,7 +49,6 @@ private:
     bool parseFragment();
     bool parseRun(std::span<const std::byte> run);
     bool splitData();
-    bool isDataWhole() const;
 
     OutputFile m_file;
     AacFormat m_format;

@@ -2,6 +2,7 @@
 
 #include "platform/linux/media/AacPacket.h"
 #include "platform/linux/media/BoxReader.h"
+#include "platform/linux/media/FragmentReader.h"
 
 #include <QFile>
 
@@ -38,14 +39,15 @@ qint64 runDuration(Bytes run)
 }
 
 /// Where the fragment that \p bytes begin with ends, with the encoder's delay; none: they do not
-/// begin with a whole one.
+/// begin with a whole one, as FragmentReader has it.
 std::optional<qint64> fragmentEnd(Bytes bytes)
 {
     const auto index = findBox(bytes, "moof");
     const auto track = index ? findBox(*index, "traf") : std::nullopt;
     const auto start = track ? findBox(*track, "tfdt") : std::nullopt;
     const auto run = track ? findBox(*track, "trun") : std::nullopt;
-    if (!start || !run || !findBox(bytes, "mdat"))
+    const auto data = findBox(bytes, "mdat");
+    if (!start || !run || !data || !isFragmentDataWhole(*data))
         return std::nullopt;
     BoxReader time(*start);
     time.skip(fullBoxHeader);
