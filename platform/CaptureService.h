@@ -13,7 +13,6 @@
 /// One output of the machine whose sound can be captured.
 struct CaptureTarget {
     quint32 id = 0;
-    QString name;
 };
 
 /// What a capture delivers.
@@ -60,7 +59,7 @@ class CaptureService
 public:
     virtual ~CaptureService() = default;
 
-    /// The outputs that can be captured, the default one first. Fails where access is refused or
+    /// The outputs that can be captured. Fails where access is refused or
     /// the sound server cannot be reached.
     virtual QCoro::Task<std::expected<QList<CaptureTarget>, Error>> targets() = 0;
 

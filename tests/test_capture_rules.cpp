@@ -18,17 +18,16 @@ namespace
 {
 constexpr quint32 us = 50;
 
-/// The speakers (31, 30; the second is the default), a microphone (40), a player (45), our stream.
+/// The speakers (30, 31), a microphone (40), a player (45), our stream.
 AudioGraph desktop()
 {
     AudioGraph graph;
-    graph.addNode(30, {u"Audio/Sink"_s, u"speaker"_s, u"Speakers"_s});
-    graph.addNode(31, {u"Audio/Sink"_s, u"hdmi"_s, {}});
-    graph.addNode(40, {u"Audio/Source/Virtual"_s, u"mic"_s, u"Microphone"_s});
-    graph.addNode(45, {u"Stream/Output/Audio"_s, u"player"_s, {}});
-    graph.addNode(us, {u"Stream/Input/Audio"_s, u"recorder"_s, {}});
+    graph.addNode(30, u"Audio/Sink"_s);
+    graph.addNode(31, u"Audio/Sink"_s);
+    graph.addNode(40, u"Audio/Source/Virtual"_s);
+    graph.addNode(45, u"Stream/Output/Audio"_s);
+    graph.addNode(us, u"Stream/Input/Audio"_s);
     graph.addLink(60, {45, 30});
-    graph.setDefaultSink(u"hdmi"_s);
     return graph;
 }
 
@@ -51,20 +50,14 @@ class TestCaptureRules : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void namesOutputsDefaultFirst()
+    void findsOutputs()
     {
         AudioGraph graph = desktop();
-        const auto names = [&graph] {
-            QStringList found;
-            for (const CaptureTarget &target : graph.sinks())
-                found.append(target.name);
-            return found;
-        };
-        QCOMPARE(names(), (QStringList{u"hdmi"_s, u"Speakers"_s}));
+        QCOMPARE(graph.sinks().size(), 2);
         graph.remove(31);
-        QCOMPARE(names(), QStringList{u"Speakers"_s});
-        graph.addNode(33, {u"Audio/Duplex"_s, u"headset"_s, u"Headset"_s});
-        QCOMPARE(names(), (QStringList{u"Speakers"_s, u"Headset"_s}));
+        QCOMPARE(graph.sinks().size(), 1);
+        graph.addNode(33, u"Audio/Duplex"_s);
+        QCOMPARE(graph.sinks().size(), 2);
     }
 
     void tellsAMicrophoneFromTheSpeakers()

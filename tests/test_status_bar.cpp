@@ -281,7 +281,7 @@ private Q_SLOTS:
         QCOMPARE(stage.icon().toolTip(), u"Parlovance"_s);
         const auto told = stage.app->handleSystemAudioError(u""_s);
         stage.rig.script.succeedAt(u"capture targets"_s);
-        stage.rig.capture.outputs = {CaptureTarget{.id = 7, .name = u"speaker"_s}};
+        stage.rig.capture.outputs = {CaptureTarget{.id = 7}};
         stage.app->toggleRecording();
         stage.waitFor(RecordingState::recording);
         const auto stopped = stage.app->handleSystemAudioError(u"<img src=x>\n第二行"_s);

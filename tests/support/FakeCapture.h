@@ -30,7 +30,7 @@ public:
         return std::make_unique<Stream>(*this);
     }
 
-    QList<CaptureTarget> outputs{CaptureTarget{.id = 7, .name = QStringLiteral("speaker")}};
+    QList<CaptureTarget> outputs{CaptureTarget{.id = 7}};
     CaptureTarget lastTarget;
     CaptureFormat lastFormat;
     QString lastQueueName;

@@ -6,14 +6,14 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-bool isSink(const AudioGraph::Node &node)
+bool isSink(const QString &mediaClass)
 {
-    return node.mediaClass == u"Audio/Sink"_s || node.mediaClass == u"Audio/Duplex"_s;
+    return mediaClass == u"Audio/Sink"_s || mediaClass == u"Audio/Duplex"_s;
 }
 
-bool isMicrophone(const AudioGraph::Node &node)
+bool isMicrophone(const QString &mediaClass)
 {
-    return node.mediaClass.startsWith(u"Audio/Source"_s) || node.mediaClass == u"Audio/Duplex"_s;
+    return mediaClass.startsWith(u"Audio/Source"_s) || mediaClass == u"Audio/Duplex"_s;
 }
 } // namespace
 
@@ -25,19 +25,10 @@ void AudioGraph::remove(quint32 id)
 
 QList<CaptureTarget> AudioGraph::sinks() const
 {
-    QList<quint32> ids;
+    QList<CaptureTarget> targets;
     for (auto node = m_nodes.begin(); node != m_nodes.end(); ++node) {
         if (isSink(*node))
-            ids.append(node.key());
-    }
-    std::ranges::sort(ids, {}, [this](quint32 id) {
-        return std::pair(m_nodes.value(id).name != m_defaultSink, id);
-    });
-    QList<CaptureTarget> targets;
-    for (const quint32 id : ids) {
-        const Node node = m_nodes.value(id);
-        targets.append(
-            CaptureTarget{id, node.description.isEmpty() ? node.name : node.description});
+            targets.append(CaptureTarget{node.key()});
     }
     return targets;
 }

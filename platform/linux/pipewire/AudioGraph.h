@@ -13,28 +13,23 @@ enum class Feed {
     other, ///< above all an output's monitor: what the machine plays
 };
 
-/// The devices of the sound server, the links between its nodes, and the default devices.
+/// The nodes of the sound server, its devices among them, and the links between them.
 ///
 /// A plain value; a copy stays what it was.
 class AudioGraph
 {
 public:
-    struct Node {
-        QString mediaClass; ///< for example Audio/Sink
-        QString name;       ///< the one that the defaults refer to
-        QString description;
-    };
     struct Link {
         quint32 outputNode = 0;
         quint32 inputNode = 0;
     };
 
-    void addNode(quint32 id, const Node &node) { m_nodes.insert(id, node); }
+    /// \p mediaClass is, for example, Audio/Sink.
+    void addNode(quint32 id, const QString &mediaClass) { m_nodes.insert(id, mediaClass); }
     void addLink(quint32 id, Link link) { m_links.insert(id, link); }
     void remove(quint32 id);
-    void setDefaultSink(const QString &name) { m_defaultSink = name; }
 
-    /// What can be captured, the default first and then in the order of their numbers.
+    /// What can be captured.
     QList<CaptureTarget> sinks() const;
 
     bool hasMicrophone() const;
@@ -43,7 +38,6 @@ public:
     Feed feedOf(quint32 id) const;
 
 private:
-    QHash<quint32, Node> m_nodes;
+    QHash<quint32, QString> m_nodes; ///< their media classes
     QHash<quint32, Link> m_links;
-    QString m_defaultSink;
 };

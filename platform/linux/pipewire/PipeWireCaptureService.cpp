@@ -30,7 +30,7 @@ QCoro::Task<std::expected<QList<CaptureTarget>, Error>> PipeWireCaptureService::
 std::unique_ptr<CaptureStream> PipeWireCaptureService::makeStream(const CaptureTarget &,
                                                                   const CaptureFormat &format)
 {
-    // Not tied to the target: the session manager links the stream to the default output, which is
-    // the first target, and goes on doing so when the default changes.
+    // Not tied to the target: the session manager links the stream to the default output, and goes
+    // on doing so when the default changes.
     return std::make_unique<PipeWireCaptureStream>(m_server, m_origin, format);
 }

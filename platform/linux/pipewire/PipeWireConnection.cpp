@@ -1,9 +1,5 @@
 #include "platform/linux/pipewire/PipeWireConnection.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
-
-#include <pipewire/extensions/metadata.h>
 #include <spa/utils/result.h>
 
 #include <cerrno>
@@ -19,13 +15,6 @@ constexpr auto answerLimit = 4s;
 QString property(const spa_dict *properties, const char *key)
 {
     return QString::fromUtf8(properties != nullptr ? spa_dict_lookup(properties, key) : nullptr);
-}
-
-/// The name in a default device's entry, such as {"name": "speaker"}.
-QString deviceName(const char *json)
-{
-    const QJsonObject entry = QJsonDocument::fromJson(QByteArray(json)).object();
-    return entry.value(u"name"_s).toString();
 }
 
 ConnectionFailure noConnection(int code)
@@ -65,16 +54,6 @@ struct PipeWireConnection::Events {
         self(data).changeGraph([id](AudioGraph &graph) { graph.remove(id); });
     }
 
-    static int defaultChanged(void *data, uint32_t, const char *key, const char *,
-                              const char *value)
-    {
-        if (key == nullptr || std::string_view(key) == "default.audio.sink") {
-            const QString name = key != nullptr ? deviceName(value) : QString();
-            self(data).changeGraph([&name](AudioGraph &graph) { graph.setDefaultSink(name); });
-        }
-        return 0;
-    }
-
     static const pw_core_events &core()
     {
         static const pw_core_events events = [] {
@@ -98,17 +77,6 @@ struct PipeWireConnection::Events {
         }();
         return events;
     }
-
-    static const pw_metadata_events &defaults()
-    {
-        static const pw_metadata_events events = [] {
-            pw_metadata_events made{};
-            made.version = PW_VERSION_METADATA_EVENTS;
-            made.property = defaultChanged;
-            return made;
-        }();
-        return events;
-    }
 };
 
 std::expected<std::shared_ptr<PipeWireConnection>, ConnectionFailure> PipeWireConnection::open()
@@ -120,12 +88,10 @@ std::expected<std::shared_ptr<PipeWireConnection>, ConnectionFailure> PipeWireCo
     if (const auto connected = connection->connect(); !connected)
         return std::unexpected(connected.error());
 
-    // The first answer comes after all globals, the second after the defaults bound meanwhile.
-    for (int trip = 0; trip < 2; ++trip) {
-        if (!connection->roundTrip(answerLimit)) {
-            return std::unexpected(connection->failure().value_or(
-                ConnectionFailure{false, Error(u"声音服务没有响应"_s)}));
-        }
+    // The answer comes after all globals.
+    if (!connection->roundTrip(answerLimit)) {
+        return std::unexpected(
+            connection->failure().value_or(ConnectionFailure{false, Error(u"声音服务没有响应"_s)}));
     }
     return connection;
 }
@@ -222,31 +188,12 @@ void PipeWireConnection::addGlobal(quint32 id, const char *type, const spa_dict 
 {
     const std::string_view interface(type);
     if (interface == PW_TYPE_INTERFACE_Node) {
-        const AudioGraph::Node node{property(properties, PW_KEY_MEDIA_CLASS),
-                                    property(properties, PW_KEY_NODE_NAME),
-                                    property(properties, PW_KEY_NODE_DESCRIPTION)};
-        changeGraph([&](AudioGraph &graph) { graph.addNode(id, node); });
+        const QString mediaClass = property(properties, PW_KEY_MEDIA_CLASS);
+        changeGraph([&](AudioGraph &graph) { graph.addNode(id, mediaClass); });
     } else if (interface == PW_TYPE_INTERFACE_Link) {
         const AudioGraph::Link link{property(properties, PW_KEY_LINK_OUTPUT_NODE).toUInt(),
                                     property(properties, PW_KEY_LINK_INPUT_NODE).toUInt()};
         changeGraph([&](AudioGraph &graph) { graph.addLink(id, link); });
-    } else if (interface == PW_TYPE_INTERFACE_Metadata &&
-               property(properties, PW_KEY_METADATA_NAME) == u"default"_s) {
-        watchDefaults(id);
-    }
-}
-
-void PipeWireConnection::watchDefaults(quint32 id)
-{
-    if (m_defaults)
-        spa_hook_remove(&m_defaultsHook);
-    auto *registry = reinterpret_cast<pw_registry *>(m_registry.get());
-    void *metadata =
-        pw_registry_bind(registry, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0);
-    m_defaults.reset(static_cast<pw_proxy *>(metadata));
-    if (m_defaults) {
-        pw_metadata_add_listener(static_cast<pw_metadata *>(metadata), &m_defaultsHook,
-                                 &Events::defaults(), this);
     }
 }
 

@@ -58,17 +58,14 @@ private:
     std::expected<void, ConnectionFailure> connect();
     void changeGraph(const std::function<void(AudioGraph &)> &change);
     void addGlobal(quint32 id, const char *type, const spa_dict *properties);
-    void watchDefaults(quint32 id);
     void fail(int code, const char *message);
 
     PipeWireLoop m_loop;
     PipeWireContext m_context;
     PipeWireCore m_core;
     PipeWireProxy m_registry;
-    PipeWireProxy m_defaults;
     spa_hook m_coreHook{};
     spa_hook m_registryHook{};
-    spa_hook m_defaultsHook{};
     int m_answered = -1; ///< number of the last answer to a round trip; under the loop's lock
 
     mutable std::mutex m_mutex; ///< guards what follows
