@@ -431,6 +431,10 @@ void TestTrackCrash::fileTakenAway_data()
     // What was removed takes up its room for as long as it is open.
     QTest::addRow("no room for another")
         << u"rm tracks/track.m4a"_s << QByteArray("size=60k") << u"磁盘空间不足"_s;
+    QTest::addRow("no room beside what came back")
+        << u"cp tracks/track.m4a earlier; rm tracks/track.m4a; cp earlier tracks/track.m4a;"
+           " cat /dev/zero > tracks/rest; true"_s
+        << QByteArray("size=400k") << u"磁盘空间不足"_s;
 }
 
 void TestTrackCrash::fileTakenAway()
@@ -461,6 +465,7 @@ void TestTrackCrash::fileTakenAway()
     QCOMPARE(writer.failure().value_or(Error({})).description(), failure);
     if (!QFileInfo(QString::fromLocal8Bit(folder)).isDir())
         return;
+    QVERIFY(!QFileInfo::exists(partPath(path())));
     // Whole, or as much as there was room for.
     const auto decoded = decodeFile(path());
     QVERIFY(decoded);

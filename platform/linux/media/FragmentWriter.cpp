@@ -3,8 +3,10 @@
 #include "platform/linux/media/BoxReader.h"
 #include "platform/linux/media/FragmentBoxes.h"
 #include "platform/linux/media/MovieBoxes.h"
+#include "platform/linux/media/PartFiles.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
@@ -115,12 +117,21 @@ std::expected<void, Error> FragmentWriter::restoreWhenRemoved()
     if (m_file.isAt(m_path))
         return {};
     QDir().mkpath(QFileInfo(m_path).path());
-    auto file = OutputFile::create(m_path);
+    const QString part = partPath(m_path);
+    auto file = OutputFile::create(part);
     if (!file)
         return keep(std::unexpected(file.error()));
     const auto copied = file->copyFrom(m_file, m_end);
-    if (!copied) // as much of it as there is room for
+    if (!copied) { // as much of it as there is room for
         (void)file->truncate(fragmentEndBefore(file->size().value_or(0)));
+        // On a volume that is back the earlier part may stand there, and may be more.
+        if (QFileInfo::exists(m_path)) {
+            QFile::remove(part);
+            return keep(copied);
+        }
+    }
+    if (const auto published = publishPart(m_path); !published)
+        return keep(published);
     m_file = *std::move(file);
     return keep(copied);
 }
