@@ -8,6 +8,7 @@
 #include <QCoroSignal>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QPointer>
 
 #include <algorithm>
@@ -35,6 +36,16 @@ RecentSession untitledEntry(const QUrl &file, double seconds, const QDateTime &s
 QString cleanPath(const QUrl &file)
 {
     return QDir::cleanPath(file.toLocalFile());
+}
+
+/// Those of the listed files that are not the folder to record into.
+QStringList otherFolders(const RecordingSettings &settings)
+{
+    QSet<QString> folders;
+    for (const QString &path : settings.listedFiles)
+        folders.insert(QFileInfo(path).path());
+    folders.remove(cleanPath(settings.saveDirectory));
+    return folders.values();
 }
 
 /// Whether the entry was made when the list had to be rebuilt from the files, by whatever start:
@@ -171,8 +182,17 @@ QCoro::Task<> AppState::recoverRecordings()
     const std::stop_token stop = m_recoveryStop.get_token();
     m_isRecovering = true;
     auto settings = recoverySettings();
+    const QStringList earlierFolders = otherFolders(settings);
     const QDateTime listSavedAt = m_recentsFile.savedAt();
-    const auto unlisted = co_await m_recorder.unlistedRecordings(std::move(settings), listSavedAt);
+    auto unlisted = co_await m_recorder.unlistedRecordings(settings, listSavedAt);
+    // The save folder may have been changed during the recording.
+    const QDateTime neverSaved;
+    for (const QString &folder : earlierFolders) {
+        if (!self || stop.stop_requested())
+            break;
+        settings.saveDirectory = QUrl::fromLocalFile(folder);
+        unlisted += co_await m_recorder.unlistedRecordings(settings, neverSaved);
+    }
     for (const UnlistedRecording &recording : unlisted) {
         if (!self || stop.stop_requested())
             break;

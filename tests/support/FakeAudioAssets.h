@@ -3,6 +3,7 @@
 #include "platform/AudioAssets.h"
 #include "tests/support/Script.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -61,10 +62,13 @@ public:
         co_return Finished();
     }
 
-    QCoro::Task<QStringList> abandonedTracks(QString, QStringList) override
+    QCoro::Task<QStringList> abandonedTracks(QString folder, QStringList) override
     {
         co_await m_script.reach(QStringLiteral("abandoned"));
-        const QStringList found = abandoned;
+        QStringList found = abandoned;
+        found.removeIf([&folder](const QString &path) {
+            return QDir(QFileInfo(path).path()) != QDir(folder);
+        });
         co_return found;
     }
 
