@@ -1,14 +1,11 @@
-// The mix against FFmpeg's command-line program doing the same sum and the same encode, and how
-// long a stop waits for a mix that was made while recording.
+// The mix of two files against FFmpeg's command-line program doing the same sum and the same
+// encode.
 //
-//   bench_mix [minutes of sound, 20] [hours of the long recording, 4] [its speed, 30]
+//   bench_mix [minutes of sound, 20]
 
-#include "bench/MeetingSound.h"
-#include "platform/linux/media/AacEncoder.h"
+#include "bench/MeetingTracks.h"
 #include "platform/linux/media/FragmentWriter.h"
-#include "platform/linux/media/LiveTrack.h"
 #include "platform/linux/media/M4aMuxer.h"
-#include "platform/linux/mix/FileAudioAssets.h"
 #include "platform/linux/mix/Sum.h"
 #include "platform/linux/mix/TrackFile.h"
 #include "platform/linux/mix/TrackReader.h"
@@ -18,7 +15,6 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QTemporaryDir>
-#include <QThread>
 
 #include <spawn.h>
 #include <sys/resource.h>
@@ -26,8 +22,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <thread>
 
 using namespace Qt::StringLiterals;
@@ -35,64 +29,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 constexpr int runCount = 5;
-constexpr AudioEncoding systemEncoding{.sampleRate = 48000, .channelCount = 2, .bitRate = 128000};
-constexpr AudioEncoding micEncoding{.sampleRate = 48000, .channelCount = 1, .bitRate = 64000};
-
-template<class T>
-T require(std::expected<T, Error> &&value)
-{
-    if (!value) {
-        std::fprintf(stderr, "%s\n", qPrintable(value.error().description()));
-        std::exit(1);
-    }
-    if constexpr (!std::is_void_v<T>)
-        return std::move(*value);
-}
-
-// ---- Sound ---------------------------------------------------------------------------------
-
-struct Track {
-    AacFormat format;
-    std::vector<AacPacket> packets;
-    qint64 frameCount = 0;
-};
-
-Track encodeTrack(const QString &rawPath, const AudioEncoding &encoding)
-{
-    QFile raw(rawPath);
-    if (!raw.open(QIODevice::ReadOnly))
-        std::exit(1);
-    auto encoder = require(AacEncoder::create(encoding));
-    Track track;
-    const auto keep = [&](AacPacket &&packet) { track.packets.push_back(std::move(packet)); };
-    std::vector<float> block(static_cast<std::size_t>(4096 * encoding.channelCount));
-    for (;;) {
-        const qint64 size = raw.read(reinterpret_cast<char *>(block.data()),
-                                     std::ssize(block) * qint64{sizeof(float)});
-        if (size <= 0)
-            break;
-        require(encoder.encode(std::span(block).first(static_cast<std::size_t>(size) / 4), keep));
-    }
-    require(encoder.finish(keep));
-    track.frameCount = encoder.frameCount();
-    const auto configuration = encoder.configuration();
-    track.format = {encoding.sampleRate,
-                    encoding.channelCount,
-                    encoding.bitRate,
-                    {configuration.begin(), configuration.end()}};
-    return track;
-}
-
-template<class Writer>
-void writeTrack(const QString &path, const Track &track)
-{
-    auto writer = require(Writer::create(path, track.format));
-    for (const AacPacket &packet : track.packets)
-        require(writer.addPacket(packet));
-    require(writer.finish(track.frameCount));
-}
-
-// ---- Whole files ---------------------------------------------------------------------------
 
 struct Cost {
     double seconds = 0;
@@ -253,89 +189,6 @@ void compareWholeFiles(const QDir &folder, double seconds)
                     found.segmental, contender.medianOf(&Cost::peakMegabytes));
     }
 }
-
-// ---- Ahead ---------------------------------------------------------------------------------
-
-double residentMegabytes()
-{
-    QFile statm(u"/proc/self/statm"_s);
-    if (!statm.open(QIODevice::ReadOnly))
-        return 0;
-    return statm.readAll().split(' ').value(1).toDouble() * 4096 / 1e6;
-}
-
-/// A recorder that plays \p track over and over.
-struct Recorder {
-    const Track &track;
-    std::shared_ptr<LiveTrack> live;
-    FragmentWriter file;
-    qint64 packets = 0;
-
-    void record(qint64 until)
-    {
-        for (; packets < until; ++packets) {
-            const auto next = static_cast<std::size_t>(packets) % track.packets.size();
-            require(file.addPacket(track.packets[next]));
-            live->push(track.packets[next]);
-        }
-    }
-    void stop()
-    {
-        const qint64 frames = (packets - 1) * aacFrameLength - 100;
-        require(file.finish(frames));
-        live->end(frames);
-    }
-};
-
-void recordAndStop(const QDir &folder, const Track &systemTrack, const Track &micTrack,
-                   double hours, double speed)
-{
-    const QString system = folder.filePath(u"long.system.m4a"_s);
-    const QString mic = folder.filePath(u"long.mic.m4a"_s);
-    const QString output = folder.filePath(u"long.m4a"_s);
-    LiveTracks tracks;
-    FileAudioAssets assets(tracks);
-    Recorder first{systemTrack, tracks.open(system, systemTrack.format),
-                   require(FragmentWriter::create(system, systemTrack.format))};
-    Recorder second{micTrack, tracks.open(mic, micTrack.format),
-                    require(FragmentWriter::create(mic, micTrack.format))};
-    auto ahead = assets.mixAhead(system, mic, output);
-
-    const auto total = static_cast<qint64>(hours * 3600 * 48000 / aacFrameLength);
-    QElapsedTimer clock;
-    clock.start();
-    double earlyMegabytes = 0;
-    while (first.packets < total) {
-        QThread::msleep(20);
-        const double seconds = static_cast<double>(clock.elapsed()) / 1000 * speed;
-        const auto due = std::min(total, static_cast<qint64>(seconds * 48000 / aacFrameLength));
-        first.record(due);
-        second.record(due);
-        if (earlyMegabytes == 0 && due > total / 10)
-            earlyMegabytes = residentMegabytes();
-    }
-    const double lateMegabytes = residentMegabytes();
-    const bool keptUp = first.live->state() == LiveTrack::State::growing;
-
-    clock.start();
-    first.stop();
-    second.stop();
-    const double closed = static_cast<double>(clock.nsecsElapsed()) / 1e6;
-    MixComposition composition;
-    for (const QString &path : {system, mic}) {
-        require(QCoro::waitFor(assets.audioTrackCount(path)));
-        composition.insert(path, require(QCoro::waitFor(assets.durationSeconds(path))));
-    }
-    const double asked = static_cast<double>(clock.nsecsElapsed()) / 1e6;
-    const auto session = assets.makeExport(composition, output, std::move(ahead));
-    const bool completed = QCoro::waitFor(session->run({})).completed;
-    const double mixed = static_cast<double>(clock.nsecsElapsed()) / 1e6;
-    std::printf("%5.2f h: stop to file %.0f ms (tracks closed %.0f, lengths read %.0f, mix %.0f), "
-                "resident %.0f MB after a tenth, %.0f in the end%s%s\n",
-                hours, mixed, closed, asked - closed, mixed - asked, earlyMegabytes, lateMegabytes,
-                keptUp ? "" : "; did NOT keep up", completed ? "" : "; FAILED");
-    std::fflush(stdout);
-}
 } // namespace
 
 int main(int argc, char **argv)
@@ -348,21 +201,14 @@ int main(int argc, char **argv)
         return 0;
     }
     const int minutes = arguments.value(1, u"20"_s).toInt();
-    const double hours = arguments.value(2, u"4"_s).toDouble();
-    const double speed = arguments.value(3, u"30"_s).toDouble();
 
     const QTemporaryDir temporary;
     const QDir folder(temporary.path());
-    makeMeetingSound(folder, 60 * minutes);
-    const Track system = encodeTrack(folder.filePath(u"system.raw"_s), systemEncoding);
-    const Track mic = encodeTrack(folder.filePath(u"mic.raw"_s), micEncoding);
-    writeTrack<FragmentWriter>(folder.filePath(u"system.m4a"_s), system);
-    writeTrack<FragmentWriter>(folder.filePath(u"mic.m4a"_s), mic);
-    writeTrack<M4aMuxer>(folder.filePath(u"system.plain.m4a"_s), system);
-    writeTrack<M4aMuxer>(folder.filePath(u"mic.plain.m4a"_s), mic);
-
+    const MeetingTracks tracks(folder, minutes);
+    tracks.system.write<FragmentWriter>(folder.filePath(u"system.m4a"_s));
+    tracks.mic.write<FragmentWriter>(folder.filePath(u"mic.m4a"_s));
+    tracks.system.write<M4aMuxer>(folder.filePath(u"system.plain.m4a"_s));
+    tracks.mic.write<M4aMuxer>(folder.filePath(u"mic.plain.m4a"_s));
     compareWholeFiles(folder, 60.0 * minutes);
-    recordAndStop(folder, system, mic, 0.25, speed);
-    recordAndStop(folder, system, mic, hours, speed);
     return 0;
 }
