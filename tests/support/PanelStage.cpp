@@ -45,13 +45,6 @@ PanelStage::~PanelStage()
     QCoro::waitFor(app->finishForQuit());
 }
 
-RecentSession PanelStage::uploaded(const QString &title)
-{
-    RecentSession made = entry(title);
-    made.remoteID = u"m1"_s;
-    return made;
-}
-
 RecentSession PanelStage::failed(const QString &title, const std::optional<QString> &reason)
 {
     RecentSession made = entry(title);

@@ -21,7 +21,6 @@ public:
     ~PanelStage();
     Q_DISABLE_COPY_MOVE(PanelStage)
 
-    static RecentSession uploaded(const QString &title);
     static RecentSession failed(const QString &title, const std::optional<QString> &reason);
 
     /// The control of this name, which must be there.
