@@ -2,12 +2,12 @@
 
 #include "base/RawValue.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include <simdjson.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <string_view>
 
 using namespace Qt::StringLiterals;
 
@@ -129,7 +129,7 @@ void appendEntry(QByteArray &json, const RecentSession &session)
 class MemberReader
 {
 public:
-    explicit MemberReader(const QJsonObject &object)
+    explicit MemberReader(simdjson::dom::object object)
         : m_object(object)
     {
     }
@@ -138,33 +138,36 @@ public:
 
     QString text(QLatin1StringView key)
     {
-        const QJsonValue value = m_object.value(key);
-        require(value.isString());
-        return value.toString();
+        std::string_view utf8;
+        require(member(key).get(utf8) == simdjson::SUCCESS);
+        return QString::fromUtf8(utf8);
     }
 
     std::optional<QString> optionalText(QLatin1StringView key)
     {
-        const QJsonValue value = m_object.value(key);
-        if (value.isUndefined() || value.isNull())
-            return std::nullopt;
-        require(value.isString());
-        return value.toString();
+        simdjson::dom::element value;
+        const bool isThere = member(key).get(value) == simdjson::SUCCESS && !value.is_null();
+        return isThere ? std::optional(text(key)) : std::nullopt;
     }
 
     double number(QLatin1StringView key)
     {
-        const QJsonValue value = m_object.value(key);
-        require(value.isDouble());
-        return value.toDouble();
+        double value = 0;
+        require(member(key).get(value) == simdjson::SUCCESS);
+        return value;
     }
 
     qint64 integer(QLatin1StringView key)
     {
-        const QJsonValue value = m_object.value(key);
-        // What is no integer of 64 bits gives whichever default is asked for.
-        require(value.toInteger(0) == value.toInteger(1));
-        return value.toInteger();
+        std::int64_t value = 0;
+        if (member(key).get(value) == simdjson::SUCCESS)
+            return value;
+        // Written in another way, as 3.72e3.
+        constexpr double beyond = 0x1p63;
+        const double same = number(key);
+        const bool isInteger = same >= -beyond && same < beyond && same == std::trunc(same);
+        require(isInteger);
+        return isInteger ? static_cast<qint64>(same) : 0;
     }
 
     QUuid uuid(QLatin1StringView key)
@@ -196,14 +199,22 @@ public:
     }
 
 private:
+    simdjson::simdjson_result<simdjson::dom::element> member(QLatin1StringView key) const
+    {
+        return m_object[std::string_view(key.data(), static_cast<std::size_t>(key.size()))];
+    }
+
     void require(bool holds) { m_isWhole = m_isWhole && holds; }
 
-    const QJsonObject &m_object;
+    simdjson::dom::object m_object;
     bool m_isWhole = true;
 };
 
-std::optional<RecentSession> decoded(const QJsonObject &object)
+std::optional<RecentSession> decoded(simdjson::dom::element entry)
 {
+    simdjson::dom::object object;
+    if (entry.get(object) != simdjson::SUCCESS)
+        return std::nullopt;
     MemberReader reader(object);
     RecentSession session{
         .id = reader.uuid(idKey),
@@ -235,16 +246,15 @@ QByteArray encodeRecents(const QList<RecentSession> &sessions)
 
 std::optional<QList<RecentSession>> decodeRecents(const QByteArray &content)
 {
-    // The parser lets a few malformed spellings through. They do no harm: what it makes of them
-    // still has to be a list of whole entries.
-    const auto document = QJsonDocument::fromJson(content);
-    if (!document.isArray())
+    simdjson::dom::parser parser;
+    simdjson::dom::array entries;
+    const auto parsed = parser.parse(content.data(), static_cast<std::size_t>(content.size()));
+    if (parsed.get(entries) != simdjson::SUCCESS)
         return std::nullopt;
-    const QJsonArray array = document.array();
     QList<RecentSession> sessions;
-    sessions.reserve(array.size());
-    for (const auto &entry : array) {
-        auto session = decoded(entry.toObject());
+    sessions.reserve(static_cast<qsizetype>(entries.size()));
+    for (const simdjson::dom::element entry : entries) {
+        auto session = decoded(entry);
         if (!session)
             return std::nullopt;
         sessions.append(std::move(*session));
