@@ -22,7 +22,11 @@ devices, and become one mixed sound file the moment the recording stops.
 Signed in to its web service you can upload recordings and read their
 minutes. The texts on the screen are Chinese.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-noto-cjk, fonts-noto-core, qt6-translations-l10n")
+# The two that the program loads itself, which nobody else finds out.
+string(REGEX MATCH "^[0-9]+" AVCODEC_MAJOR ${Libav_libavcodec_VERSION})
+string(REGEX MATCH "^[0-9]+" AVFORMAT_MAJOR ${Libav_libavformat_VERSION})
+set(CPACK_DEBIAN_PACKAGE_DEPENDS
+  "fonts-noto-cjk, fonts-noto-core, libavcodec${AVCODEC_MAJOR}, libavformat${AVFORMAT_MAJOR}, qt6-translations-l10n")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
   "default-dbus-session-bus | dbus-session-bus, desktop-file-utils, gnome-keyring | libkf5wallet-bin | keepassxc, pipewire, rtkit, wireplumber, xdg-utils")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gnome-shell-extension-appindicator, qt6-wayland")

@@ -174,7 +174,8 @@ std::vector<float> Decoded::channel(int number, qint64 firstFrame, qint64 frames
 
 std::expected<Decoded, QString> decodeFile(const QString &path)
 {
-    quietLibav();
+    if (const auto loaded = loadLibav(); !loaded)
+        return std::unexpected(loaded.error().description());
     Decoded decoded;
     const QList<QByteArray> types = boxTypes(path);
     decoded.indexInFront = types.contains("moov") && types.indexOf("moov") < types.indexOf("mdat");

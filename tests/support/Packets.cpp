@@ -26,8 +26,9 @@ EncodedSound encodeSound(const AudioEncoding &encoding, std::span<const float> s
 
 StoredPackets readPackets(const QString &path)
 {
-    quietLibav();
     StoredPackets stored;
+    if (!loadLibav())
+        return stored;
     AVFormatContext *context = nullptr;
     const QByteArray name = QFile::encodeName(path);
     if (avformat_open_input(&context, name.constData(), av_find_input_format("mov"), nullptr) < 0)

@@ -43,10 +43,10 @@ struct AacEncoder::State {
 
 int AacEncoder::State::open(const AudioEncoding &encoding)
 {
-    const AVCodec *aac = avcodec_find_encoder_by_name("aac");
+    const AVCodec *aac = libav().avcodec_find_encoder_by_name("aac");
     if (!aac)
         return AVERROR_ENCODER_NOT_FOUND;
-    codec.reset(avcodec_alloc_context3(aac));
+    codec.reset(libav().avcodec_alloc_context3(aac));
     if (!codec)
         return AVERROR(ENOMEM);
     codec->sample_fmt = AV_SAMPLE_FMT_FLTP;
@@ -60,7 +60,7 @@ int AacEncoder::State::open(const AudioEncoding &encoding)
     av_opt_set(codec->priv_data, "aac_coder", "fast", 0);
     // Temporal noise shaping takes time here and loses 0.15 dB.
     av_opt_set_int(codec->priv_data, "aac_tns", 0, 0);
-    if (const int result = avcodec_open2(codec.get(), aac, nullptr); result < 0)
+    if (const int result = libav().avcodec_open2(codec.get(), aac, nullptr); result < 0)
         return result;
     if (codec->frame_size != aacFrameLength || codec->initial_padding != aacFrameLength)
         return AVERROR_BUG;
@@ -70,7 +70,7 @@ int AacEncoder::State::open(const AudioEncoding &encoding)
 int AacEncoder::State::makeFrame()
 {
     frame.reset(av_frame_alloc());
-    packet.reset(av_packet_alloc());
+    packet.reset(libav().av_packet_alloc());
     if (!frame || !packet)
         return AVERROR(ENOMEM);
     frame->nb_samples = codec->frame_size;
@@ -99,7 +99,7 @@ int AacEncoder::State::sendFrame(const PacketHandler &handle)
 {
     frame->pts = (frameCount - 1) / aacFrameLength * aacFrameLength;
     filled = 0;
-    if (const int result = avcodec_send_frame(codec.get(), frame.get()); result < 0)
+    if (const int result = libav().avcodec_send_frame(codec.get(), frame.get()); result < 0)
         return result;
     if (const int result = receive(handle); result < 0)
         return result;
@@ -109,21 +109,22 @@ int AacEncoder::State::sendFrame(const PacketHandler &handle)
 int AacEncoder::State::receive(const PacketHandler &handle) const
 {
     for (;;) {
-        const int result = avcodec_receive_packet(codec.get(), packet.get());
+        const int result = libav().avcodec_receive_packet(codec.get(), packet.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
             return 0;
         if (result < 0)
             return result;
         const auto *data = reinterpret_cast<const std::byte *>(packet->data);
         AacPacket copy(data, data + packet->size);
-        av_packet_unref(packet.get());
+        libav().av_packet_unref(packet.get());
         handle(std::move(copy));
     }
 }
 
 std::expected<AacEncoder, Error> AacEncoder::create(const AudioEncoding &encoding)
 {
-    quietLibav();
+    if (const auto loaded = loadLibav(); !loaded)
+        return std::unexpected(loaded.error());
     auto state = std::make_unique<State>();
     if (const int result = state->open(encoding); result < 0)
         return std::unexpected(Error(u"无法创建 AAC 编码器：%1"_s.arg(libavErrorText(result))));
@@ -173,7 +174,7 @@ std::expected<void, Error> AacEncoder::finish(const PacketHandler &handle)
         if (const int result = m_state->sendFrame(handle); result < 0)
             return std::unexpected(encoderError(result));
     }
-    int result = avcodec_send_frame(m_state->codec.get(), nullptr);
+    int result = libav().avcodec_send_frame(m_state->codec.get(), nullptr);
     if (result >= 0)
         result = m_state->receive(handle);
     if (result < 0)

@@ -51,11 +51,12 @@ std::expected<Content, Error> copyPackets(FragmentReader &from, M4aMuxer &to,
 /// What a player finds in the file at \p path.
 std::expected<Content, Error> readIndex(const QString &path)
 {
-    quietLibav();
+    if (const auto loaded = loadLibav(); !loaded)
+        return std::unexpected(loaded.error());
     AVFormatContext *context = nullptr;
-    const AVInputFormat *mov = av_find_input_format("mov");
+    const AVInputFormat *mov = libav().av_find_input_format("mov");
     const QByteArray name = QFile::encodeName(path);
-    if (const int result = avformat_open_input(&context, name.constData(), mov, nullptr);
+    if (const int result = libav().avformat_open_input(&context, name.constData(), mov, nullptr);
         result < 0)
         return std::unexpected(Error(libavErrorText(result)));
     const LibavInput input(context);

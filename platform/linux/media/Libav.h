@@ -5,22 +5,58 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
+#include "base/Error.h"
+
 #include <QString>
 
+#include <expected>
 #include <memory>
 
-/// Keeps libav from printing to standard error: its failures reach us as return values. Call it
-/// before the first use of libav; any thread, any number of times.
-void quietLibav();
+/// What we use of libavcodec and libavformat, under the names that it has there.
+///
+/// They are not linked, because they bring some seventy libraries along, which cost every start 25
+/// ms and 13 MB: they are loaded when the first sound is encoded or read.
+struct Libav {
+    // libavcodec
+    decltype(&::av_new_packet) av_new_packet = nullptr;
+    decltype(&::av_packet_alloc) av_packet_alloc = nullptr;
+    decltype(&::av_packet_free) av_packet_free = nullptr;
+    decltype(&::av_packet_rescale_ts) av_packet_rescale_ts = nullptr;
+    decltype(&::av_packet_unref) av_packet_unref = nullptr;
+    decltype(&::avcodec_alloc_context3) avcodec_alloc_context3 = nullptr;
+    decltype(&::avcodec_find_decoder) avcodec_find_decoder = nullptr;
+    decltype(&::avcodec_find_encoder_by_name) avcodec_find_encoder_by_name = nullptr;
+    decltype(&::avcodec_free_context) avcodec_free_context = nullptr;
+    decltype(&::avcodec_open2) avcodec_open2 = nullptr;
+    decltype(&::avcodec_parameters_alloc) avcodec_parameters_alloc = nullptr;
+    decltype(&::avcodec_parameters_free) avcodec_parameters_free = nullptr;
+    decltype(&::avcodec_parameters_to_context) avcodec_parameters_to_context = nullptr;
+    decltype(&::avcodec_receive_frame) avcodec_receive_frame = nullptr;
+    decltype(&::avcodec_receive_packet) avcodec_receive_packet = nullptr;
+    decltype(&::avcodec_send_frame) avcodec_send_frame = nullptr;
+    decltype(&::avcodec_send_packet) avcodec_send_packet = nullptr;
+    // libavformat
+    decltype(&::av_find_input_format) av_find_input_format = nullptr;
+    decltype(&::av_read_frame) av_read_frame = nullptr;
+    decltype(&::avformat_close_input) avformat_close_input = nullptr;
+    decltype(&::avformat_open_input) avformat_open_input = nullptr;
+};
+
+/// Loads both where that has not been done. Any thread; the first call takes some 30 ms. Both are
+/// silent from then on: their failures reach us as return values.
+std::expected<void, Error> loadLibav();
+
+/// Only after loadLibav() has succeeded.
+const Libav &libav();
 
 /// What libav calls \p error, a negative return value.
 QString libavErrorText(int error);
 
 struct LibavDeleter {
-    void operator()(AVCodecContext *context) const { avcodec_free_context(&context); }
-    void operator()(AVFormatContext *context) const { avformat_close_input(&context); }
+    void operator()(AVCodecContext *context) const { libav().avcodec_free_context(&context); }
+    void operator()(AVFormatContext *context) const { libav().avformat_close_input(&context); }
     void operator()(AVFrame *frame) const { av_frame_free(&frame); }
-    void operator()(AVPacket *packet) const { av_packet_free(&packet); }
+    void operator()(AVPacket *packet) const { libav().av_packet_free(&packet); }
 };
 
 using LibavCodec = std::unique_ptr<AVCodecContext, LibavDeleter>;

@@ -14,7 +14,10 @@ std::unexpected<Error> failed(int code)
 }
 
 struct ParametersDeleter {
-    void operator()(AVCodecParameters *parameters) const { avcodec_parameters_free(&parameters); }
+    void operator()(AVCodecParameters *parameters) const
+    {
+        libav().avcodec_parameters_free(&parameters);
+    }
 };
 using Parameters = std::unique_ptr<AVCodecParameters, ParametersDeleter>;
 } // namespace
@@ -28,19 +31,20 @@ std::expected<TrackDecoder, Error> TrackDecoder::create(const AVCodecParameters 
 {
     if (parameters.ch_layout.nb_channels < 1 || parameters.ch_layout.nb_channels > 2)
         return std::unexpected(Error(u"音轨的声道数不受支持"_s));
-    const AVCodec *decoder = avcodec_find_decoder(parameters.codec_id);
+    const AVCodec *decoder = libav().avcodec_find_decoder(parameters.codec_id);
     if (!decoder)
         return failed(AVERROR_DECODER_NOT_FOUND);
-    LibavCodec codec(avcodec_alloc_context3(decoder));
+    LibavCodec codec(libav().avcodec_alloc_context3(decoder));
     if (!codec)
         return failed(AVERROR(ENOMEM));
-    if (const int result = avcodec_parameters_to_context(codec.get(), &parameters); result < 0)
+    if (const int result = libav().avcodec_parameters_to_context(codec.get(), &parameters);
+        result < 0)
         return failed(result);
     // The delay of the encoder is cut off by time stamp, in one way for every kind of source.
     codec->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
     codec->thread_count = 1;
     codec->pkt_timebase = {1, parameters.sample_rate};
-    if (const int result = avcodec_open2(codec.get(), decoder, nullptr); result < 0)
+    if (const int result = libav().avcodec_open2(codec.get(), decoder, nullptr); result < 0)
         return failed(result);
     if (codec->sample_fmt != AV_SAMPLE_FMT_FLTP)
         return std::unexpected(Error(u"音轨的格式不受支持"_s));
@@ -49,8 +53,9 @@ std::expected<TrackDecoder, Error> TrackDecoder::create(const AVCodecParameters 
 
 std::expected<TrackDecoder, Error> TrackDecoder::create(const AacFormat &format)
 {
-    quietLibav();
-    const Parameters parameters(avcodec_parameters_alloc());
+    if (const auto loaded = loadLibav(); !loaded)
+        return std::unexpected(loaded.error());
+    const Parameters parameters(libav().avcodec_parameters_alloc());
     const std::size_t size = format.configuration.size();
     parameters->codec_type = AVMEDIA_TYPE_AUDIO;
     parameters->codec_id = AV_CODEC_ID_AAC;
@@ -75,13 +80,13 @@ std::expected<void, Error> TrackDecoder::decode(const AVPacket &packet, TrackTim
 std::expected<void, Error> TrackDecoder::decode(std::span<const std::byte> packet,
                                                 qint64 presentationTime, TrackTimeline &timeline)
 {
-    if (const int result = av_new_packet(m_packet.get(), static_cast<int>(packet.size()));
+    if (const int result = libav().av_new_packet(m_packet.get(), static_cast<int>(packet.size()));
         result < 0)
         return failed(result);
     std::ranges::copy(packet, reinterpret_cast<std::byte *>(m_packet->data));
     m_packet->pts = presentationTime;
     const auto sent = send(m_packet.get(), timeline);
-    av_packet_unref(m_packet.get());
+    libav().av_packet_unref(m_packet.get());
     return sent;
 }
 
@@ -92,10 +97,10 @@ std::expected<void, Error> TrackDecoder::finish(TrackTimeline &timeline)
 
 std::expected<void, Error> TrackDecoder::send(const AVPacket *packet, TrackTimeline &timeline)
 {
-    if (const int result = avcodec_send_packet(m_codec.get(), packet); result < 0)
+    if (const int result = libav().avcodec_send_packet(m_codec.get(), packet); result < 0)
         return failed(result);
     for (;;) {
-        const int result = avcodec_receive_frame(m_codec.get(), m_frame.get());
+        const int result = libav().avcodec_receive_frame(m_codec.get(), m_frame.get());
         if (result == AVERROR(EAGAIN) || result == AVERROR_EOF)
             return {};
         if (result < 0)

@@ -40,6 +40,6 @@ private:
 
     LibavCodec m_codec;
     LibavFrame m_frame{av_frame_alloc()};
-    LibavPacket m_packet{av_packet_alloc()};
+    LibavPacket m_packet{libav().av_packet_alloc()};
     std::vector<float> m_stereo;
 };

@@ -64,11 +64,12 @@ std::expected<TrackFacts, Error> inspectTrack(const QString &path)
 
 std::expected<LibavInput, Error> openIndexedFile(const QString &path)
 {
-    quietLibav();
+    if (const auto loaded = loadLibav(); !loaded)
+        return std::unexpected(loaded.error());
     AVFormatContext *context = nullptr;
     const QByteArray name = "file:" + QFile::encodeName(path);
-    const int result =
-        avformat_open_input(&context, name.constData(), av_find_input_format("mov"), nullptr);
+    const int result = libav().avformat_open_input(&context, name.constData(),
+                                                   libav().av_find_input_format("mov"), nullptr);
     if (result < 0)
         return failed(path, libavErrorText(result));
     LibavInput file(context);

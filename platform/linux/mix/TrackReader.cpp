@@ -150,7 +150,7 @@ std::expected<bool, Error> TrackReader::decodeFragment()
 /// False when there is nothing any more.
 std::expected<bool, Error> TrackReader::decodeIndexed()
 {
-    const int result = av_read_frame(m_file.get(), m_packet.get());
+    const int result = libav().av_read_frame(m_file.get(), m_packet.get());
     if (result == AVERROR_EOF)
         return false;
     if (result < 0)
@@ -158,10 +158,10 @@ std::expected<bool, Error> TrackReader::decodeIndexed()
     std::expected<void, Error> decoded;
     if (m_packet->stream_index == m_streamIndex) {
         const AVStream &track = *m_file->streams[m_streamIndex];
-        av_packet_rescale_ts(m_packet.get(), track.time_base, {1, m_decoder.sampleRate()});
+        libav().av_packet_rescale_ts(m_packet.get(), track.time_base, {1, m_decoder.sampleRate()});
         decoded = m_decoder.decode(*m_packet, m_timeline);
     }
-    av_packet_unref(m_packet.get());
+    libav().av_packet_unref(m_packet.get());
     if (!decoded)
         return std::unexpected(decoded.error());
     return true;

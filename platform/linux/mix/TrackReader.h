@@ -48,7 +48,7 @@ private:
     qint64 m_packetNumber = 0;                 ///< of its next packet,
     LibavInput m_file;                         ///< else this
     int m_streamIndex = 0;
-    LibavPacket m_packet{av_packet_alloc()};
+    LibavPacket m_packet{libav().av_packet_alloc()};
     TrackDecoder m_decoder;
     TrackTimeline m_timeline;
     std::optional<RateConverter> m_converter; ///< only for a track that is not at 48 kHz
