@@ -8,6 +8,8 @@
 #include <QCoroFuture>
 #include <QDir>
 
+#include <utility>
+
 AppState::AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsStore &prefs,
                    std::chrono::milliseconds second, QObject *parent)
     : QObject(parent)
@@ -31,9 +33,8 @@ AppState::AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsS
     connect(&m_timer, &QTimer::timeout, this, &AppState::tick);
 
     platform.assets.removeLeftovers(QDir(prefs.saveLocation()).absolutePath());
-    m_recents = m_recentsFile.load(prefs.saveLocation());
-    if (!m_recents.isEmpty())
-        runDetached(saveInBackground());
+    m_loading = m_recentsFile.startLoading(prefs.saveLocation());
+    runDetached(saveLoaded());
 }
 
 AppState::~AppState() = default;
@@ -85,16 +86,39 @@ void AppState::setLastError(const QString &message)
     Q_EMIT lastErrorChanged();
 }
 
+QList<RecentSession> &AppState::list() const
+{
+    if (m_loading.isValid())
+        m_recents = m_recentsFile.adopt(std::exchange(m_loading, {}).result());
+    return m_recents;
+}
+
+QCoro::Task<> AppState::loaded()
+{
+    const auto loading = m_loading;
+    if (!loading.isValid())
+        co_return;
+    [[maybe_unused]] const auto ignored = co_await loading;
+}
+
+QCoro::Task<> AppState::saveLoaded()
+{
+    const QPointer self(this);
+    co_await loaded();
+    if (self && !recents().isEmpty())
+        co_await saveInBackground();
+}
+
 void AppState::saveRecents()
 {
     // A failure is silent by design: the list in memory stays, and the next save tries again.
-    static_cast<void>(m_recentsFile.save(m_prefs.saveLocation(), m_recents));
+    static_cast<void>(m_recentsFile.save(m_prefs.saveLocation(), recents()));
 }
 
 QCoro::Task<> AppState::saveInBackground()
 {
     const QPointer self(this);
-    const auto draft = co_await m_recentsFile.draft(m_prefs.saveLocation(), m_recents);
+    const auto draft = co_await m_recentsFile.draft(m_prefs.saveLocation(), recents());
     if (self)
         m_recentsFile.adopt(draft);
 }

@@ -34,8 +34,8 @@ class AppState : public QObject
     Q_OBJECT
 
 public:
-    /// Loads the list from the save folder. The platform objects and \p prefs must outlive this
-    /// one. \p second is what the counter of elapsed seconds takes for one.
+    /// Begins to load the list from the save folder. The platform objects and \p prefs must outlive
+    /// this one. \p second is what the counter of elapsed seconds takes for one.
     AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsStore &prefs,
              std::chrono::milliseconds second = std::chrono::seconds(1), QObject *parent = nullptr);
     ~AppState() override;
@@ -62,8 +62,8 @@ public:
     const std::optional<QString> &lastError() const { return m_lastError; }
     void clearLastError();
 
-    /// Newest first.
-    const QList<RecentSession> &recents() const { return m_recents; }
+    /// Newest first. Waits for the list where it is still being loaded.
+    const QList<RecentSession> &recents() const { return list(); }
 
     AudioRecorder &recorder() { return m_recorder; }
 
@@ -120,7 +120,12 @@ private:
 
     void setState(RecordingState state);
     void setLastError(const QString &message);
+    QList<RecentSession> &list() const;
     void saveRecents();
+
+    /// Completes when the list is there without waiting.
+    QCoro::Task<> loaded();
+    QCoro::Task<> saveLoaded();
 
     /// For a save that nobody waits for: a list of ten thousand would hold up the main thread for
     /// two frames.
@@ -161,8 +166,9 @@ private:
     std::optional<SessionTag> m_selectedTag;
     std::optional<QString> m_lastError;
     QString m_interruption; ///< what m_lastError says of a microphone that is away
-    QList<RecentSession> m_recents;
-    RecentsFile m_recentsFile;
+    mutable QFuture<RecentsFile::Loaded> m_loading; ///< until the list is asked for
+    mutable QList<RecentSession> m_recents;         ///< only by list()
+    mutable RecentsFile m_recentsFile;
     AudioRecorder m_recorder;
     MediaUploader m_uploader;
     QPointer<AuthClient> m_auth;

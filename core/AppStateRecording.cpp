@@ -146,7 +146,7 @@ AppState::Conclusion AppState::concludeRecording(const QUrl &file)
         end.message = u"录音不足 10 秒，已自动丢弃"_s;
     } else {
         end.kept = makeEntry(file);
-        m_recents.prepend(*end.kept);
+        list().prepend(*end.kept);
         saveRecents();
         if (const auto &failure = m_recorder.finishFailure())
             end.message = u"录音已保存，但文件整理失败："_s + failure->description();
@@ -181,6 +181,9 @@ QCoro::Task<> AppState::recoverRecordings()
     const QPointer self(this);
     const std::stop_token stop = m_recoveryStop.get_token();
     m_isRecovering = true;
+    co_await loaded();
+    if (!self)
+        co_return;
     auto settings = recoverySettings();
     const QStringList earlierFolders = otherFolders(settings);
     const QDateTime listSavedAt = m_recentsFile.savedAt();
@@ -214,19 +217,19 @@ void AppState::listRecovered(const UnlistedRecording &recording,
         return listed.fileURL && recording.files.contains(cleanPath(*listed.fileURL));
     };
     const bool isTooShort = recovered.durationSeconds < shortestKeptSeconds;
-    const bool isListed = std::ranges::any_of(m_recents, isOfIt);
+    const bool isListed = std::ranges::any_of(recents(), isOfIt);
     // Nothing says that it is not a file that the user has put there.
     if (recording.isFinished && (isTooShort || isListed))
         return;
-    m_recents.removeIf(isOfIt);
+    list().removeIf(isOfIt);
     const RecentSession entry = makeEntry(recovered);
     if (isTooShort) {
         QFile::remove(recovered.file.toLocalFile());
     } else {
-        const auto older = std::ranges::find_if(m_recents, [&entry](const RecentSession &listed) {
+        const auto older = std::ranges::find_if(list(), [&entry](const RecentSession &listed) {
             return listed.startedAt < entry.startedAt;
         });
-        m_recents.insert(older, entry);
+        list().insert(older, entry);
     }
     if (isTooShort && !isListed)
         return;
@@ -311,7 +314,7 @@ RecordingSettings AppState::recordingSettings() const
     RecordingSettings settings;
     settings.saveDirectory = QUrl::fromLocalFile(m_prefs.saveLocation());
     settings.quality = m_prefs.audioQuality();
-    for (const RecentSession &session : m_recents) {
+    for (const RecentSession &session : recents()) {
         if (session.fileURL)
             settings.listedFiles.insert(cleanPath(*session.fileURL));
     }
@@ -322,7 +325,7 @@ RecordingSettings AppState::recordingSettings() const
 RecordingSettings AppState::recoverySettings() const
 {
     RecordingSettings settings = recordingSettings();
-    for (const RecentSession &session : m_recents) {
+    for (const RecentSession &session : recents()) {
         if (isRebuilt(session))
             settings.listedFiles.remove(cleanPath(*session.fileURL));
     }

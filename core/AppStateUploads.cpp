@@ -200,14 +200,14 @@ QString AppState::ensureClientRecordingID(QUuid sessionID, const QUrl &fileURL)
 
 std::optional<RecentSession> AppState::session(QUuid sessionID) const
 {
-    const auto found = std::ranges::find(m_recents, sessionID, &RecentSession::id);
-    return found == m_recents.cend() ? std::nullopt : std::optional(*found);
+    const auto found = std::ranges::find(recents(), sessionID, &RecentSession::id);
+    return found == recents().cend() ? std::nullopt : std::optional(*found);
 }
 
 void AppState::updateSession(QUuid sessionID, const std::function<void(RecentSession &)> &change)
 {
-    const auto found = std::ranges::find(m_recents, sessionID, &RecentSession::id);
-    if (found == m_recents.end())
+    const auto found = std::ranges::find(list(), sessionID, &RecentSession::id);
+    if (found == list().end())
         return;
     change(*found);
     saveRecents();
@@ -217,10 +217,11 @@ void AppState::updateSession(QUuid sessionID, const std::function<void(RecentSes
 QCoro::Task<> AppState::reconcileUploadedSessions()
 {
     const QPointer self(this);
-    const auto usedToken = token();
+    co_await loaded();
+    const auto usedToken = self ? token() : std::nullopt;
     if (!usedToken)
         co_return;
-    const QStringList identifiers = identifiersToLookUp(m_recents);
+    const QStringList identifiers = identifiersToLookUp(recents());
     if (identifiers.isEmpty())
         co_return;
     const auto meetings = co_await m_uploader.reconcile(identifiers, *usedToken);
@@ -234,7 +235,7 @@ QCoro::Task<> AppState::reconcileUploadedSessions()
     }
     const auto map = meetingByRecording(*meetings);
     bool isChanged = false;
-    for (RecentSession &entry : m_recents)
+    for (RecentSession &entry : list())
         isChanged = adoptMeeting(entry, map) || isChanged;
     if (!isChanged)
         co_return;

@@ -56,6 +56,46 @@ RecentSession sessionFrom(const QFileInfo &file, const QDateTime &now)
     };
 }
 
+void bringUpToDate(QList<RecentSession> &sessions, const QDateTime &now)
+{
+    for (RecentSession &session : sessions) {
+        session.when = relativeTime(session.startedAt, now);
+        if (!session.clientRecordingId && session.fileURL)
+            session.clientRecordingId = clientRecordingId(*session.fileURL);
+        if (session.status == RecentSession::Status::processing) {
+            session.status = RecentSession::Status::ready;
+            session.uploadProgress.reset();
+        }
+    }
+}
+
+QList<RecentSession> sessionsFrom(const QString &folder, const QDateTime &now)
+{
+    QList<RecentSession> sessions;
+    QDirIterator entries(folder, QDir::Files | QDir::Hidden);
+    while (entries.hasNext()) {
+        entries.next();
+        // A link to a device passes the filter.
+        if (hasAudioExtension(entries.fileName()) && entries.fileInfo().isFile())
+            sessions.append(sessionFrom(entries.fileInfo(), now));
+    }
+    std::ranges::stable_sort(sessions, std::ranges::greater(), &RecentSession::startedAt);
+    return sessions;
+}
+
+RecentsFile::Loaded read(const QString &folder, const QDateTime &now)
+{
+    const QString path = filePath(folder);
+    AtomicFile::removeLeftovers(path);
+    const QDateTime savedAt = QFileInfo(path).lastModified();
+    const auto content = readRegularFile(path, maxBytes);
+    auto sessions = content ? decodeRecents(*content) : std::nullopt;
+    if (!sessions)
+        return {.sessions = sessionsFrom(folder, now), .path = path, .savedAt = {}};
+    bringUpToDate(*sessions, now);
+    return {.sessions = *std::move(sessions), .path = path, .savedAt = savedAt};
+}
+
 /// The list on the disk, but not in its place yet. Makes the folder if need be. Fails for a list
 /// that load() would not take again: the older one in the file is worth more then.
 std::expected<std::shared_ptr<AtomicFile::Pending>, Error>
@@ -76,46 +116,25 @@ RecentsFile::RecentsFile(const Clock &clock)
 
 QList<RecentSession> RecentsFile::load(const QString &folder)
 {
-    const QString path = filePath(folder);
-    AtomicFile::removeLeftovers(path);
-    const QDateTime savedAt = QFileInfo(path).lastModified();
-    const auto content = readRegularFile(path, maxBytes);
-    auto sessions = content ? decodeRecents(*content) : std::nullopt;
-    if (!sessions)
-        return migrateFromDirectory(folder);
-    m_ownPaths.insert(path);
-    m_savedAt = savedAt;
-    bringUpToDate(*sessions);
-    return *sessions;
+    return adopt(read(folder, m_clock.now().toUTC()));
 }
 
-void RecentsFile::bringUpToDate(QList<RecentSession> &sessions) const
+QFuture<RecentsFile::Loaded> RecentsFile::startLoading(const QString &folder) const
 {
-    const QDateTime now = m_clock.now().toUTC();
-    for (RecentSession &session : sessions) {
-        session.when = relativeTime(session.startedAt, now);
-        if (!session.clientRecordingId && session.fileURL)
-            session.clientRecordingId = clientRecordingId(*session.fileURL);
-        if (session.status == RecentSession::Status::processing) {
-            session.status = RecentSession::Status::ready;
-            session.uploadProgress.reset();
-        }
-    }
+    return inBackground([folder, now = m_clock.now().toUTC()] { return read(folder, now); });
+}
+
+QList<RecentSession> RecentsFile::adopt(const Loaded &loaded)
+{
+    m_savedAt = loaded.savedAt;
+    if (m_savedAt.isValid())
+        m_ownPaths.insert(loaded.path);
+    return loaded.sessions;
 }
 
 QList<RecentSession> RecentsFile::migrateFromDirectory(const QString &folder) const
 {
-    const QDateTime now = m_clock.now().toUTC();
-    QList<RecentSession> sessions;
-    QDirIterator entries(folder, QDir::Files | QDir::Hidden);
-    while (entries.hasNext()) {
-        entries.next();
-        // A link to a device passes the filter.
-        if (hasAudioExtension(entries.fileName()) && entries.fileInfo().isFile())
-            sessions.append(sessionFrom(entries.fileInfo(), now));
-    }
-    std::ranges::stable_sort(sessions, std::ranges::greater(), &RecentSession::startedAt);
-    return sessions;
+    return sessionsFrom(folder, m_clock.now().toUTC());
 }
 
 std::expected<void, Error> RecentsFile::save(const QString &folder,

@@ -31,7 +31,18 @@ public:
     /// migrateFromDirectory() makes. Writes nothing.
     QList<RecentSession> load(const QString &folder);
 
-    /// When the list that load() took had been saved; invalid where it took none.
+    /// What stood on the disk.
+    struct Loaded {
+        QList<RecentSession> sessions;
+        QString path;
+        QDateTime savedAt; ///< invalid: there was no usable file
+    };
+
+    /// load() in two halves: a long list is read in the background, and taken over by adopt().
+    QFuture<Loaded> startLoading(const QString &folder) const;
+    QList<RecentSession> adopt(const Loaded &loaded);
+
+    /// When the list that was loaded had been saved; invalid where there was none.
     const QDateTime &savedAt() const { return m_savedAt; }
 
     /// A list made from the audio files directly in \p folder, newest first.
@@ -58,7 +69,6 @@ public:
 
 private:
     std::expected<void, Error> putInPlace(const Draft &draft);
-    void bringUpToDate(QList<RecentSession> &sessions) const;
 
     const Clock &m_clock;
     QSet<QString> m_ownPaths; ///< what stands there is contained in the list in memory

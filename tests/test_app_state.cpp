@@ -10,6 +10,7 @@
 #include <QThreadPool>
 
 #include <optional>
+#include <tuple>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -28,8 +29,13 @@ class Stage : public AppRig
 public:
     Stage() { start(); }
 
-    /// As if the application had been started anew, where one runs already.
-    void start() { app.emplace(rig.platform(), service.uploader(), prefs, 1ms); }
+    /// As if the application had been started anew, where one runs already, with the list and the
+    /// files that are there now.
+    void start()
+    {
+        app.emplace(rig.platform(), service.uploader(), prefs, 1ms);
+        std::ignore = app->recents();
+    }
 
     /// Toggles, and waits until it has taken effect, or is held by the script.
     void toggle()

@@ -11,9 +11,14 @@
 
 #include <QDir>
 #include <QTemporaryDir>
+#include <QThreadPool>
 
 /// A machine to record on that does what its script says, and a folder to record into.
 struct AudioRig {
+    AudioRig() = default;
+    ~AudioRig() { QThreadPool::globalInstance()->waitForDone(); } // who may still write into home
+    Q_DISABLE_COPY_MOVE(AudioRig)
+
     AudioPlatform platform()
     {
         return AudioPlatform{.captureService = capture,
