@@ -12,6 +12,7 @@
 #include <QEvent>
 #include <QPalette>
 #include <QShortcut>
+#include <QTimer>
 
 #include <algorithm>
 #include <utility>
@@ -20,6 +21,9 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+
+// The desktop asks for the icon and shows it meanwhile.
+constexpr std::chrono::milliseconds preparationDelay{500};
 
 QString symbolName(RecordingState state)
 {
@@ -78,16 +82,14 @@ StatusBarController::StatusBarController(AppState &appState, AuthClient &auth,
                                          ConfiguredOrigin origin, QObject *parent)
     : QObject(parent)
     , m_appState(appState)
+    , m_auth(auth)
     , m_openPreferences(std::move(openPreferences))
     , m_openOnboarding(std::move(openOnboarding))
     , m_workspace(workspace)
     , m_origin(std::move(origin))
-    , m_view(new PopoverView(appState, auth, workspace, m_origin))
-    , m_popover(m_view)
     , m_menu(appState)
 {
     configureMenu();
-    configurePopover();
     connect(&m_appState, &AppState::stateChanged, this, &StatusBarController::refreshIcon);
     connect(&m_appState, &AppState::lastErrorChanged, this, &StatusBarController::refreshMessage);
     m_menu.installEventFilter(this);
@@ -102,12 +104,23 @@ void StatusBarController::showIcon(bool menuIsExported)
     refreshIcon();
     m_icon->show();
     refreshMessage();
+    QTimer::singleShot(preparationDelay, this, &StatusBarController::prepare);
+}
+
+/// So that the first click does not wait for it.
+void StatusBarController::prepare()
+{
+    popover();
+    m_menu.prepare();
 }
 
 void StatusBarController::configureMenu()
 {
     // Whoever draws the menu may do so without taking the focus.
-    connect(&m_menu, &QMenu::aboutToShow, &m_popover, &QWidget::hide);
+    connect(&m_menu, &QMenu::aboutToShow, this, [this] {
+        if (m_popover)
+            m_popover->hide();
+    });
     connect(&m_menu, &StatusMenu::recordRequested, &m_appState, &AppState::toggleRecording);
     connect(&m_menu, &StatusMenu::panelRequested, this, &StatusBarController::openPanel);
     connect(&m_menu, &StatusMenu::webRequested, this, &StatusBarController::openWeb);
@@ -117,16 +130,22 @@ void StatusBarController::configureMenu()
     connect(&m_menu, &StatusMenu::quitRequested, qGuiApp, &QCoreApplication::quit);
 }
 
-void StatusBarController::configurePopover()
+/// Made only now: it takes as long as all the rest of a start.
+PopoverWindow &StatusBarController::popover()
 {
-    connect(m_view, &PopoverView::minimiseRequested, &m_popover, &QWidget::hide);
+    if (m_popover)
+        return *m_popover;
+    auto *const view = new PopoverView(m_appState, m_auth, m_workspace, m_origin);
+    m_popover = std::make_unique<PopoverWindow>(view);
+    connect(view, &PopoverView::minimiseRequested, m_popover.get(), &QWidget::hide);
     for (QAction *const command : m_menu.actions()) {
         if (command->shortcut().isEmpty())
             continue;
-        auto *const keys = new QShortcut(command->shortcut(), &m_popover);
+        auto *const keys = new QShortcut(command->shortcut(), m_popover.get());
         keys->setAutoRepeat(false);
         connect(keys, &QShortcut::activated, command, &QAction::trigger);
     }
+    return *m_popover;
 }
 
 void StatusBarController::handleClick(QSystemTrayIcon::ActivationReason reason)
@@ -147,15 +166,15 @@ void StatusBarController::handleClick(QSystemTrayIcon::ActivationReason reason)
 void StatusBarController::togglePopover()
 {
     const auto icon = iconPlace();
-    m_popover.toggleBeside(icon ? icon : pointerPlace());
+    popover().toggleBeside(icon ? icon : pointerPlace());
 }
 
 void StatusBarController::openPanel()
 {
-    if (QApplication::activeWindow() == &m_popover)
-        m_popover.hide();
+    if (QApplication::activeWindow() == &popover())
+        popover().hide();
     else
-        m_popover.openBeside(iconPlace());
+        popover().openBeside(iconPlace());
 }
 
 void StatusBarController::openWeb()

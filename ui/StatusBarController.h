@@ -15,7 +15,6 @@
 
 class AppState;
 class AuthClient;
-class PopoverView;
 class Workspace;
 
 enum class IconClick { nothing, togglesPopover, opensMenu };
@@ -64,20 +63,21 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    void configurePopover();
+    PopoverWindow &popover();
     void configureMenu();
+    void prepare();
     void handleClick(QSystemTrayIcon::ActivationReason reason);
     void refreshIcon();
     void refreshMessage();
     std::optional<QRect> iconPlace() const;
 
     AppState &m_appState;
+    AuthClient &m_auth;
     const std::function<void()> m_openPreferences;
     const std::function<void()> m_openOnboarding;
     Workspace &m_workspace;
     const ConfiguredOrigin m_origin;
-    PopoverView *const m_view; ///< of m_popover, which owns it
-    PopoverWindow m_popover;
+    std::unique_ptr<PopoverWindow> m_popover; // by popover(), which makes it
     StatusMenu m_menu;
     std::unique_ptr<QSystemTrayIcon> m_icon; // none before there is a tray
 };

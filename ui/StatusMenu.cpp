@@ -60,7 +60,7 @@ StatusMenu::StatusMenu(AppState &appState)
 {
     setObjectName(u"statusMenu"_s);
     buildMenu();
-    refresh();
+    refreshRecord();
     connect(this, &QMenu::aboutToShow, this, &StatusMenu::refresh);
     connect(this, &QMenu::aboutToHide, this, [this] { m_isShownHere = false; });
     connect(&m_appState, &AppState::stateChanged, this, &StatusMenu::refreshRecord);
@@ -69,7 +69,12 @@ StatusMenu::StatusMenu(AppState &appState)
 void StatusMenu::setExported(bool isExported)
 {
     m_isExported = isExported;
-    refillRecents();
+}
+
+void StatusMenu::prepare()
+{
+    if (m_recents->isEmpty())
+        refresh();
 }
 
 void StatusMenu::popUpAt(const QPoint &place)
@@ -103,13 +108,13 @@ void StatusMenu::changeEvent(QEvent *event)
 {
     QMenu::changeEvent(event);
     if (event->type() == QEvent::PaletteChange && m_web)
-        refresh();
+        refreshWebIcon();
 }
 
 void StatusMenu::refresh()
 {
     refreshRecord();
-    m_web->setIcon(symbol(u"link", palette().color(QPalette::WindowText)));
+    refreshWebIcon();
     m_recents->menuAction()->setEnabled(!m_appState.recents().isEmpty());
     refillRecents();
 }
@@ -119,6 +124,11 @@ void StatusMenu::refreshRecord()
     const RecordingState state = m_appState.state();
     m_record->setText(recordText(state));
     m_record->setEnabled(state != RecordingState::stopping);
+}
+
+void StatusMenu::refreshWebIcon()
+{
+    m_web->setIcon(symbol(u"link", palette().color(QPalette::WindowText)));
 }
 
 void StatusMenu::refillRecents()

@@ -23,6 +23,9 @@ public:
     /// Whether the desktop draws the menu, rather than this process.
     void setExported(bool isExported);
 
+    /// Fills it for a desktop that asks for the items before the first opening.
+    void prepare();
+
     /// Opens it here, whoever draws it otherwise.
     void popUpAt(const QPoint &place);
 
@@ -41,6 +44,7 @@ private:
     void buildMenu();
     void refresh();
     void refreshRecord();
+    void refreshWebIcon();
     void refillRecents();
 
     AppState &m_appState;

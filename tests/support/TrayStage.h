@@ -59,14 +59,20 @@ public:
         qFatal("the menu has no such item");
     }
 
-    /// The window that a click on the icon opens.
+    /// The window that a click on the icon opens; made a moment after the icon.
     static QWidget &popover()
     {
-        for (QWidget *const window : QApplication::topLevelWidgets()) {
-            if (window->objectName() == QLatin1String("popover"))
-                return *window;
-        }
-        qFatal("there is no popover");
+        QWidget *popover = nullptr;
+        const auto isThere = [&popover] {
+            for (QWidget *const window : QApplication::topLevelWidgets()) {
+                if (window->objectName() == QLatin1String("popover"))
+                    popover = window;
+            }
+            return popover;
+        };
+        if (!QTest::qWaitFor(isThere))
+            qFatal("there is no popover");
+        return *popover;
     }
 
     /// An entry of the list; \p meeting is empty for one that is not uploaded.
