@@ -9,14 +9,12 @@
 #include <algorithm>
 #include <cmath>
 
-using namespace std::chrono_literals;
-
 namespace
 {
 
 constexpr double gap = 1;
-constexpr auto activeInterval = 33'333us; // a thirtieth of a second
-constexpr auto idleInterval = 125ms;
+constexpr Timeline::Frames activeInterval{2};
+constexpr Timeline::Frames idleInterval{8}; // an eighth of a second would be seven and a half
 
 } // namespace
 
@@ -24,7 +22,9 @@ LevelMeter::LevelMeter(int bars, QWidget *parent)
     : QWidget(parent)
     , m_bars(bars)
     , m_timeline(new Timeline(*this))
+    , m_ground(MS::bg2)
 {
+    setAttribute(Qt::WA_OpaquePaintEvent);
     setFixedSize(40, 14);
     m_timeline->setInterval(idleInterval);
 }
@@ -43,6 +43,12 @@ void LevelMeter::setActive(bool isActive)
     update();
 }
 
+void LevelMeter::setGround(const QColor &ground)
+{
+    m_ground = ground;
+    update();
+}
+
 double LevelMeter::fill(int i, double seconds) const
 {
     const double t = seconds * (m_isActive ? 8.0 : 1.4);
@@ -54,6 +60,7 @@ double LevelMeter::fill(int i, double seconds) const
 void LevelMeter::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
+    painter.fillRect(rect(), m_ground);
     painter.setRenderHint(QPainter::Antialiasing);
     const double seconds = Timeline::seconds();
     for (int i = 0; i < m_bars; ++i) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QWidget>
 
 class Timeline;
@@ -17,6 +18,9 @@ public:
     void setLevel(double level);
     void setActive(bool isActive);
 
+    /// The colour behind the bars: what moves paints it itself, so that nothing else is painted.
+    void setGround(const QColor &ground);
+
     /// How much of the height bar \p i, counted from 0, takes at \p seconds since 1970: 0 to 1.
     double fill(int i, double seconds) const;
 
@@ -28,4 +32,5 @@ private:
     Timeline *m_timeline;
     double m_level = 0;
     bool m_isActive = false;
+    QColor m_ground;
 };

@@ -5,6 +5,7 @@
 #include "ui/RecordButton.h"
 #include "ui/RecordingLook.h"
 #include "ui/TextLabel.h"
+#include "ui/Timeline.h"
 #include "ui/ToggleRow.h"
 #include "ui/Waveform.h"
 
@@ -15,11 +16,10 @@
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace
 {
-constexpr auto levelInterval = 50ms;
+constexpr Timeline::Frames levelInterval{3};
 constexpr int waveformBars = 40;
 constexpr double waveformSeed = 1.0;
 constexpr int waveformHeight = 28;
@@ -38,6 +38,7 @@ RecordButton::Look buttonLook(const AppState &app)
 LiveBlock::LiveBlock(AppState &app, QWidget *parent)
     : QWidget(parent)
     , m_app(app)
+    , m_polling(new Timeline(*this, [this] { showLevels(); }))
     , m_record(new RecordButton(this))
     , m_timer(new TextLabel({}, MS::timerFont(), MS::muted, this))
     , m_waveform(new Waveform(waveformBars, waveformSeed, this))
@@ -57,8 +58,6 @@ LiveBlock::LiveBlock(AppState &app, QWidget *parent)
     connect(&m_app, &AppState::stateChanged, this, &LiveBlock::refresh);
     connect(&m_app, &AppState::sourcesChanged, this, &LiveBlock::refresh);
     connect(&m_app, &AppState::elapsedChanged, this, &LiveBlock::refreshTimer);
-    m_polling.setInterval(levelInterval);
-    connect(&m_polling, &QTimer::timeout, this, &LiveBlock::showLevels);
     refresh();
 }
 
@@ -96,8 +95,9 @@ void LiveBlock::refresh()
     m_system->setCapturing(live && m_app.systemAudioOn());
     m_mic->setOn(m_app.micOn());
     m_mic->setCapturing(live && m_app.micOn());
+    m_polling->setInterval(live ? levelInterval : Timeline::Frames(0));
     refreshTimer();
-    refreshPolling();
+    showLevels();
 }
 
 void LiveBlock::refreshTimer()
@@ -115,33 +115,11 @@ void LiveBlock::refreshTimer()
         show(u"00:00:00"_s, MS::timerFont(), MS::muted);
 }
 
-void LiveBlock::refreshPolling()
-{
-    const bool isNeeded = isVisible() && isLive(m_app.state());
-    if (isNeeded == m_polling.isActive())
-        return;
-    if (isNeeded)
-        m_polling.start();
-    else
-        m_polling.stop();
-    showLevels();
-}
-
 void LiveBlock::showLevels()
 {
     const auto levels =
-        m_polling.isActive() ? m_app.recorder().currentLevels() : AudioRecorder::Levels();
+        isLive(m_app.state()) ? m_app.recorder().currentLevels() : AudioRecorder::Levels();
     m_waveform->setLevel(std::max(levels.system, levels.mic));
     m_system->setLevel(levels.system);
     m_mic->setLevel(levels.mic);
-}
-
-void LiveBlock::showEvent(QShowEvent *)
-{
-    refreshPolling();
-}
-
-void LiveBlock::hideEvent(QHideEvent *)
-{
-    refreshPolling();
 }

@@ -6,13 +6,10 @@
 
 #include <QPainter>
 #include <QPen>
-#include <QPixmap>
-#include <QPixmapCache>
 
 #include <cmath>
 
 using namespace Qt::StringLiterals;
-using namespace std::chrono_literals;
 
 namespace
 {
@@ -103,17 +100,9 @@ void paintGlyph(QPainter &painter, QPointF centre, Look look)
     }
 }
 
-// What stands still. Kept, as it is the costliest to draw and is needed at every tick.
 QPixmap face(Look look, bool isDown, bool hasFocus, double pixelRatio)
 {
-    const QString key = u"record button %1 %2 %3 %4"_s.arg(static_cast<int>(look))
-                            .arg(isDown)
-                            .arg(hasFocus)
-                            .arg(pixelRatio);
-    QPixmap pixmap;
-    if (QPixmapCache::find(key, &pixmap))
-        return pixmap;
-    pixmap = QPixmap((QSizeF(side, side) * pixelRatio).toSize());
+    QPixmap pixmap((QSizeF(side, side) * pixelRatio).toSize());
     pixmap.setDevicePixelRatio(pixelRatio);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);
@@ -132,7 +121,6 @@ QPixmap face(Look look, bool isDown, bool hasFocus, double pixelRatio)
         painter.drawEllipse(around(centre, 72));
     }
     painter.end();
-    QPixmapCache::insert(key, pixmap);
     return pixmap;
 }
 
@@ -154,7 +142,7 @@ void RecordButton::setLook(Look look)
     m_look = look;
     setAvailable(look == Look::idle || look == Look::live);
     setAccessibleName(nameOf(look));
-    m_timeline->setInterval(look == Look::disabled ? 0us : 33'333us);
+    m_timeline->setInterval(Timeline::Frames(look == Look::disabled ? 0 : 2));
     update();
 }
 
@@ -170,15 +158,27 @@ bool RecordButton::hitButton(const QPoint &position) const
     return std::hypot(fromCentre.x(), fromCentre.y()) <= (ringDiameter + ringLine) / 2;
 }
 
+// Only now, as the toolkit's style takes this from every button that it is made for.
+void RecordButton::showEvent(QShowEvent *)
+{
+    setAttribute(Qt::WA_OpaquePaintEvent);
+}
+
 void RecordButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
+    painter.fillRect(rect(), MS::bg2);
     painter.setRenderHint(QPainter::Antialiasing);
     const double pixelRatio = devicePixelRatioF();
     if (const QColor accent = accentOf(m_look); accent.isValid())
         painter.drawImage(
             QPointF(), RecordButtonRipple::picture(side, pixelRatio, accent, Timeline::seconds()));
-    painter.drawPixmap(QPointF(), face(m_look, isDown(), hasFocus(), pixelRatio));
+    const FaceState state{m_look, isDown(), hasFocus(), pixelRatio};
+    if (m_faceState != state) {
+        m_face = face(m_look, isDown(), hasFocus(), pixelRatio);
+        m_faceState = state;
+    }
+    painter.drawPixmap(QPointF(), m_face);
     if (m_look == Look::stopping)
         paintSpinner(painter, QRectF(rect()).center(), Timeline::seconds());
 }

@@ -2,6 +2,8 @@
 
 #include "ui/DrawnButton.h"
 
+#include <QPixmap>
+
 class Timeline;
 
 /// The large round button that starts and stops a recording, 100 x 100 with the rings that spread
@@ -22,9 +24,21 @@ public:
 
 protected:
     bool hitButton(const QPoint &position) const override;
+    void showEvent(QShowEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
 
 private:
+    struct FaceState {
+        Look look = Look::disabled;
+        bool isDown = false;
+        bool hasFocus = false;
+        double pixelRatio = 0;
+
+        bool operator==(const FaceState &) const = default;
+    };
+
     Look m_look = Look::disabled;
     Timeline *m_timeline;
+    QPixmap m_face; ///< what stands still, and is the costliest to draw, as it was last
+    FaceState m_faceState;
 };

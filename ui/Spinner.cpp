@@ -5,14 +5,13 @@
 
 #include <QPainter>
 
-#include <chrono>
 #include <cmath>
 
 namespace
 {
 constexpr int side = 14;
 constexpr double line = 2.0;
-constexpr std::chrono::milliseconds interval{50};
+constexpr Timeline::Frames interval{3};
 constexpr double groundOpacity = 0.25;
 } // namespace
 

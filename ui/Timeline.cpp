@@ -3,6 +3,8 @@
 #include <QEvent>
 #include <QWidget>
 
+#include <utility>
+
 namespace
 {
 
@@ -16,31 +18,27 @@ double (*currentClock)() = systemSeconds;
 
 } // namespace
 
-Timeline::Timeline(QWidget &part)
+Timeline::Timeline(QWidget &part, std::function<void()> tick)
     : QObject(&part)
     , m_part(part)
+    , m_tick(tick ? std::move(tick) : [&part] { part.update(); })
     , m_timer(this)
 {
     m_timer.setSingleShot(true);
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, [this] {
-        m_part.update();
+        m_tick();
         waitForTick();
     });
     m_part.installEventFilter(this);
 }
 
-void Timeline::setInterval(std::chrono::microseconds interval)
+void Timeline::setInterval(Frames interval)
 {
     if (m_interval == interval)
         return;
     m_interval = interval;
     run();
-}
-
-std::chrono::microseconds Timeline::interval() const
-{
-    return m_timer.isActive() ? m_interval : std::chrono::microseconds(0);
 }
 
 double Timeline::seconds()
@@ -72,6 +70,7 @@ void Timeline::waitForTick()
 {
     // The timer counts whole milliseconds: rounded up, it never fires before the tick.
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    const auto left = m_interval - now % m_interval;
-    m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(left));
+    const auto frame = std::chrono::floor<Frames>(now);
+    const auto next = frame - frame % m_interval + m_interval;
+    m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(next - now));
 }

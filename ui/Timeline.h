@@ -4,26 +4,28 @@
 #include <QTimer>
 
 #include <chrono>
+#include <functional>
+#include <ratio>
 
 class QWidget;
 
 /// Repaints a part of a panel at an interval, for as long as that part is visible. Owned by the
 /// part. Main thread.
 ///
-/// The ticks of all parts fall on multiples of their intervals, so that those which are due at the
-/// same time are painted and sent to the screen together.
+/// The ticks of all parts fall on multiples of their intervals, which are counted in the same
+/// frames: those which are due at the same time are painted and sent to the screen together.
 class Timeline : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit Timeline(QWidget &part);
+    using Frames = std::chrono::duration<qint64, std::ratio<1, 60>>;
+
+    /// \p tick is called instead of a repaint where one is given.
+    explicit Timeline(QWidget &part, std::function<void()> tick = {});
 
     /// Zero: the part stands still.
-    void setInterval(std::chrono::microseconds interval);
-
-    /// The interval at which the part is repainted now: zero while it is hidden or stands still.
-    std::chrono::microseconds interval() const;
+    void setInterval(Frames interval);
 
     /// Now, in seconds since 1970: what every moving part draws.
     static double seconds();
@@ -38,6 +40,7 @@ private:
     void waitForTick();
 
     QWidget &m_part;
+    const std::function<void()> m_tick;
     QTimer m_timer;
-    std::chrono::microseconds m_interval{0};
+    Frames m_interval{0};
 };

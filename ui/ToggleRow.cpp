@@ -46,6 +46,7 @@ void ToggleRow::setOn(bool isOn)
 {
     m_switch->setChecked(isOn);
     m_icon->setSymbol(m_iconName, isOn ? MS::amber : MS::muted);
+    m_meter->setGround(isOn ? MS::bg : MS::bg2);
     update();
 }
 

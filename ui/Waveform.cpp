@@ -9,14 +9,12 @@
 #include <algorithm>
 #include <cmath>
 
-using namespace std::chrono_literals;
-
 namespace
 {
 
 constexpr double gap = 2;
-constexpr auto liveInterval = 50ms;
-constexpr auto idleInterval = 166'667us; // a sixth of a second
+constexpr Timeline::Frames liveInterval{3};
+constexpr Timeline::Frames idleInterval{10};
 
 // What is no number counts as silence.
 double share(double value)
@@ -34,6 +32,7 @@ Waveform::Waveform(int bars, double seed, QWidget *parent)
     , m_barColor(MS::ghost)
     , m_playedColor(MS::amber)
 {
+    setAttribute(Qt::WA_OpaquePaintEvent);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_timeline->setInterval(idleInterval);
 }
@@ -93,6 +92,7 @@ QColor Waveform::colorOf(int i) const
 void Waveform::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
+    painter.fillRect(rect(), MS::bg2);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     const double phase = Timeline::seconds() * (m_isLive ? 3.2 : 0.6);

@@ -6,7 +6,7 @@
 class Timeline;
 
 /// A row of rounded bars that swings like a sound: fast and as high as the level while live, slowly
-/// otherwise. As wide as it is given room. Main thread.
+/// otherwise. As wide as it is given room, on the ground of the panel. Main thread.
 class Waveform : public QWidget
 {
     Q_OBJECT
