@@ -6,6 +6,7 @@
 // and looks at the screen to see when the panel is painted. The list has 10,000 entries.
 
 #include "core/RecentsFile.h"
+#include "core/RecordingFile.h"
 #include "core/SessionText.h"
 #include "platform/linux/desktop/SystemClock.h"
 #include "tests/support/TrayHost.h"
@@ -192,12 +193,16 @@ void writeList()
     QList<RecentSession> sessions;
     for (int i = 0; i < entryCount; ++i) {
         const QDateTime start = clock.now().addSecs(-i * 3600LL);
+        const QString name = start.toString(u"'recording-'yyyy-MM-dd-HH-mm-ss'.m4a'"_s);
+        const QUrl file = QUrl::fromLocalFile(QDir(folder).filePath(name));
         sessions.append(RecentSession{.title = u"周会：第 %1 次讨论"_s.arg(i),
                                       .duration = u"1h 2m"_s,
                                       .durationSeconds = 3720,
                                       .when = relativeTime(start, clock.now()),
                                       .startedAt = start,
-                                      .remoteID = u"meeting-%1"_s.arg(i)});
+                                      .fileURL = file,
+                                      .remoteID = u"meeting-%1"_s.arg(i),
+                                      .clientRecordingId = clientRecordingId(file)});
     }
     require(RecentsFile(clock).save(folder, sessions).has_value(), "the list cannot be written");
 }
