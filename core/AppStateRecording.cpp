@@ -8,7 +8,6 @@
 #include <QCoroSignal>
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QPointer>
 
 #include <algorithm>
@@ -36,16 +35,6 @@ RecentSession untitledEntry(const QUrl &file, double seconds, const QDateTime &s
 QString cleanPath(const QUrl &file)
 {
     return QDir::cleanPath(file.toLocalFile());
-}
-
-/// Those of the listed files that are not the folder to record into.
-QStringList otherFolders(const RecordingSettings &settings)
-{
-    QSet<QString> folders;
-    for (const QString &path : settings.listedFiles)
-        folders.insert(QFileInfo(path).path());
-    folders.remove(cleanPath(settings.saveDirectory));
-    return folders.values();
 }
 
 /// Whether the entry was made when the list had to be rebuilt from the files, by whatever start:
@@ -185,17 +174,8 @@ QCoro::Task<> AppState::recoverRecordings()
     if (!self)
         co_return;
     auto settings = recoverySettings();
-    const QStringList earlierFolders = otherFolders(settings);
     const QDateTime listSavedAt = m_recentsFile.savedAt();
-    auto unlisted = co_await m_recorder.unlistedRecordings(settings, listSavedAt);
-    // The save folder may have been changed during the recording.
-    const QDateTime neverSaved;
-    for (const QString &folder : earlierFolders) {
-        if (!self || stop.stop_requested())
-            break;
-        settings.saveDirectory = QUrl::fromLocalFile(folder);
-        unlisted += co_await m_recorder.unlistedRecordings(settings, neverSaved);
-    }
+    const auto unlisted = co_await m_recorder.unlistedRecordings(std::move(settings), listSavedAt);
     for (const UnlistedRecording &recording : unlisted) {
         if (!self || stop.stop_requested())
             break;

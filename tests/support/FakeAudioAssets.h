@@ -3,7 +3,6 @@
 #include "platform/AudioAssets.h"
 #include "tests/support/Script.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -62,13 +61,10 @@ public:
         co_return Finished();
     }
 
-    QCoro::Task<QStringList> abandonedTracks(QString folder, QStringList) override
+    QCoro::Task<QStringList> abandonedTracks(QString, QStringList) override
     {
         co_await m_script.reach(QStringLiteral("abandoned"));
-        QStringList found = abandoned;
-        found.removeIf([&folder](const QString &path) {
-            return QDir(QFileInfo(path).path()) != QDir(folder);
-        });
+        const QStringList found = abandoned;
         co_return found;
     }
 
