@@ -117,23 +117,36 @@ std::expected<void, Error> FragmentWriter::restoreWhenRemoved()
     if (m_file.isAt(m_path))
         return {};
     QDir().mkpath(QFileInfo(m_path).path());
-    const QString part = partPath(m_path);
-    auto file = OutputFile::create(part);
+    // On a volume that is back, the earlier part stands there: only a whole copy replaces it.
+    return keep(QFileInfo::exists(m_path) ? replaceByCopy() : copyAnew());
+}
+
+std::expected<void, Error> FragmentWriter::copyAnew()
+{
+    auto file = OutputFile::create(m_path);
     if (!file)
-        return keep(std::unexpected(file.error()));
+        return std::unexpected(file.error());
     const auto copied = file->copyFrom(m_file, m_end);
-    if (!copied) { // as much of it as there is room for
+    if (!copied) // as much of it as there is room for
         (void)file->truncate(fragmentEndBefore(file->size().value_or(0)));
-        // On a volume that is back the earlier part may stand there, and may be more.
-        if (QFileInfo::exists(m_path)) {
-            QFile::remove(part);
-            return keep(copied);
-        }
-    }
-    if (const auto published = publishPart(m_path); !published)
-        return keep(published);
     m_file = *std::move(file);
-    return keep(copied);
+    return copied;
+}
+
+std::expected<void, Error> FragmentWriter::replaceByCopy()
+{
+    auto file = OutputFile::create(partPath(m_path));
+    if (!file)
+        return std::unexpected(file.error());
+    auto copied = file->copyFrom(m_file, m_end);
+    if (copied)
+        copied = file->sync();
+    if (!copied) {
+        QFile::remove(partPath(m_path));
+        return copied;
+    }
+    m_file = *std::move(file);
+    return publishPart(m_path);
 }
 
 qint64 FragmentWriter::fragmentEndBefore(qint64 limit) const
