@@ -1,5 +1,7 @@
 #include "platform/linux/media/Libav.h"
 
+#include "base/Logger.h"
+
 #include <QLibrary>
 
 #include <array>
@@ -9,6 +11,8 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+constexpr Logger logger("audio");
+
 Libav loadedFunctions;
 
 /// One of the two, in the version that we were compiled with. It stays loaded.
@@ -81,6 +85,8 @@ std::expected<void, Error> loadLibav()
         return {};
     av_log_set_callback([](void *, int, const char *, va_list) {});
     const auto found = findFunctions(loadedFunctions);
+    if (!found)
+        logger.error(found.error().description());
     isLoaded = found.has_value();
     return found;
 }

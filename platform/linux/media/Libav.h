@@ -15,7 +15,9 @@ extern "C" {
 /// What we use of libavcodec and libavformat, under the names that it has there.
 ///
 /// They are not linked, because they bring some seventy libraries along, which cost every start 25
-/// ms and 13 MB: they are loaded when the first sound is encoded or read.
+/// ms and 13 MB: they are loaded when the first sound is encoded or read. The price: where a newer
+/// system has replaced them since the start, the first recording fails, and says so, until the
+/// program is started anew.
 struct Libav {
     // libavcodec
     decltype(&::av_new_packet) av_new_packet = nullptr;

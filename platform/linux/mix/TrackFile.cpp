@@ -45,6 +45,9 @@ std::expected<TrackFacts, Error> inspectFragmented(const QString &path, const Aa
 
 std::expected<TrackFacts, Error> inspectTrack(const QString &path)
 {
+    // Whoever asks wants to read on, and may do so on the main thread, which must not wait for it.
+    if (const auto loaded = loadLibav(); !loaded)
+        return std::unexpected(loaded.error());
     if (const auto fragments = FragmentReader::open(path))
         return inspectFragmented(path, fragments->format());
     const auto file = openIndexedFile(path);
