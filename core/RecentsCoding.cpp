@@ -248,7 +248,10 @@ std::optional<QList<RecentSession>> decodeRecents(const QByteArray &content)
 {
     simdjson::dom::parser parser;
     simdjson::dom::array entries;
-    const auto parsed = parser.parse(content.data(), static_cast<std::size_t>(content.size()));
+    // An editor may have put a mark in front.
+    const std::string_view text(content.data(), static_cast<std::size_t>(content.size()));
+    const std::size_t mark = text.starts_with("\xef\xbb\xbf") ? 3 : 0;
+    const auto parsed = parser.parse(text.data() + mark, text.size() - mark);
     if (parsed.get(entries) != simdjson::SUCCESS)
         return std::nullopt;
     QList<RecentSession> sessions;

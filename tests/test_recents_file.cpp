@@ -168,6 +168,7 @@ private Q_SLOTS:
         row("one", list(entry), 1);
         row("none", "[]", 0);
         row("white space", " [\n" + entry + " ,\t" + entry + "\r\n] ", 2);
+        row("byte order mark", "\xef\xbb\xbf" + list(entry), 1);
         row("unknown member", list(withMember("later", "{\"a\":[1]}")), 1);
         row("null for an optional member", list(withMember("remoteID", "null")), 1);
         row("number as 3.72e3", list(withMember("durationSeconds", "3.72e3")), 1);
