@@ -89,7 +89,7 @@ void AppState::setLastError(const QString &message)
 QList<RecentSession> &AppState::list() const
 {
     if (m_loading.isValid())
-        m_recents = m_recentsFile.adopt(std::exchange(m_loading, {}).result());
+        m_recents = m_recentsFile.finishLoading(std::exchange(m_loading, {}).result());
     return m_recents;
 }
 

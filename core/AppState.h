@@ -65,6 +65,9 @@ public:
     /// Newest first. Waits for the list where it is still being loaded.
     const QList<RecentSession> &recents() const { return list(); }
 
+    /// Completes once recents() no longer waits.
+    QCoro::Task<> loaded();
+
     AudioRecorder &recorder() { return m_recorder; }
 
     /// Starts or stops a recording. Returns at once; nothing happens while either is under way.
@@ -123,8 +126,6 @@ private:
     QList<RecentSession> &list() const;
     void saveRecents();
 
-    /// Completes when the list is there without waiting.
-    QCoro::Task<> loaded();
     QCoro::Task<> saveLoaded();
 
     /// For a save that nobody waits for: a list of ten thousand would hold up the main thread for

@@ -116,7 +116,7 @@ RecentsFile::RecentsFile(const Clock &clock)
 
 QList<RecentSession> RecentsFile::load(const QString &folder)
 {
-    return adopt(read(folder, m_clock.now().toUTC()));
+    return finishLoading(read(folder, m_clock.now().toUTC()));
 }
 
 QFuture<RecentsFile::Loaded> RecentsFile::startLoading(const QString &folder) const
@@ -124,7 +124,7 @@ QFuture<RecentsFile::Loaded> RecentsFile::startLoading(const QString &folder) co
     return inBackground([folder, now = m_clock.now().toUTC()] { return read(folder, now); });
 }
 
-QList<RecentSession> RecentsFile::adopt(const Loaded &loaded)
+QList<RecentSession> RecentsFile::finishLoading(const Loaded &loaded)
 {
     m_savedAt = loaded.savedAt;
     if (m_savedAt.isValid())

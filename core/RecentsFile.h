@@ -20,7 +20,8 @@ class Pending;
 }
 
 /// The recents list on disk: the hidden file ".sessions.json" in the folder of the recordings.
-/// Owned by AppState, which holds the list itself. Main thread; returns when the disk is done.
+/// Owned by AppState, which holds the list itself. Main thread. What is no future returns when the
+/// disk is done.
 class RecentsFile
 {
 public:
@@ -38,9 +39,9 @@ public:
         QDateTime savedAt; ///< invalid: there was no usable file
     };
 
-    /// load() in two halves: a long list is read in the background, and taken over by adopt().
+    /// load() in two halves, the slow one in the background.
     QFuture<Loaded> startLoading(const QString &folder) const;
-    QList<RecentSession> adopt(const Loaded &loaded);
+    QList<RecentSession> finishLoading(const Loaded &loaded);
 
     /// When the list that was loaded had been saved; invalid where there was none.
     const QDateTime &savedAt() const { return m_savedAt; }

@@ -364,6 +364,22 @@ private Q_SLOTS:
         QTRY_COMPARE(stored().first().status, RecentSession::Status::ready);
     }
 
+    void listCanBeChangedWhileItLoads()
+    {
+        Stage stage;
+        QList<RecentSession> entries;
+        for (int i = 0; i < 3000; ++i)
+            entries.append(AppRig::entry(QString::number(i)));
+        RecentsFile file(stage.rig.clock);
+        QVERIFY(file.save(stage.rig.home.path(), entries));
+        AppState app(stage.rig.platform(), stage.service.uploader(), stage.prefs);
+        app.startUpload(entries.last().id); // of somebody who is signed out
+        const auto stored = file.load(stage.rig.home.path());
+        QCOMPARE(stored.size(), entries.size());
+        QCOMPARE(stored.last().uploadProgress, u"未登录"_s);
+        QCOMPARE(app.recents().last().uploadProgress, u"未登录"_s);
+    }
+
     void sameSecondTwiceLosesNothing()
     {
         Stage stage;

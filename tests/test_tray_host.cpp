@@ -79,6 +79,7 @@ private Q_SLOTS:
         QVERIFY(!stage.statusBar);
         host->addHost();
         QVERIFY(host->waitForIcon());
+        QTRY_COMPARE(host->readMenu().value(4).items.size(), 2);
 
         host->click(640, 10);
         QTRY_VERIFY(stage.popover().isVisible());

@@ -45,6 +45,8 @@ void LevelMeter::setActive(bool isActive)
 
 void LevelMeter::setGround(const QColor &ground)
 {
+    if (m_ground == ground)
+        return;
     m_ground = ground;
     update();
 }

@@ -158,7 +158,7 @@ bool RecordButton::hitButton(const QPoint &position) const
     return std::hypot(fromCentre.x(), fromCentre.y()) <= (ringDiameter + ringLine) / 2;
 }
 
-// Only now, as the toolkit's style takes this from every button that it is made for.
+// Only now: when the style polishes a button, it takes this away.
 void RecordButton::showEvent(QShowEvent *)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);

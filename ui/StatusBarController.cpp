@@ -1,5 +1,6 @@
 #include "ui/StatusBarController.h"
 
+#include "base/Tasks.h"
 #include "cloud/PresentableText.h"
 #include "core/AppState.h"
 #include "platform/Workspace.h"
@@ -11,6 +12,7 @@
 #include <QCursor>
 #include <QEvent>
 #include <QPalette>
+#include <QPointer>
 #include <QShortcut>
 #include <QTimer>
 
@@ -104,12 +106,16 @@ void StatusBarController::showIcon(bool menuIsExported)
     refreshIcon();
     m_icon->show();
     refreshMessage();
-    QTimer::singleShot(preparationDelay, this, &StatusBarController::prepare);
+    QTimer::singleShot(preparationDelay, this, [this] { runDetached(prepare()); });
 }
 
 /// So that the first click does not wait for it.
-void StatusBarController::prepare()
+QCoro::Task<> StatusBarController::prepare()
 {
+    const QPointer self(this);
+    co_await m_appState.loaded();
+    if (!self)
+        co_return;
     popover();
     m_menu.prepare();
 }

@@ -4,6 +4,7 @@
 #include "ui/PopoverWindow.h"
 #include "ui/StatusMenu.h"
 
+#include <QCoroTask>
 #include <QObject>
 #include <QRect>
 #include <QString>
@@ -65,7 +66,7 @@ protected:
 private:
     PopoverWindow &popover();
     void configureMenu();
-    void prepare();
+    QCoro::Task<> prepare();
     void handleClick(QSystemTrayIcon::ActivationReason reason);
     void refreshIcon();
     void refreshMessage();

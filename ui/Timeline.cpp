@@ -28,7 +28,7 @@ Timeline::Timeline(QWidget &part, std::function<void()> tick)
     m_timer.setTimerType(Qt::PreciseTimer);
     connect(&m_timer, &QTimer::timeout, this, [this] {
         m_tick();
-        waitForTick();
+        run();
     });
     m_part.installEventFilter(this);
 }

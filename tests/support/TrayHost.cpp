@@ -122,6 +122,11 @@ QList<TrayHost::MenuItem> TrayHost::openMenu() const
     auto opening = call(menuInterface, u"AboutToShow"_s);
     opening << 0;
     ask(opening);
+    return readMenu();
+}
+
+QList<TrayHost::MenuItem> TrayHost::readMenu() const
+{
     auto question = call(menuInterface, u"GetLayout"_s);
     question << 0 << -1 << QStringList();
     const auto layout = ask(question).arguments().value(1);

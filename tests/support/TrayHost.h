@@ -41,7 +41,8 @@ public:
     /// Clicks the icon at this place of the screen.
     void click(int x, int y) const;
 
-    /// What the icon's menu holds when it is opened. Empty where it does not answer.
+    /// What the icon's menu holds, now and when it is opened. Empty where it does not answer.
+    QList<MenuItem> readMenu() const;
     QList<MenuItem> openMenu() const;
     void choose(const MenuItem &item) const;
 
