@@ -59,8 +59,8 @@ class CaptureService
 public:
     virtual ~CaptureService() = default;
 
-    /// The outputs that can be captured. Fails where access is refused or the sound server cannot be
-    /// reached.
+    /// The outputs that can be captured. Fails where access is refused or the sound server cannot
+    /// be reached.
     virtual QCoro::Task<std::expected<QList<CaptureTarget>, Error>> targets() = 0;
 
     /// A stream that follows the default output, starting at \p target. Never null.

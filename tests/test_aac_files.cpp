@@ -30,6 +30,7 @@ void muxPlain(const QString &path, const EncodedSound &sound)
 std::vector<AacPacket> manyPackets(const EncodedSound &sound, std::size_t count)
 {
     std::vector<AacPacket> packets;
+    packets.reserve(count);
     for (std::size_t i = 0; i < count; ++i)
         packets.push_back(sound.packets[i % sound.packets.size()]);
     return packets;

@@ -130,7 +130,7 @@ void SoakTest::misbehave()
 {
     const Exchange exchange = exchanges.at(upTo(int(exchanges.size())) - 1);
     const bool mustBeHonest = exchange == Exchange::objectUpload;
-    const QString fault =
+    const QString &fault =
         faults.at(upTo(mustBeHonest ? faultsOfHonestOnes : int(faults.size())) - 1);
     m_service->misbehave(exchange, *Misbehaviour::parse(fault), upTo(2));
     ++m_faults;
@@ -311,7 +311,7 @@ void SoakTest::verifyFolders()
             continue;
         const auto decoded = decodeFile(file);
         QVERIFY2(decoded && !decoded->fragmented &&
-                     decoded->frameCount() < 10 * decoded->sampleRate,
+                     decoded->frameCount() < 10LL * decoded->sampleRate,
                  qPrintable(file));
     }
 }

@@ -36,6 +36,7 @@ using namespace std::chrono_literals;
 /// moment between two removals otherwise.
 static std::chrono::milliseconds restAfterRemoval{0};
 
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name) theirs is reserved
 extern "C" int unlink(const char *path) noexcept
 {
     const auto result = static_cast<int>(::syscall(SYS_unlinkat, AT_FDCWD, path, 0));

@@ -17,6 +17,7 @@ QByteArray ServedSocket::readHead()
     return head;
 }
 
+// NOLINTBEGIN(readability-make-member-function-const) they change the connection
 QByteArray ServedSocket::read(qsizetype limit)
 {
     QByteArray bytes(limit, Qt::Uninitialized);
@@ -56,6 +57,7 @@ void ServedSocket::resetAtClose()
     const linger none{.l_onoff = 1, .l_linger = 0};
     setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &none, sizeof(none));
 }
+// NOLINTEND(readability-make-member-function-const)
 
 void ServedSocket::waitForEnd()
 {

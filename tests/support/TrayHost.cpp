@@ -62,7 +62,7 @@ public Q_SLOTS:
 Q_SIGNALS:
     // NOLINTNEXTLINE(readability-identifier-naming) the interface's own
     Q_SCRIPTABLE void StatusNotifierHostRegistered();
-    void itemCame(const QString &service);
+    void itemCame(const QString &); ///< its name on the bus
 
 private:
     bool m_hasHost;
