@@ -19,7 +19,7 @@ QString shown(const ServiceFailure &failure)
         {
             const QStringList cases{u"signFailed"_s,  u"ossPutFailed"_s, u"createMeetingFailed"_s,
                                     u"notLoggedIn"_s, u"unauthorized"_s, u"invalidResponse"_s};
-            const QString name = cases.at(static_cast<int>(error.kind()));
+            const QString &name = cases.at(static_cast<int>(error.kind()));
             return error.status() == 0
                        ? name
                        : u"%1 %2 %3"_s.arg(name, QString::number(error.status()), error.body());

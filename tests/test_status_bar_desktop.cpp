@@ -86,6 +86,7 @@ public:
                     std::chrono::seconds(1))
     {
         show();
+        // NOLINTNEXTLINE(cppcoreguidelines-prefer-member-initializer) it is there only now
         popover = &TrayStage::popover();
         // Where it stands before the tray has taken it is the other end of the screen.
         const auto isInTray = [this] { return iconCentre().x() > 640; };
@@ -191,15 +192,15 @@ private Q_SLOTS:
         QMenu &recents = desktop.recentsMenu();
         click(centre(desktop.menu(), recents.menuAction()));
         QTRY_VERIFY(recents.isVisible());
-        click(centre(recents, desktop.item(recents, u"本地"_s))); // not uploaded: stays open
+        click(centre(recents, Desktop::item(recents, u"本地"_s))); // not uploaded: stays open
         QCOMPARE(desktop.workspace.opened, QStringList());
-        click(centre(recents, desktop.item(recents, u"周会 && 计划"_s)));
+        click(centre(recents, Desktop::item(recents, u"周会 && 计划"_s)));
         QTRY_COMPARE(desktop.workspace.opened,
                      QStringList(u"https://s.example/app/meetings/meeting-1"_s));
         QTRY_VERIFY(!desktop.menu().isVisible());
 
         desktop.openMenu();
-        click(centre(desktop.menu(), desktop.item(desktop.menu(), u"打开主面板"_s)));
+        click(centre(desktop.menu(), Desktop::item(desktop.menu(), u"打开主面板"_s)));
         QTRY_VERIFY(desktop.popover->isVisible());
         QVERIFY(QTest::qWaitForWindowActive(desktop.popover));
     }
