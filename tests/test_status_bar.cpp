@@ -121,22 +121,22 @@ private Q_SLOTS:
         QCOMPARE(shown(stage.recentsMenu()), QStringList(u"暂无记录 (off)"_s));
 
         // A kept recording is in the list at the next opening.
-        stage.item(stage.menu(), u"开始录音"_s)->trigger();
+        TrayStage::item(stage.menu(), u"开始录音"_s)->trigger();
         QTRY_VERIFY(stage.app->elapsed() >= 10.0);
-        stage.item(stage.menu(), u"停止录音"_s)->trigger();
+        TrayStage::item(stage.menu(), u"停止录音"_s)->trigger();
         stage.waitFor(RecordingState::idle);
         visit(stage.menu());
         expected[4] = u"最近会议"_s;
         QCOMPARE(shown(stage.menu()), expected);
         QCOMPARE(stage.recentsMenu().actions().size(), 1);
 
-        stage.item(stage.menu(), u"打开网页版"_s)->trigger();
+        TrayStage::item(stage.menu(), u"打开网页版"_s)->trigger();
         QCOMPARE(stage.workspace.opened, QStringList(u"https://s.example/app"_s));
-        stage.item(stage.menu(), u"偏好设置…"_s)->trigger();
+        TrayStage::item(stage.menu(), u"偏好设置…"_s)->trigger();
         QCOMPARE(stage.preferencesOpened, 1);
         stage.statusBar->showOnboarding();
         QCOMPARE(stage.onboardingOpened, 1);
-        QVERIFY(asksToLeave([&] { stage.item(stage.menu(), u"退出"_s)->trigger(); }));
+        QVERIFY(asksToLeave([&] { TrayStage::item(stage.menu(), u"退出"_s)->trigger(); }));
     }
 
     void recordItemAndIconFollowTheRecorder()
@@ -241,7 +241,7 @@ private Q_SLOTS:
         stage.origin = ServiceOrigin::parse(u"http://s.example"_s);
         stage.show();
         visit(stage.menu());
-        stage.item(stage.menu(), u"打开网页版"_s)->trigger();
+        TrayStage::item(stage.menu(), u"打开网页版"_s)->trigger();
         stage.recentsMenu().actions().constFirst()->trigger();
         QCOMPARE(stage.workspace.opened, QStringList());
     }
@@ -293,7 +293,7 @@ private Q_SLOTS:
         TrayStage stage;
         stage.show();
         Q_EMIT stage.icon().activated(QSystemTrayIcon::Trigger);
-        QWidget *const window = &stage.popover();
+        QWidget *const window = &TrayStage::popover();
         QVERIFY(QTest::qWaitForWindowActive(window));
 
         stage.rig.script.holdAt(u"capture stop"_s);
@@ -309,7 +309,7 @@ private Q_SLOTS:
 
         QTest::keyClick(window, Qt::Key_M, Qt::ControlModifier | Qt::AltModifier);
         QVERIFY(!window->isVisible());
-        stage.item(stage.menu(), u"打开主面板"_s)->trigger();
+        TrayStage::item(stage.menu(), u"打开主面板"_s)->trigger();
         QVERIFY(window->isVisible());
         stage.menu().popup({});
         QVERIFY(!window->isVisible());

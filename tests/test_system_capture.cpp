@@ -180,8 +180,10 @@ private Q_SLOTS:
             const auto player = SoundSession::play(SoundSession::counterFile(60.0, 1, 2), speaker);
             Capture capture;
             QVERIFY(capture.waitFor(1.0));
+            const auto hogCount = static_cast<std::size_t>(2 * QThread::idealThreadCount());
             std::vector<std::unique_ptr<SoundSession::Running>> hogs;
-            for (int hog = 0; hog < 2 * QThread::idealThreadCount(); ++hog) {
+            hogs.reserve(hogCount);
+            while (hogs.size() < hogCount) {
                 hogs.push_back(std::make_unique<SoundSession::Running>(
                     QStringList{u"sh"_s, u"-c"_s, u"while :; do :; done"_s}));
             }

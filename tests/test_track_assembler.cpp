@@ -135,7 +135,7 @@ private Q_SLOTS:
         std::uniform_real_distribution<float> noise(-1.0F, 1.0F);
         while (device.seconds() < 60.0) {
             const CapturedCycle cycle = device.next();
-            std::vector<float> samples(cycle.frames * 2U);
+            std::vector<float> samples(std::size_t{cycle.frames} * 2);
             std::ranges::generate(samples, [&] { return noise(random); });
             played.insert(played.end(), samples.begin(), samples.end());
             assembler.append(cycle, samples);

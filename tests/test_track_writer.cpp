@@ -263,8 +263,8 @@ private Q_SLOTS:
             ++accepted;
         }
         QCOMPARE(track.state(), LiveTrack::State::lost);
-        QVERIFY(accepted > 48000 * shortestSeconds / aacFrameLength);
-        QVERIFY(accepted < 48000 * longestSeconds / aacFrameLength); // memory is bounded
+        QVERIFY(accepted > 48000LL * shortestSeconds / aacFrameLength);
+        QVERIFY(accepted < 48000LL * longestSeconds / aacFrameLength); // memory is bounded
         track.end(accepted * aacFrameLength);
         QCOMPARE(track.state(), LiveTrack::State::lost);
         QVERIFY(!track.next(0ms)); // no hole in the middle goes unnoticed
