@@ -108,5 +108,6 @@ int main(int argc, char **argv)
     report("  of it: encoding", [&] { encodeRecents(sessions); });
     report("  of load: decoding", [&] { decodeRecents(content); });
     makeRecordings(folder.path());
-    report("rebuild from as many files", [&] { file.migrateFromDirectory(folder.path()); });
+    report("rebuild from as many files",
+           [&] { RecentsFile::migrateFromDirectory(folder.path(), clock.now().toUTC()); });
 }

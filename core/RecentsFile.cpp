@@ -69,20 +69,6 @@ void bringUpToDate(QList<RecentSession> &sessions, const QDateTime &now)
     }
 }
 
-QList<RecentSession> sessionsFrom(const QString &folder, const QDateTime &now)
-{
-    QList<RecentSession> sessions;
-    QDirIterator entries(folder, QDir::Files | QDir::Hidden);
-    while (entries.hasNext()) {
-        entries.next();
-        // A link to a device passes the filter.
-        if (hasAudioExtension(entries.fileName()) && entries.fileInfo().isFile())
-            sessions.append(sessionFrom(entries.fileInfo(), now));
-    }
-    std::ranges::stable_sort(sessions, std::ranges::greater(), &RecentSession::startedAt);
-    return sessions;
-}
-
 RecentsFile::Loaded read(const QString &folder, const QDateTime &now)
 {
     const QString path = filePath(folder);
@@ -91,7 +77,9 @@ RecentsFile::Loaded read(const QString &folder, const QDateTime &now)
     const auto content = readRegularFile(path, maxBytes);
     auto sessions = content ? decodeRecents(*content) : std::nullopt;
     if (!sessions)
-        return {.sessions = sessionsFrom(folder, now), .path = path, .savedAt = {}};
+        return {.sessions = RecentsFile::migrateFromDirectory(folder, now),
+                .path = path,
+                .savedAt = {}};
     bringUpToDate(*sessions, now);
     return {.sessions = *std::move(sessions), .path = path, .savedAt = savedAt};
 }
@@ -132,9 +120,18 @@ QList<RecentSession> RecentsFile::finishLoading(const Loaded &loaded)
     return loaded.sessions;
 }
 
-QList<RecentSession> RecentsFile::migrateFromDirectory(const QString &folder) const
+QList<RecentSession> RecentsFile::migrateFromDirectory(const QString &folder, const QDateTime &now)
 {
-    return sessionsFrom(folder, m_clock.now().toUTC());
+    QList<RecentSession> sessions;
+    QDirIterator entries(folder, QDir::Files | QDir::Hidden);
+    while (entries.hasNext()) {
+        entries.next();
+        // A link to a device passes the filter.
+        if (hasAudioExtension(entries.fileName()) && entries.fileInfo().isFile())
+            sessions.append(sessionFrom(entries.fileInfo(), now));
+    }
+    std::ranges::stable_sort(sessions, std::ranges::greater(), &RecentSession::startedAt);
+    return sessions;
 }
 
 std::expected<void, Error> RecentsFile::save(const QString &folder,

@@ -46,8 +46,9 @@ public:
     /// When the list that was loaded had been saved; invalid where there was none.
     const QDateTime &savedAt() const { return m_savedAt; }
 
-    /// A list made from the audio files directly in \p folder, newest first.
-    QList<RecentSession> migrateFromDirectory(const QString &folder) const;
+    /// A list made from the audio files directly in \p folder, newest first, at \p now (UTC). Any
+    /// thread.
+    static QList<RecentSession> migrateFromDirectory(const QString &folder, const QDateTime &now);
 
     /// Replaces the file in \p folder, which is made if need be. A file that this object has
     /// neither loaded nor saved (a damaged one, the list of another folder) is kept aside under

@@ -100,30 +100,6 @@ void paintGlyph(QPainter &painter, QPointF centre, Look look)
     }
 }
 
-QPixmap face(Look look, bool isDown, bool hasFocus, double pixelRatio)
-{
-    QPixmap pixmap((QSizeF(side, side) * pixelRatio).toSize());
-    pixmap.setDevicePixelRatio(pixelRatio);
-    pixmap.fill(Qt::transparent);
-    QPainter painter(&pixmap);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const QPointF centre(side / 2.0, side / 2.0);
-    if (const QColor accent = accentOf(look); accent.isValid()) {
-        paintRing(painter, centre, MS::faded(accent, look == Look::live ? 0.18 : 0.15));
-        paintDisc(painter, around(centre, discDiameter), MS::faded(accent, isDown ? 0.7 : 0.5));
-    } else {
-        paintRing(painter, centre, MS::border);
-    }
-    paintGlyph(painter, centre, look);
-    if (hasFocus) {
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(MS::textDim, 1.5));
-        painter.drawEllipse(around(centre, 72));
-    }
-    painter.end();
-    return pixmap;
-}
-
 } // namespace
 
 RecordButton::RecordButton(QWidget *parent)
@@ -158,6 +134,31 @@ bool RecordButton::hitButton(const QPoint &position) const
     return std::hypot(fromCentre.x(), fromCentre.y()) <= (ringDiameter + ringLine) / 2;
 }
 
+QPixmap RecordButton::draw(const Face &face)
+{
+    const auto [look, isDown, hasFocus, pixelRatio] = face;
+    QPixmap pixmap((QSizeF(side, side) * pixelRatio).toSize());
+    pixmap.setDevicePixelRatio(pixelRatio);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QPointF centre(side / 2.0, side / 2.0);
+    if (const QColor accent = accentOf(look); accent.isValid()) {
+        paintRing(painter, centre, MS::faded(accent, look == Look::live ? 0.18 : 0.15));
+        paintDisc(painter, around(centre, discDiameter), MS::faded(accent, isDown ? 0.7 : 0.5));
+    } else {
+        paintRing(painter, centre, MS::border);
+    }
+    paintGlyph(painter, centre, look);
+    if (hasFocus) {
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(MS::textDim, 1.5));
+        painter.drawEllipse(around(centre, 72));
+    }
+    painter.end();
+    return pixmap;
+}
+
 // Only now: when the style polishes a button, it takes this away.
 void RecordButton::showEvent(QShowEvent *)
 {
@@ -173,12 +174,12 @@ void RecordButton::paintEvent(QPaintEvent *)
     if (const QColor accent = accentOf(m_look); accent.isValid())
         painter.drawImage(
             QPointF(), RecordButtonRipple::picture(side, pixelRatio, accent, Timeline::seconds()));
-    const FaceState state{m_look, isDown(), hasFocus(), pixelRatio};
-    if (m_faceState != state) {
-        m_face = face(m_look, isDown(), hasFocus(), pixelRatio);
-        m_faceState = state;
+    const Face face{m_look, isDown(), hasFocus(), pixelRatio};
+    if (m_face != face) {
+        m_picture = draw(face);
+        m_face = face;
     }
-    painter.drawPixmap(QPointF(), m_face);
+    painter.drawPixmap(QPointF(), m_picture);
     if (m_look == Look::stopping)
         paintSpinner(painter, QRectF(rect()).center(), Timeline::seconds());
 }

@@ -28,17 +28,20 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    struct FaceState {
+    /// What stands still, and is the costliest to draw.
+    struct Face {
         Look look = Look::disabled;
         bool isDown = false;
         bool hasFocus = false;
         double pixelRatio = 0;
 
-        bool operator==(const FaceState &) const = default;
+        bool operator==(const Face &) const = default;
     };
+
+    static QPixmap draw(const Face &face);
 
     Look m_look = Look::disabled;
     Timeline *m_timeline;
-    QPixmap m_face; ///< what stands still, and is the costliest to draw, as it was last
-    FaceState m_faceState;
+    Face m_face; ///< as in the picture
+    QPixmap m_picture;
 };

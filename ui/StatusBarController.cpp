@@ -122,11 +122,6 @@ QCoro::Task<> StatusBarController::prepare()
 
 void StatusBarController::configureMenu()
 {
-    // Whoever draws the menu may do so without taking the focus.
-    connect(&m_menu, &QMenu::aboutToShow, this, [this] {
-        if (m_popover)
-            m_popover->hide();
-    });
     connect(&m_menu, &StatusMenu::recordRequested, &m_appState, &AppState::toggleRecording);
     connect(&m_menu, &StatusMenu::panelRequested, this, &StatusBarController::openPanel);
     connect(&m_menu, &StatusMenu::webRequested, this, &StatusBarController::openWeb);
@@ -144,6 +139,8 @@ PopoverWindow &StatusBarController::popover()
     auto *const view = new PopoverView(m_appState, m_auth, m_workspace, m_origin);
     m_popover = std::make_unique<PopoverWindow>(view);
     connect(view, &PopoverView::minimiseRequested, m_popover.get(), &QWidget::hide);
+    // Whoever draws the menu may do so without taking the focus.
+    connect(&m_menu, &QMenu::aboutToShow, m_popover.get(), &QWidget::hide);
     for (QAction *const command : m_menu.actions()) {
         if (command->shortcut().isEmpty())
             continue;

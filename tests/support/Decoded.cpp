@@ -44,24 +44,18 @@ QList<QByteArray> boxTypes(const QString &path)
 class Decoder
 {
 public:
-    explicit Decoder(Decoded &decoded)
+    Decoder(LibavInput input, Decoded &decoded)
         : m_decoded(decoded)
+        , m_input(std::move(input))
     {
     }
 
-    int open(const QString &path)
+    int open()
     {
-        AVFormatContext *context = nullptr;
-        const AVInputFormat *mov = av_find_input_format("mov");
-        const QByteArray name = QFile::encodeName(path);
-        if (const int result = avformat_open_input(&context, name.constData(), mov, nullptr);
-            result < 0)
-            return result;
-        m_input.reset(context);
-        if (const int result = avformat_find_stream_info(context, nullptr); result < 0)
+        if (const int result = avformat_find_stream_info(m_input.get(), nullptr); result < 0)
             return result;
         const AVCodec *codec = nullptr;
-        m_stream = av_find_best_stream(context, AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
+        m_stream = av_find_best_stream(m_input.get(), AVMEDIA_TYPE_AUDIO, -1, -1, &codec, 0);
         if (m_stream < 0)
             return m_stream;
         m_codec.reset(avcodec_alloc_context3(codec));
@@ -174,14 +168,15 @@ std::vector<float> Decoded::channel(int number, qint64 firstFrame, qint64 frames
 
 std::expected<Decoded, QString> decodeFile(const QString &path)
 {
-    if (const auto loaded = loadLibav(); !loaded)
-        return std::unexpected(loaded.error().description());
+    auto input = openMovie(path);
+    if (!input)
+        return std::unexpected(input.error().description());
     Decoded decoded;
     const QList<QByteArray> types = boxTypes(path);
     decoded.indexInFront = types.contains("moov") && types.indexOf("moov") < types.indexOf("mdat");
     decoded.fragmented = types.contains("moof");
-    Decoder decoder(decoded);
-    if (const int result = decoder.open(path); result < 0)
+    Decoder decoder(*std::move(input), decoded);
+    if (const int result = decoder.open(); result < 0)
         return std::unexpected(libavErrorText(result));
     decoder.decode();
     return decoded;

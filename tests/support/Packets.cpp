@@ -3,8 +3,6 @@
 #include "platform/linux/media/AacEncoder.h"
 #include "platform/linux/media/Libav.h"
 
-#include <QFile>
-
 #include <algorithm>
 
 EncodedSound encodeSound(const AudioEncoding &encoding, std::span<const float> samples)
@@ -27,13 +25,10 @@ EncodedSound encodeSound(const AudioEncoding &encoding, std::span<const float> s
 StoredPackets readPackets(const QString &path)
 {
     StoredPackets stored;
-    if (!loadLibav())
+    const auto input = openMovie(path);
+    if (!input)
         return stored;
-    AVFormatContext *context = nullptr;
-    const QByteArray name = QFile::encodeName(path);
-    if (avformat_open_input(&context, name.constData(), av_find_input_format("mov"), nullptr) < 0)
-        return stored;
-    const LibavInput input(context);
+    AVFormatContext *const context = input->get();
     const LibavPacket packet(av_packet_alloc());
     while (av_read_frame(context, packet.get()) >= 0) {
         const auto *data = reinterpret_cast<const std::byte *>(packet->data);

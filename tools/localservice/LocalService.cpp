@@ -1,9 +1,10 @@
 #include "tools/localservice/LocalService.h"
 
 #include "tools/localservice/Pages.h"
+#include "tools/localservice/ServiceCall.h"
 
 #include <QFile>
-#include <QJsonDocument>
+#include <QJsonArray>
 #include <QUrl>
 #include <QUrlQuery>
 
@@ -12,74 +13,12 @@
 
 using namespace Qt::StringLiterals;
 
-/// A request with what its answer needs.
-struct LocalService::Call {
-    const httplib::Request &request;
-    httplib::Response &response;
-    const httplib::ContentReader *reader; ///< none when there is no body
-    RequestLog::Entry entry;
-
-    /// Reads the body, or at most its first \p limit bytes (-1: all), on to \p target. False when
-    /// it ends early.
-    bool readBody(RequestLog &log, qint64 limit, const std::function<bool(QByteArrayView)> &target)
-    {
-        if (!reader || limit == 0)
-            return true;
-        return (*reader)([&](const char *data, size_t size) {
-            const QByteArrayView bytes(data, static_cast<qsizetype>(size));
-            log.addBody(entry, bytes);
-            return target(bytes) && (limit < 0 || entry->bodyBytes < limit);
-        });
-    }
-
-    QJsonObject readJson(RequestLog &log)
-    {
-        QByteArray body;
-        readBody(log, -1, [&](QByteArrayView bytes) {
-            body.append(bytes);
-            return true;
-        });
-        return QJsonDocument::fromJson(body).object();
-    }
-
-    void answer(int status, const QByteArray &body, const char *type)
-    {
-        response.status = status;
-        response.set_content(body.constData(), static_cast<size_t>(body.size()), type);
-    }
-
-    void answer(int status, const QJsonObject &body)
-    {
-        answer(status, QJsonDocument(body).toJson(QJsonDocument::Compact), "application/json");
-    }
-
-    void answerPage(int status, const QByteArray &page)
-    {
-        answer(status, page, "text/html; charset=utf-8");
-    }
-};
-
 namespace
 {
 
 QString text(const std::string &value)
 {
     return QString::fromStdString(value);
-}
-
-ReceivedRequest received(const httplib::Request &request)
-{
-    ReceivedRequest result{.method = QByteArray::fromStdString(request.method),
-                           .target = QByteArray::fromStdString(request.target),
-                           .headers = {},
-                           .body = {}};
-    for (const auto &[name, value] : request.headers) {
-        // The library adds what it knows of the connection.
-        if (!name.starts_with("REMOTE_") && !name.starts_with("LOCAL_"))
-            result.headers.append(
-                {QByteArray::fromStdString(name), QByteArray::fromStdString(value)});
-    }
-    return result;
 }
 
 /// The refusals of object storage are XML.
@@ -187,12 +126,12 @@ void LocalService::routePages()
 void LocalService::route(const char *method, const char *pattern, Exchange exchange, Answer answer)
 {
     const auto plain = [=, this](const httplib::Request &request, httplib::Response &response) {
-        Call call{request, response, nullptr, m_log.add(received(request))};
+        ServiceCall call(m_log, request, response);
         serve(exchange, call, answer);
     };
     const auto withBody = [=, this](const httplib::Request &request, httplib::Response &response,
                                     const httplib::ContentReader &reader) {
-        Call call{request, response, &reader, m_log.add(received(request))};
+        ServiceCall call(m_log, request, response, &reader);
         serve(exchange, call, answer);
     };
     if (QByteArrayView(method) == "GET")
@@ -203,7 +142,7 @@ void LocalService::route(const char *method, const char *pattern, Exchange excha
         m_server.Post(pattern, withBody);
 }
 
-void LocalService::serve(Exchange exchange, Call &call, Answer answer)
+void LocalService::serve(Exchange exchange, ServiceCall &call, Answer answer)
 {
     if (const auto misbehaviour = takeFault(exchange))
         fail(*misbehaviour, call, answer);
@@ -225,13 +164,13 @@ std::optional<Misbehaviour> LocalService::takeFault(Exchange exchange)
     return misbehaviour;
 }
 
-void LocalService::fail(const Misbehaviour &misbehaviour, Call &call, Answer answer)
+void LocalService::fail(const Misbehaviour &misbehaviour, ServiceCall &call, Answer answer)
 {
     Connection &connection = RawServer::connection();
     if (misbehaviour.doesWhatIsAsked())
         (this->*answer)(call);
     else
-        call.readBody(m_log, misbehaviour.bodyBytesRead(), [](QByteArrayView) { return true; });
+        call.readBody(misbehaviour.bodyBytesRead(), [](QByteArrayView) { return true; });
 
     if (!m_server.pause(misbehaviour.delay()) || misbehaviour.answersProperly())
         return;
@@ -250,24 +189,24 @@ void LocalService::fail(const Misbehaviour &misbehaviour, Call &call, Answer ans
 }
 
 /// The account that the request belongs to; without one it is answered here.
-std::optional<QString> LocalService::account(Call &call)
+std::optional<QString> LocalService::account(ServiceCall &call)
 {
     const QString credential = text(call.request.get_header_value("Authorization"));
     const auto email =
         credential.startsWith("JWT "_L1) ? m_store.emailOf(credential.sliced(4)) : std::nullopt;
     if (!email) {
         // The body has to be read, or the connection ends in a reset.
-        call.readJson(m_log);
+        call.readJson();
         call.answer(401, {{u"message"_s, u"未登录"_s}});
     }
     return email;
 }
 
-void LocalService::signUpload(Call &call)
+void LocalService::signUpload(ServiceCall &call)
 {
     if (!account(call))
         return;
-    const QJsonObject request = call.readJson(m_log);
+    const QJsonObject request = call.readJson();
     if (!request[u"filename"_s].isString() || request[u"contentType"_s] != u"audio/mp4"_s) {
         call.answer(400, {{u"message"_s, u"filename 或 contentType 无效"_s}});
         return;
@@ -280,20 +219,20 @@ void LocalService::signUpload(Call &call)
 }
 
 /// Straight to the disk; the object appears when it is whole.
-void LocalService::storeObject(Call &call)
+void LocalService::storeObject(ServiceCall &call)
 {
     const ServiceStore::Place place{.key = text(call.request.matches[1]),
                                     .signature = text(call.request.get_param_value("signature"))};
     if (call.request.get_header_value("Content-Type") != "audio/mp4" || !m_store.usePlace(place)) {
         call.answer(403, storageRefusal("SignatureDoesNotMatch"), "application/xml");
-        call.readBody(m_log, -1, [](QByteArrayView) { return true; });
+        call.readBody(-1, [](QByteArrayView) { return true; });
         return;
     }
     const QString path = m_store.objectPath(place.key);
     QFile part(path + u".part"_s);
     const bool isStored =
         part.open(QIODevice::WriteOnly) &&
-        call.readBody(m_log, -1,
+        call.readBody(-1,
                       [&](QByteArrayView bytes) {
                           return part.write(bytes.data(), bytes.size()) == bytes.size();
                       }) &&
@@ -306,12 +245,12 @@ void LocalService::storeObject(Call &call)
     call.response.status = 200;
 }
 
-void LocalService::createMeeting(Call &call)
+void LocalService::createMeeting(ServiceCall &call)
 {
     const auto email = account(call);
     if (!email)
         return;
-    const QJsonObject request = call.readJson(m_log);
+    const QJsonObject request = call.readJson();
     const bool isComplete = request[u"title"_s].isString() && request[u"audioUrl"_s].isString() &&
                             request[u"durationSeconds"_s].isDouble() &&
                             request[u"clientRecordingId"_s].isString() &&
@@ -323,31 +262,31 @@ void LocalService::createMeeting(Call &call)
     call.answer(201, {{u"doc"_s, m_store.createMeeting(*email, request)}});
 }
 
-void LocalService::reconcile(Call &call)
+void LocalService::reconcile(ServiceCall &call)
 {
     const auto email = account(call);
     if (!email)
         return;
-    const QJsonArray recordings = call.readJson(m_log)[u"clientRecordingIds"_s].toArray();
+    const QJsonArray recordings = call.readJson()[u"clientRecordingIds"_s].toArray();
     if (recordings.isEmpty())
         call.answer(400, {{u"message"_s, u"clientRecordingIds 不能为空"_s}});
     else
         call.answer(200, {{u"meetings"_s, m_store.meetingsOf(*email, recordings)}});
 }
 
-void LocalService::identity(Call &call)
+void LocalService::identity(ServiceCall &call)
 {
     if (const auto email = account(call))
         call.answer(200, {{u"user"_s, QJsonObject{{u"id"_s, *email}, {u"email"_s, *email}}}});
 }
 
-void LocalService::latestRelease(Call &call)
+void LocalService::latestRelease(ServiceCall &call)
 {
     const std::scoped_lock lock(m_mutex);
     call.answer(200, m_release);
 }
 
-void LocalService::signInPage(Call &call)
+void LocalService::signInPage(ServiceCall &call)
 {
     const QString state = text(call.request.get_param_value("state"));
     if (state.isEmpty())
@@ -356,10 +295,10 @@ void LocalService::signInPage(Call &call)
         call.answerPage(200, Pages::signIn(state));
 }
 
-void LocalService::finishSignIn(Call &call)
+void LocalService::finishSignIn(ServiceCall &call)
 {
     QByteArray body;
-    call.readBody(m_log, -1, [&](QByteArrayView bytes) {
+    call.readBody(-1, [&](QByteArrayView bytes) {
         body.append(bytes);
         return body.size() < 64 * 1024;
     });

@@ -10,6 +10,8 @@
 #include <functional>
 #include <thread>
 
+class ServiceCall;
+
 /// Plays the web service on a loopback port: the calls of the program, the sign-in page, the pages
 /// of the meetings. Works on threads of its own; the operations may be called on any thread.
 class LocalService
@@ -56,29 +58,28 @@ public:
     static std::optional<Exchange> exchangeNamed(const QString &name);
 
 private:
-    struct Call;
     struct Fault {
         Misbehaviour misbehaviour;
         int timesLeft;
     };
-    using Answer = void (LocalService::*)(Call &);
+    using Answer = void (LocalService::*)(ServiceCall &);
 
     void routeCalls();
     void routePages();
     void route(const char *method, const char *pattern, Exchange exchange, Answer answer);
-    void serve(Exchange exchange, Call &call, Answer answer);
+    void serve(Exchange exchange, ServiceCall &call, Answer answer);
     std::optional<Misbehaviour> takeFault(Exchange exchange);
-    void fail(const Misbehaviour &misbehaviour, Call &call, Answer answer);
-    std::optional<QString> account(Call &call);
+    void fail(const Misbehaviour &misbehaviour, ServiceCall &call, Answer answer);
+    std::optional<QString> account(ServiceCall &call);
 
-    void signUpload(Call &call);
-    void storeObject(Call &call);
-    void createMeeting(Call &call);
-    void reconcile(Call &call);
-    void identity(Call &call);
-    void latestRelease(Call &call);
-    void signInPage(Call &call);
-    void finishSignIn(Call &call);
+    void signUpload(ServiceCall &call);
+    void storeObject(ServiceCall &call);
+    void createMeeting(ServiceCall &call);
+    void reconcile(ServiceCall &call);
+    void identity(ServiceCall &call);
+    void latestRelease(ServiceCall &call);
+    void signInPage(ServiceCall &call);
+    void finishSignIn(ServiceCall &call);
     void sendObject(const httplib::Request &request, httplib::Response &response);
 
     ServiceStore m_store;

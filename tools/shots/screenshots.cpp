@@ -160,15 +160,6 @@ const std::array scenes{
           }),
 };
 
-QWidget &popover()
-{
-    for (QWidget *const window : QApplication::topLevelWidgets()) {
-        if (window->objectName() == "popover"_L1)
-            return *window;
-    }
-    qFatal("there is no popover");
-}
-
 void save(const QPixmap &picture, const QDir &folder, const QString &name)
 {
     check(picture.save(folder.filePath(name + u".png"_s)), "a picture in that folder");
@@ -177,7 +168,7 @@ void save(const QPixmap &picture, const QDir &folder, const QString &name)
 void savePanel(Stage &stage, const QDir &folder, const QString &name)
 {
     stage.statusBar->openPanel();
-    QWidget &window = popover();
+    QWidget &window = Stage::popover();
     window.setFixedSize(360, 680); // the screen has less at scale 2
     check(QTest::qWaitForWindowActive(&window), "the panel");
     QTest::qWait(200); // until the levels have been read

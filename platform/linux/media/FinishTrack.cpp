@@ -51,18 +51,12 @@ std::expected<Content, Error> copyPackets(FragmentReader &from, M4aMuxer &to,
 /// What a player finds in the file at \p path.
 std::expected<Content, Error> readIndex(const QString &path)
 {
-    if (const auto loaded = loadLibav(); !loaded)
-        return std::unexpected(loaded.error());
-    AVFormatContext *context = nullptr;
-    const AVInputFormat *mov = libav().av_find_input_format("mov");
-    const QByteArray name = QFile::encodeName(path);
-    if (const int result = libav().avformat_open_input(&context, name.constData(), mov, nullptr);
-        result < 0)
-        return std::unexpected(Error(libavErrorText(result)));
-    const LibavInput input(context);
-    if (context->nb_streams != 1)
+    const auto file = openMovie(path);
+    if (!file)
+        return std::unexpected(file.error());
+    if ((*file)->nb_streams != 1)
         return std::unexpected(Error(u"没有音轨"_s));
-    const AVStream &track = *context->streams[0];
+    const AVStream &track = *(*file)->streams[0];
     return Content{.sampleRate = track.codecpar->sample_rate,
                    .channelCount = track.codecpar->ch_layout.nb_channels,
                    .packetCount = track.nb_frames,

@@ -2,6 +2,7 @@
 
 #include "base/Logger.h"
 
+#include <QFile>
 #include <QLibrary>
 
 #include <array>
@@ -101,4 +102,17 @@ QString libavErrorText(int error)
     std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
     av_strerror(error, text.data(), text.size());
     return QString::fromLocal8Bit(text.data());
+}
+
+std::expected<LibavInput, Error> openMovie(const QString &path)
+{
+    if (const auto loaded = loadLibav(); !loaded)
+        return std::unexpected(loaded.error());
+    AVFormatContext *context = nullptr;
+    const QByteArray name = "file:" + QFile::encodeName(path);
+    const AVInputFormat *mov = libav().av_find_input_format("mov");
+    if (const int result = libav().avformat_open_input(&context, name.constData(), mov, nullptr);
+        result < 0)
+        return std::unexpected(Error(libavErrorText(result)));
+    return LibavInput(context);
 }

@@ -65,3 +65,6 @@ using LibavCodec = std::unique_ptr<AVCodecContext, LibavDeleter>;
 using LibavInput = std::unique_ptr<AVFormatContext, LibavDeleter>; ///< one opened for reading
 using LibavFrame = std::unique_ptr<AVFrame, LibavDeleter>;
 using LibavPacket = std::unique_ptr<AVPacket, LibavDeleter>;
+
+/// Opens the file at \p path as MPEG-4 file, whatever else it may be. Fails with libav's words.
+std::expected<LibavInput, Error> openMovie(const QString &path);

@@ -3,8 +3,6 @@
 #include "platform/linux/media/FragmentReader.h"
 #include "platform/linux/mix/TrackLength.h"
 
-#include <QFile>
-
 #include <algorithm>
 #include <span>
 
@@ -67,18 +65,12 @@ std::expected<TrackFacts, Error> inspectTrack(const QString &path)
 
 std::expected<LibavInput, Error> openIndexedFile(const QString &path)
 {
-    if (const auto loaded = loadLibav(); !loaded)
-        return std::unexpected(loaded.error());
-    AVFormatContext *context = nullptr;
-    const QByteArray name = "file:" + QFile::encodeName(path);
-    const int result = libav().avformat_open_input(&context, name.constData(),
-                                                   libav().av_find_input_format("mov"), nullptr);
-    if (result < 0)
-        return failed(path, libavErrorText(result));
-    LibavInput file(context);
+    auto file = openMovie(path);
+    if (!file)
+        return failed(path, file.error().description());
     // A file without an audio track costs the user the other one; that must be beyond doubt.
-    if (!firstAudioTrack(*file) &&
-        (file->nb_streams == 0 || std::ranges::any_of(streams(*file), isUnknown)))
+    if (!firstAudioTrack(**file) &&
+        ((*file)->nb_streams == 0 || std::ranges::any_of(streams(**file), isUnknown)))
         return failed(path, u"索引已损坏"_s);
     return file;
 }
