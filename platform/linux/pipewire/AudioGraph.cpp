@@ -6,14 +6,14 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-bool isSink(const QString &mediaClass)
+bool isSink(const AudioGraph::Node &node)
 {
-    return mediaClass == u"Audio/Sink"_s || mediaClass == u"Audio/Duplex"_s;
+    return node.mediaClass == u"Audio/Sink"_s || node.mediaClass == u"Audio/Duplex"_s;
 }
 
-bool isMicrophone(const QString &mediaClass)
+bool isMicrophone(const AudioGraph::Node &node)
 {
-    return mediaClass.startsWith(u"Audio/Source"_s) || mediaClass == u"Audio/Duplex"_s;
+    return node.mediaClass.startsWith(u"Audio/Source"_s) || node.mediaClass == u"Audio/Duplex"_s;
 }
 } // namespace
 
@@ -33,20 +33,15 @@ QList<CaptureTarget> AudioGraph::sinks() const
     return targets;
 }
 
-bool AudioGraph::hasMicrophone() const
+std::optional<quint64> AudioGraph::defaultMicrophone() const
 {
-    return std::ranges::any_of(m_nodes, isMicrophone);
+    const auto found = std::ranges::find_if(m_nodes, [this](const Node &node) {
+        return isMicrophone(node) && node.name == m_defaultSource;
+    });
+    return found == m_nodes.end() ? std::nullopt : std::optional(found->serial);
 }
 
-Feed AudioGraph::feedOf(quint32 id) const
+bool AudioGraph::isLinked(quint32 id) const
 {
-    Feed feed = Feed::nothing;
-    for (const Link &link : m_links) {
-        if (link.inputNode != id)
-            continue;
-        if (!isMicrophone(m_nodes.value(link.outputNode)))
-            return Feed::other;
-        feed = Feed::microphone;
-    }
-    return feed;
+    return std::ranges::any_of(m_links, [id](const Link &link) { return link.inputNode == id; });
 }

@@ -6,38 +6,43 @@
 #include <QList>
 #include <QString>
 
-/// Where the sound of a recording stream comes from.
-enum class Feed {
-    nothing,
-    microphone,
-    other, ///< above all an output's monitor: what the machine plays
-};
+#include <optional>
 
-/// The nodes of the sound server, its devices among them, and the links between them.
+/// The nodes of the sound server, its devices among them, the links between them, and which
+/// microphone is the default.
 ///
 /// A plain value; a copy stays what it was.
 class AudioGraph
 {
 public:
+    struct Node {
+        QString mediaClass; ///< for example Audio/Sink
+        QString name;       ///< how the default devices are named
+        quint64 serial = 0; ///< never used again by the server, unlike its number
+    };
     struct Link {
         quint32 outputNode = 0;
         quint32 inputNode = 0;
     };
 
-    /// \p mediaClass is, for example, Audio/Sink.
-    void addNode(quint32 id, const QString &mediaClass) { m_nodes.insert(id, mediaClass); }
+    void addNode(quint32 id, const Node &node) { m_nodes.insert(id, node); }
     void addLink(quint32 id, Link link) { m_links.insert(id, link); }
     void remove(quint32 id);
+
+    /// \p name may be that of an output, whose monitor is the default where there is no microphone.
+    void setDefaultSource(const QString &name) { m_defaultSource = name; }
 
     /// What can be captured.
     QList<CaptureTarget> sinks() const;
 
-    bool hasMicrophone() const;
+    /// The serial of the default microphone. None where the default is not a microphone.
+    std::optional<quint64> defaultMicrophone() const;
 
-    /// What is linked to the node \p id. One link from anything else outweighs microphones.
-    Feed feedOf(quint32 id) const;
+    /// Whether anything is linked to the input of the node \p id.
+    bool isLinked(quint32 id) const;
 
 private:
-    QHash<quint32, QString> m_nodes; ///< their media classes
+    QHash<quint32, Node> m_nodes;
     QHash<quint32, Link> m_links;
+    QString m_defaultSource;
 };

@@ -14,26 +14,20 @@ using namespace std::chrono_literals;
 
 namespace
 {
-/// How long a microphone's sound waits for the news of what the stream is linked to.
-constexpr MediaTime newsDelay = 100ms;
-
-/// Sound may be this much older than the cycle it came with.
-constexpr MediaTime pipelineDelay = 50ms;
-
-/// How long the server may take to tell what the stream is linked to.
-constexpr auto answerLimit = 500ms;
-
 /// Without any cycle for this long, silence is written by the clock, as far behind it.
 constexpr MediaTime silenceDelay = 1s;
 
 /// Without any cycle for this long, the capture has ended.
 constexpr MediaTime patience = 5s;
 
-/// A relink takes milliseconds; a missing microphone is told after this.
+/// Another microphone is there within milliseconds; a missing one is told after this.
 constexpr MediaTime absenceDelay = 1s;
 
 /// What is done to the sound is logged when nothing was for this long: a gap is one line.
 constexpr MediaTime settledDelay = 1s;
+
+/// A stream that ended although its microphone is still there is opened again after this.
+constexpr MediaTime reopeningDelay = 1s;
 
 constexpr auto watchInterval = 250ms;
 
@@ -51,7 +45,7 @@ CaptureTrack::CaptureTrack(PipeWireServer &server, CaptureListener &listener, Se
     , m_listener(listener)
     , m_settings(std::move(settings))
     , m_logger(m_settings.logCategory)
-    , m_assembler(m_settings.stream.sampleRate, m_settings.stream.channelCount,
+    , m_assembler(m_settings.sampleRate, m_settings.channelCount,
                   [this](const AudioBuffer &buffer) { m_listener.didCapture(buffer); })
 {
 }
@@ -88,13 +82,30 @@ std::expected<void, Error> CaptureTrack::open()
     auto connection = m_server.connection();
     if (!connection)
         return std::unexpected(connection.error().error);
-    auto stream = PipeWireStream::open(std::move(*connection), m_settings.stream);
+    m_connection = std::move(*connection);
+    if (!m_settings.capturesSink) {
+        const auto microphone = m_connection->defaultMicrophone();
+        if (!microphone)
+            return std::unexpected(microphone.error());
+        m_microphone = *microphone;
+    }
+    auto stream = openStream(m_microphone);
     if (!stream)
         return std::unexpected(stream.error());
     m_stream = std::move(*stream);
+    m_connection->observeGraph(this, [this] { m_wakeUp.wake(); });
     m_started.start();
     m_worker = std::thread([this] { run(); });
     return {};
+}
+
+std::expected<std::unique_ptr<PipeWireStream>, Error>
+CaptureTrack::openStream(std::optional<quint64> microphone)
+{
+    m_lastOpening = mediaNow();
+    const PipeWireStreamSettings settings{microphone, m_settings.sampleRate,
+                                          m_settings.channelCount};
+    return PipeWireStream::open(m_connection, settings, m_wakeUp);
 }
 
 void CaptureTrack::close()
@@ -103,15 +114,20 @@ void CaptureTrack::close()
     m_isClosed = true;
     if (!m_worker.joinable())
         return;
-    // The last sound must not be let through on old news.
-    if (isMicrophone())
-        m_stream->connection().roundTrip(answerLimit);
-    m_stream->close();
-    m_stopTime = mediaNow();
-    m_isStopping = true;
-    m_stream->wake();
+    m_connection->forgetObserver(this);
+    {
+        const std::scoped_lock changing(m_streams);
+        m_stream->close();
+        if (m_nextStream)
+            m_nextStream->close();
+        m_stopTime = mediaNow();
+        m_isStopping = true;
+    }
+    m_wakeUp.wake();
     m_worker.join();
     m_stream.reset();
+    m_nextStream.reset();
+    m_connection.reset();
 }
 
 void CaptureTrack::run()
@@ -119,60 +135,56 @@ void CaptureTrack::run()
     const QByteArray name = m_settings.queueName.toUtf8().right(threadNameLength);
     pthread_setname_np(pthread_self(), name.constData());
     m_lastWatch = mediaNow();
-    const MediaTime hold = isMicrophone() ? newsDelay : MediaTime(0);
     while (!m_isStopping) {
-        m_stream->wait(m_held.empty() ? watchInterval
-                                      : std::chrono::round<std::chrono::milliseconds>(hold));
-        drain(hold);
+        m_wakeUp.wait(watchInterval);
+        drain();
+        if (!m_settings.capturesSink)
+            followMicrophone();
         watch();
     }
-    drain(MediaTime(0));
-    // A stream that runs ends within a cycle of its stop.
-    if (m_stopTime - m_assembler.end() > newsDelay)
-        m_assembler.fillUntil(m_stopTime);
-    m_assembler.finish();
+    drain();
     writeLog();
+    // The rest of a cycle at most, where the stream ran: both tracks end with the recording.
+    m_assembler.fillUntil(m_stopTime);
+    m_assembler.finish();
     const auto samples = m_stream->ring().highestFill();
-    const auto frames = static_cast<qint64>(samples) / m_settings.stream.channelCount;
+    const auto frames = static_cast<qint64>(samples) / m_settings.channelCount;
     m_logger.info(
-        u"the worker was %1 ms behind at most"_s.arg(frames * 1000 / m_settings.stream.sampleRate));
+        u"the worker was %1 ms behind at most"_s.arg(frames * 1000 / m_settings.sampleRate));
     completeStart(std::unexpected(cancelled()));
 }
 
-void CaptureTrack::takeArrived()
+void CaptureTrack::drain()
 {
-    for (;;) {
-        HeldCycle arrived;
-        const auto cycle = m_stream->ring().take(arrived.samples);
-        if (!cycle)
-            return;
-        arrived.cycle = *cycle;
+    while (const auto cycle = m_stream->ring().take(m_samples)) {
         m_idle = MediaTime(0);
+        m_unanswered = MediaTime(0);
         completeStart({});
-        m_held.push_back(std::move(arrived));
+        m_assembler.append(*cycle, m_samples);
     }
 }
 
-void CaptureTrack::drain(MediaTime hold)
+void CaptureTrack::followMicrophone()
 {
-    takeArrived();
-    for (; !m_held.empty() && m_held.front().cycle.now + hold <= mediaNow(); m_held.pop_front()) {
-        HeldCycle &held = m_held.front();
-        const bool isHeard = !isMicrophone() || mayBeHeard(held.cycle, hold);
-        if (!isHeard) {
-            std::ranges::fill(held.samples, 0.0F);
-            m_withheld += held.cycle.frames;
-        }
-        m_assembler.append(held.cycle, held.samples);
+    const std::scoped_lock changing(m_streams);
+    if (m_isStopping)
+        return;
+    const auto wanted = m_connection->defaultMicrophone();
+    const PipeWireStream &latest = m_nextStream ? *m_nextStream : *m_stream;
+    const bool isLost = latest.failure().has_value() && mediaNow() - m_lastOpening > reopeningDelay;
+    if (wanted && (m_microphone != *wanted || isLost)) {
+        m_microphone = *wanted;
+        if (auto opened = openStream(m_microphone))
+            m_nextStream = std::move(*opened);
+        else
+            m_logger.error(opened.error().description());
     }
-}
-
-bool CaptureTrack::mayBeHeard(const CapturedCycle &cycle, MediaTime hold)
-{
-    // Another driver may mean another device, before anybody told us.
-    if (!m_assembler.continues(cycle) && !m_stream->connection().roundTrip(answerLimit))
-        return false;
-    return !m_stream->feeds().wasOther(cycle.now - pipelineDelay, cycle.now + hold);
+    // A stream that is not linked yet runs without sound.
+    if (m_nextStream && m_nextStream->isLinked() && !m_nextStream->ring().isEmpty()) {
+        m_stream = std::move(m_nextStream);
+        m_assembler.changeDevice();
+        drain();
+    }
 }
 
 void CaptureTrack::watch()
@@ -184,42 +196,39 @@ void CaptureTrack::watch()
     m_idle += elapsed;
     if (m_idle > silenceDelay)
         m_assembler.fillUntil(now - silenceDelay);
-    watchStream(elapsed);
-    if (m_hasStarted && !m_hasEnded && isMicrophone())
-        watchMicrophone(now);
+    if (!m_hasEnded)
+        watchServer(elapsed);
+    if (!m_hasEnded)
+        watchLink(elapsed);
     logWhenSettled(now);
 }
 
-void CaptureTrack::watchStream(MediaTime elapsed)
+void CaptureTrack::watchServer(MediaTime elapsed)
 {
-    if (m_hasEnded)
-        return;
-    if (const auto failure = m_stream->failure())
+    // A microphone that is away delivers nothing; once it was there, that is no fault.
+    const bool isExpected = m_settings.capturesSink || !m_hasStarted || m_stream->isLinked();
+    m_unanswered = isExpected ? m_unanswered + elapsed : MediaTime(0);
+    if (const auto lost = m_connection->failure())
+        end(lost->error);
+    else if (const auto failure = m_stream->failure(); failure && m_settings.capturesSink)
         end(*failure);
-    else if (m_idle > patience)
+    else if (m_unanswered > patience)
         end(Error(u"声音服务没有响应（%1 秒没有声音数据）"_s.arg(
             std::chrono::floor<std::chrono::seconds>(patience).count())));
-    else if (!isMicrophone())
-        watchOutputLink(elapsed);
 }
 
-void CaptureTrack::watchOutputLink(MediaTime elapsed)
+void CaptureTrack::watchLink(MediaTime elapsed)
 {
-    const bool isMissing = m_stream->feeds().current() == Feed::nothing &&
-                           !m_stream->connection().graph().sinks().isEmpty();
-    m_unlinked = isMissing ? m_unlinked + elapsed : MediaTime(0);
-    // Some session managers never link a stream again that was there before them.
-    if (m_unlinked > patience)
-        end(Error(u"录音流没有连接到输出设备（声音服务的会话管理器没有响应）"_s));
-}
-
-void CaptureTrack::watchMicrophone(MediaTime now)
-{
-    const FeedHistory feeds = m_stream->feeds();
-    const bool isLinked = feeds.current() == Feed::microphone;
-    if (isLinked == m_isPresent)
+    const bool isLinked = m_stream->isLinked();
+    const bool isExpected = !m_settings.capturesSink || !m_connection->graph().sinks().isEmpty();
+    m_unlinked = isExpected && !isLinked ? m_unlinked + elapsed : MediaTime(0);
+    if (m_settings.capturesSink) {
+        // Some session managers never link a stream again that was there before them.
+        if (m_unlinked > patience)
+            end(Error(u"录音流没有连接到输出设备（声音服务的会话管理器没有响应）"_s));
         return;
-    if (!isLinked && now - feeds.since().value_or(now) < absenceDelay)
+    }
+    if (!m_hasStarted || isLinked == m_isPresent || (!isLinked && m_unlinked < absenceDelay))
         return;
     m_isPresent = isLinked;
     m_settings.presenceChanged(isLinked);
@@ -227,10 +236,9 @@ void CaptureTrack::watchMicrophone(MediaTime now)
 
 void CaptureTrack::logWhenSettled(MediaTime now)
 {
-    const Record record{m_assembler.record(), m_withheld};
-    if (record != m_seen)
+    if (m_assembler.record() != m_seen)
         m_lastChange = now;
-    m_seen = record;
+    m_seen = m_assembler.record();
     if (now - m_lastChange > settledDelay)
         writeLog();
 }
@@ -238,19 +246,17 @@ void CaptureTrack::logWhenSettled(MediaTime now)
 void CaptureTrack::writeLog()
 {
     const auto milliseconds = [this](qint64 frames) {
-        return frames * 1000 / m_settings.stream.sampleRate;
+        return frames * 1000 / m_settings.sampleRate;
     };
     if (const auto lost = static_cast<qint64>(m_stream->ring().takeLostFrames()); lost > 0)
         m_logger.error(u"%1 ms were lost: the worker was held up"_s.arg(milliseconds(lost)));
-    const Record record{m_assembler.record(), m_withheld};
-    if (record == m_logged)
+    const auto &[silence, cut] = m_assembler.record();
+    if (m_assembler.record() == m_logged)
         return;
-    const auto &[silence, cut] = record.assembled;
-    m_logger.info(u"%1 ms of silence filled in, %2 ms of overlap cut, %3 ms withheld"_s
-                      .arg(milliseconds(silence - m_logged.assembled.silence))
-                      .arg(milliseconds(cut - m_logged.assembled.cut))
-                      .arg(milliseconds(record.withheld - m_logged.withheld)));
-    m_logged = record;
+    m_logger.info(u"%1 ms of silence filled in, %2 ms of overlap cut"_s
+                      .arg(milliseconds(silence - m_logged.silence))
+                      .arg(milliseconds(cut - m_logged.cut)));
+    m_logged = m_assembler.record();
 }
 
 void CaptureTrack::completeStart(const std::expected<void, Error> &outcome)

@@ -10,7 +10,6 @@
 #include <QPromise>
 
 #include <atomic>
-#include <deque>
 #include <expected>
 #include <functional>
 #include <memory>
@@ -21,13 +20,16 @@
 /// One source from the sound server to its listener: a stream, and the worker thread that drains
 /// it into a continuous track and watches over it.
 ///
-/// A microphone's track never lets through what comes from anywhere else, above all not what the
-/// speakers play: without a microphone the session manager links the stream to their monitor.
+/// A microphone's stream belongs to one microphone. When another one becomes the default, the
+/// worker opens a stream of that one and goes over to it once its sound arrives, so that nothing is
+/// lost in between; while there is none the track is silent.
 class CaptureTrack
 {
 public:
     struct Settings {
-        PipeWireStreamSettings stream;
+        bool capturesSink = false; ///< what is played, instead of the default microphone
+        int sampleRate = 48000;    ///< frames per second
+        int channelCount = 1;
         QString queueName;                 ///< the worker is named by the end of it
         const char *logCategory = nullptr; ///< a literal
         /// For a microphone: none was there for a second, or one is there again. On the worker.
@@ -50,31 +52,17 @@ public:
     void close();
 
 private:
-    /// What was done to the sound so far, in frames.
-    struct Record {
-        TrackAssembler::Record assembled;
-        qint64 withheld = 0; ///< silenced, because it may not have come from a microphone
-
-        bool operator==(const Record &) const = default;
-    };
-
-    struct HeldCycle {
-        CapturedCycle cycle;
-        std::vector<float> samples;
-    };
-
     std::expected<void, Error> open();
-    bool isMicrophone() const { return !m_settings.stream.capturesSink; }
+    std::expected<std::unique_ptr<PipeWireStream>, Error>
+    openStream(std::optional<quint64> microphone);
 
     // The worker.
     void run();
-    void takeArrived();
-    void drain(MediaTime hold);
-    bool mayBeHeard(const CapturedCycle &cycle, MediaTime hold);
+    void drain();
+    void followMicrophone();
     void watch();
-    void watchStream(MediaTime elapsed);
-    void watchOutputLink(MediaTime elapsed);
-    void watchMicrophone(MediaTime now);
+    void watchServer(MediaTime elapsed);
+    void watchLink(MediaTime elapsed);
     void logWhenSettled(MediaTime now);
     void writeLog();
     void completeStart(const std::expected<void, Error> &outcome);
@@ -86,7 +74,11 @@ private:
     const Logger m_logger;
     std::mutex m_opening; ///< held by open() and close()
     bool m_isClosed = false;
+    std::shared_ptr<PipeWireConnection> m_connection;
+    WakeUp m_wakeUp;
+    std::mutex m_streams; ///< held by who changes what follows
     std::unique_ptr<PipeWireStream> m_stream;
+    std::unique_ptr<PipeWireStream> m_nextStream; ///< of another microphone, until it has sound
     std::thread m_worker;
     std::atomic<bool> m_isStopping{false};
     MediaTime m_stopTime{0}; ///< written before m_isStopping
@@ -94,15 +86,17 @@ private:
 
     // The worker's own.
     TrackAssembler m_assembler;
-    std::deque<HeldCycle> m_held; ///< arrived, and waiting for the news; not in the ring, which
-                                  ///< begins at its front only when it is empty
-    qint64 m_withheld = 0;
-    Record m_logged;
-    Record m_seen; ///< at the last look
+    std::vector<float> m_samples;        ///< of the cycle in hand
+    std::optional<quint64> m_microphone; ///< whose stream was opened last
+    MediaTime m_lastOpening{0};          ///< of a stream
+    TrackAssembler::Record m_logged;
+    TrackAssembler::Record m_seen; ///< at the last look
     MediaTime m_lastChange{0};
     MediaTime m_lastWatch{0};
-    MediaTime m_idle{0};     ///< how long nothing has arrived, while we ran
-    MediaTime m_unlinked{0}; ///< how long an output has not been linked, while we ran
+    // How long something has lasted, while we ran.
+    MediaTime m_idle{0};       ///< nothing arrived
+    MediaTime m_unanswered{0}; ///< nothing arrived although a device is linked
+    MediaTime m_unlinked{0};   ///< a device should be linked and is not
     bool m_hasStarted = false;
     bool m_hasEnded = false;
     bool m_isPresent = true;

@@ -52,12 +52,12 @@ std::expected<void, Error> PipeWireCaptureStream::deliverTo(CaptureListener &lis
 {
     if (m_capture)
         return std::unexpected(Error(u"录音流已有接收者"_s));
-    const CaptureTrack::Settings settings{{.capturesSink = true,
-                                           .sampleRate = m_format.sampleRate,
-                                           .channelCount = m_format.channelCount},
-                                          queueName,
-                                          "audio.system",
-                                          {}};
+    const CaptureTrack::Settings settings{.capturesSink = true,
+                                          .sampleRate = m_format.sampleRate,
+                                          .channelCount = m_format.channelCount,
+                                          .queueName = queueName,
+                                          .logCategory = "audio.system",
+                                          .presenceChanged = {}};
     m_capture = std::make_shared<Capture>(m_server, m_origin, listener, settings);
     return {};
 }

@@ -1,5 +1,9 @@
 #include "platform/linux/pipewire/PipeWireConnection.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <pipewire/extensions/metadata.h>
 #include <spa/utils/result.h>
 
 #include <cerrno>
@@ -38,8 +42,9 @@ struct PipeWireConnection::Events {
 
     static void error(void *data, uint32_t id, int, int code, const char *message)
     {
-        // Errors of other objects concern those; their owners hear of them by themselves.
-        if (id == PW_ID_CORE)
+        // Errors of other objects concern those; their owners hear of them by themselves. An object
+        // that the server removed while a request to it was on its way is no loss of the server.
+        if (id == PW_ID_CORE && code != -ENOENT)
             self(data).fail(-code, message);
     }
 
@@ -51,7 +56,23 @@ struct PipeWireConnection::Events {
 
     static void globalRemove(void *data, uint32_t id)
     {
-        self(data).changeGraph([id](AudioGraph &graph) { graph.remove(id); });
+        PipeWireConnection &connection = self(data);
+        if (id == connection.m_defaultsId)
+            connection.m_defaults.reset();
+        connection.changeGraph([id](AudioGraph &graph) { graph.remove(id); });
+    }
+
+    static int defaultChanged(void *data, uint32_t, const char *key, const char *,
+                              const char *value)
+    {
+        // Without a key all is cleared.
+        if (key != nullptr && std::string_view(key) != "default.audio.source")
+            return 0;
+        const QString name = QJsonDocument::fromJson(key != nullptr ? value : nullptr)
+                                 .object()[u"name"_s]
+                                 .toString();
+        self(data).changeGraph([&name](AudioGraph &graph) { graph.setDefaultSource(name); });
+        return 0;
     }
 
     static const pw_core_events &core()
@@ -77,6 +98,12 @@ struct PipeWireConnection::Events {
         }();
         return events;
     }
+
+    static const pw_metadata_events &defaults()
+    {
+        static const pw_metadata_events events{PW_VERSION_METADATA_EVENTS, defaultChanged};
+        return events;
+    }
 };
 
 std::expected<std::shared_ptr<PipeWireConnection>, ConnectionFailure> PipeWireConnection::open()
@@ -88,8 +115,8 @@ std::expected<std::shared_ptr<PipeWireConnection>, ConnectionFailure> PipeWireCo
     if (const auto connected = connection->connect(); !connected)
         return std::unexpected(connected.error());
 
-    // The answer comes after all globals.
-    if (!connection->roundTrip(answerLimit)) {
+    // The first answer comes after all globals, the second after what the session manager chose.
+    if (!connection->roundTrip() || !connection->roundTrip()) {
         return std::unexpected(
             connection->failure().value_or(ConnectionFailure{false, Error(u"声音服务没有响应"_s)}));
     }
@@ -137,27 +164,31 @@ AudioGraph PipeWireConnection::graph() const
     return m_graph;
 }
 
-bool PipeWireConnection::roundTrip(std::chrono::milliseconds limit)
+std::expected<quint64, Error> PipeWireConnection::defaultMicrophone() const
+{
+    const std::scoped_lock lock(m_mutex);
+    if (const auto serial = m_graph.defaultMicrophone())
+        return *serial;
+    return std::unexpected(Error(u"没有找到麦克风"_s));
+}
+
+// Waits until the server has answered everything asked before. False when it does not.
+bool PipeWireConnection::roundTrip()
 {
     const PipeWireLock lock(m_loop.get());
     timespec until{};
-    pw_thread_loop_get_time(m_loop.get(), &until, std::chrono::nanoseconds(limit).count());
+    pw_thread_loop_get_time(m_loop.get(), &until, std::chrono::nanoseconds(answerLimit).count());
     const int asked = pw_core_sync(m_core.get(), PW_ID_CORE, 0);
-    if (asked < 0)
-        return false;
-    // Two trips may be under way at once; the answers come in the order of the questions.
-    while (m_answered < asked) {
+    while (asked >= 0 && m_answered != asked) {
         if (failure() || pw_thread_loop_timed_wait_full(m_loop.get(), &until) < 0)
             return false;
     }
-    return true;
+    return asked >= 0;
 }
 
 void PipeWireConnection::observeGraph(const void *owner, GraphObserver observer)
 {
     const PipeWireLock lock(m_loop.get());
-    const AudioGraph current = graph();
-    observer(current);
     const std::scoped_lock guard(m_mutex);
     m_observers.insert_or_assign(owner, std::move(observer));
 }
@@ -172,29 +203,44 @@ void PipeWireConnection::forgetObserver(const void *owner)
 
 void PipeWireConnection::changeGraph(const std::function<void(AudioGraph &)> &change)
 {
-    AudioGraph changed;
     std::map<const void *, GraphObserver> observers;
     {
         const std::scoped_lock lock(m_mutex);
         change(m_graph);
-        changed = m_graph;
         observers = m_observers;
     }
     for (const auto &[owner, observer] : observers)
-        observer(changed);
+        observer();
 }
 
 void PipeWireConnection::addGlobal(quint32 id, const char *type, const spa_dict *properties)
 {
     const std::string_view interface(type);
     if (interface == PW_TYPE_INTERFACE_Node) {
-        const QString mediaClass = property(properties, PW_KEY_MEDIA_CLASS);
-        changeGraph([&](AudioGraph &graph) { graph.addNode(id, mediaClass); });
+        const AudioGraph::Node node{property(properties, PW_KEY_MEDIA_CLASS),
+                                    property(properties, PW_KEY_NODE_NAME),
+                                    property(properties, PW_KEY_OBJECT_SERIAL).toULongLong()};
+        changeGraph([&](AudioGraph &graph) { graph.addNode(id, node); });
     } else if (interface == PW_TYPE_INTERFACE_Link) {
         const AudioGraph::Link link{property(properties, PW_KEY_LINK_OUTPUT_NODE).toUInt(),
                                     property(properties, PW_KEY_LINK_INPUT_NODE).toUInt()};
         changeGraph([&](AudioGraph &graph) { graph.addLink(id, link); });
+    } else if (interface == PW_TYPE_INTERFACE_Metadata &&
+               property(properties, PW_KEY_METADATA_NAME) == u"default"_s) {
+        bindDefaults(id);
     }
+}
+
+void PipeWireConnection::bindDefaults(quint32 id)
+{
+    auto *registry = reinterpret_cast<pw_registry *>(m_registry.get());
+    auto *metadata = static_cast<pw_metadata *>(
+        pw_registry_bind(registry, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
+    if (metadata == nullptr)
+        return;
+    m_defaults.reset(reinterpret_cast<pw_proxy *>(metadata));
+    m_defaultsId = id;
+    pw_metadata_add_listener(metadata, &m_defaultsHook, &Events::defaults(), this);
 }
 
 void PipeWireConnection::fail(int code, const char *message)

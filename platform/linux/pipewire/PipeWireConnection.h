@@ -4,7 +4,6 @@
 #include "platform/linux/pipewire/AudioGraph.h"
 #include "platform/linux/pipewire/PipeWireHandles.h"
 
-#include <chrono>
 #include <expected>
 #include <functional>
 #include <map>
@@ -25,7 +24,7 @@ struct ConnectionFailure {
 class PipeWireConnection
 {
 public:
-    using GraphObserver = std::function<void(const AudioGraph &graph)>;
+    using GraphObserver = std::function<void()>;
 
     /// Connects and learns the graph; waits a few seconds at most. Not on the main thread.
     static std::expected<std::shared_ptr<PipeWireConnection>, ConnectionFailure> open();
@@ -42,11 +41,10 @@ public:
 
     AudioGraph graph() const;
 
-    /// Waits until the server has answered everything asked before, so that graph() is up to date.
-    /// False when it did not within \p limit. Not on the loop thread.
-    bool roundTrip(std::chrono::milliseconds limit);
+    /// The serial of the default microphone, or what to tell the user where there is none.
+    std::expected<quint64, Error> defaultMicrophone() const;
 
-    /// Calls \p observer on the loop thread now and at every change of the graph, until
+    /// Calls \p observer on the loop thread after every change of the graph, until
     /// forgetObserver() with the same \p owner returns.
     void observeGraph(const void *owner, GraphObserver observer);
     void forgetObserver(const void *owner);
@@ -56,16 +54,21 @@ private:
 
     PipeWireConnection() = default;
     std::expected<void, ConnectionFailure> connect();
+    bool roundTrip();
     void changeGraph(const std::function<void(AudioGraph &)> &change);
     void addGlobal(quint32 id, const char *type, const spa_dict *properties);
+    void bindDefaults(quint32 id);
     void fail(int code, const char *message);
 
     PipeWireLoop m_loop;
     PipeWireContext m_context;
     PipeWireCore m_core;
     PipeWireProxy m_registry;
+    PipeWireProxy m_defaults; ///< the session manager's choice of devices; null before it runs
+    quint32 m_defaultsId = SPA_ID_INVALID;
     spa_hook m_coreHook{};
     spa_hook m_registryHook{};
+    spa_hook m_defaultsHook{};
     int m_answered = -1; ///< number of the last answer to a round trip; under the loop's lock
 
     mutable std::mutex m_mutex; ///< guards what follows

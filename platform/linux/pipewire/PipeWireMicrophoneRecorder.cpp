@@ -17,9 +17,9 @@ PipeWireMicrophoneRecorder::PipeWireMicrophoneRecorder(PipeWireServer &server, T
           std::move(writer), origin, [this](const MicrophoneEvent &event) { post(event); }))
 {
     const CaptureTrack::Settings settings{
-        {.capturesSink = false,
-         .sampleRate = encoding.sampleRate,
-         .channelCount = encoding.channelCount},
+        false,
+        encoding.sampleRate,
+        encoding.channelCount,
         u"com.parlovance.audio.mic"_s,
         "audio.mic",
         [file = m_file.get()](bool isPresent) { file->microphoneChanged(isPresent); }};

@@ -13,14 +13,13 @@ bool isAllowed(PipeWireServer &server)
     return connection || !connection.error().isRefused;
 }
 
-/// Without a microphone the stream would be linked to what the speakers play.
 std::expected<void, Error> findMicrophone(PipeWireServer &server)
 {
     const auto connection = server.connection();
     if (!connection)
         return std::unexpected(connection.error().error);
-    if (!(*connection)->graph().hasMicrophone())
-        return std::unexpected(Error(u"没有找到麦克风"_s));
+    if (const auto microphone = (*connection)->defaultMicrophone(); !microphone)
+        return std::unexpected(microphone.error());
     return {};
 }
 } // namespace

@@ -2,10 +2,8 @@
 
 #include "platform/linux/pipewire/MediaClock.h"
 
-#include <poll.h>
 #include <spa/param/audio/format-utils.h>
 #include <spa/utils/result.h>
-#include <sys/eventfd.h>
 
 #include <algorithm>
 #include <array>
@@ -32,12 +30,23 @@ pw_properties *streamProperties(const PipeWireStreamSettings &settings)
         // "Communication" would switch a Bluetooth headset to its call profile.
         PW_KEY_MEDIA_ROLE, "Production", PW_KEY_NODE_ALWAYS_PROCESS, "true", PW_KEY_NODE_LATENCY,
         "2048/48000", PW_KEY_APP_NAME, "Parlovance", nullptr);
-    pw_properties_set(properties, PW_KEY_NODE_NAME,
-                      settings.capturesSink ? "parlovance-system" : "parlovance-microphone");
-    pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION,
-                      settings.capturesSink ? "Parlovance 系统声音" : "Parlovance 麦克风");
-    if (settings.capturesSink)
+    if (!settings.microphone) {
+        pw_properties_set(properties, PW_KEY_NODE_NAME, "parlovance-system");
+        pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, "Parlovance 系统声音");
         pw_properties_set(properties, PW_KEY_STREAM_CAPTURE_SINK, "true");
+        return properties;
+    }
+    pw_properties_set(properties, PW_KEY_NODE_NAME, "parlovance-microphone");
+    pw_properties_set(properties, PW_KEY_NODE_DESCRIPTION, "Parlovance 麦克风");
+    pw_properties_set(properties, PW_KEY_TARGET_OBJECT,
+                      QByteArray::number(*settings.microphone).constData());
+    // Session managers differ in which of these they know. Together they never link the stream to
+    // another device: not when the microphone is gone before the first link, not when it goes
+    // later, not because the user once moved a stream of this name.
+    pw_properties_set(properties, PW_KEY_NODE_DONT_RECONNECT, "true");
+    pw_properties_set(properties, "node.dont-fallback", "true");
+    pw_properties_set(properties, "node.dont-move", "true");
+    pw_properties_set(properties, "state.restore-target", "false");
     return properties;
 }
 
@@ -70,6 +79,18 @@ std::span<const float> samplesOf(const spa_buffer &buffer)
     return {reinterpret_cast<const float *>(begin), size / sizeof(float)};
 }
 
+/// The age that the sound of a microphone has at the start of its cycle: a device is asked once it
+/// has captured a whole cycle, so that the age changes with the length of the cycles.
+MediaTime ageOf(const pw_time &time)
+{
+    if (time.rate.denom == 0)
+        return MediaTime(0);
+    const double seconds = static_cast<double>(time.delay) * time.rate.num / time.rate.denom;
+    constexpr double oldest = 1.0;
+    return std::chrono::round<MediaTime>(
+        std::chrono::duration<double>(std::clamp(seconds, 0.0, oldest)));
+}
+
 MediaTime plausible(MediaTime cycle)
 {
     const MediaTime now = mediaNow();
@@ -86,10 +107,10 @@ struct PipeWireStream::Events {
     static void stateChanged(void *data, pw_stream_state, pw_stream_state state,
                              const char *message)
     {
+        PipeWireStream &stream = self(data);
+        stream.m_node = pw_stream_get_node_id(stream.m_stream.get());
         if (state == PW_STREAM_STATE_UNCONNECTED || state == PW_STREAM_STATE_ERROR)
-            self(data).fail(message);
-        else
-            self(data).noteFeed(self(data).m_connection->graph());
+            stream.fail(message);
     }
 
     static const pw_stream_events &table()
@@ -106,24 +127,22 @@ struct PipeWireStream::Events {
 };
 
 PipeWireStream::PipeWireStream(std::shared_ptr<PipeWireConnection> connection,
-                               const PipeWireStreamSettings &settings)
+                               const PipeWireStreamSettings &settings, WakeUp &worker)
     : m_connection(std::move(connection))
     , m_settings(settings)
+    , m_worker(worker)
     , m_ring(SampleRing::tenSeconds(settings.channelCount))
-    , m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
 }
 
 std::expected<std::unique_ptr<PipeWireStream>, Error>
 PipeWireStream::open(std::shared_ptr<PipeWireConnection> connection,
-                     const PipeWireStreamSettings &settings)
+                     const PipeWireStreamSettings &settings, WakeUp &worker)
 {
-    std::unique_ptr<PipeWireStream> stream(new PipeWireStream(std::move(connection), settings));
+    std::unique_ptr<PipeWireStream> stream(
+        new PipeWireStream(std::move(connection), settings, worker));
     if (const auto connected = stream->connect(); !connected)
         return std::unexpected(connected.error());
-    PipeWireStream &opened = *stream;
-    opened.m_connection->observeGraph(
-        &opened, [&opened](const AudioGraph &graph) { opened.noteFeed(graph); });
     return stream;
 }
 
@@ -133,8 +152,6 @@ std::expected<void, Error> PipeWireStream::connect()
         return std::unexpected(
             Error(u"无法打开录音流（%1）"_s.arg(QString::fromUtf8(spa_strerror(code)))));
     };
-    if (!m_event.isOpen())
-        return failed(-errno);
     const PipeWireLock lock(m_connection->loop());
     m_stream.reset(pw_stream_new(m_connection->core(), "Parlovance", streamProperties(m_settings)));
     if (!m_stream)
@@ -160,7 +177,6 @@ PipeWireStream::~PipeWireStream()
 void PipeWireStream::close()
 {
     m_isClosing = true;
-    m_connection->forgetObserver(this);
     const PipeWireLock lock(m_connection->loop());
     if (!m_stream)
         return;
@@ -182,28 +198,14 @@ void PipeWireStream::capture() noexcept
     const std::size_t frames = samples.size() / channels;
     // Only here the stream's time is that of the buffer in hand.
     if (frames > 0 && pw_stream_get_time_n(m_stream.get(), &time, sizeof time) == 0) {
-        const CapturedCycle cycle{plausible(MediaTime(time.now)), time.ticks, time.rate.denom,
+        const MediaTime age = m_settings.microphone ? ageOf(time) : MediaTime(0);
+        const CapturedCycle cycle{plausible(MediaTime(time.now)) - age, time.ticks, time.rate.denom,
                                   static_cast<quint32>(frames)};
         m_ring.write(cycle, samples.first(frames * channels));
     }
     pw_stream_queue_buffer(m_stream.get(), buffer);
     m_cycles.fetch_add(1, std::memory_order_release);
-    wake();
-}
-
-void PipeWireStream::wait(std::chrono::milliseconds limit)
-{
-    pollfd waiting{m_event.get(), POLLIN, 0};
-    ::poll(&waiting, 1, static_cast<int>(limit.count()));
-    quint64 count = 0;
-    [[maybe_unused]] const ssize_t taken = ::read(m_event.get(), &count, sizeof count);
-}
-
-void PipeWireStream::wake()
-{
-    const quint64 one = 1;
-    // Fails only when the counter is full, and then the worker is awake.
-    [[maybe_unused]] const ssize_t written = ::write(m_event.get(), &one, sizeof one);
+    m_worker.wake();
 }
 
 std::optional<Error> PipeWireStream::failure() const
@@ -216,19 +218,9 @@ std::optional<Error> PipeWireStream::failure() const
     return std::nullopt;
 }
 
-FeedHistory PipeWireStream::feeds() const
+bool PipeWireStream::isLinked() const
 {
-    const std::scoped_lock lock(m_mutex);
-    return m_feeds;
-}
-
-void PipeWireStream::noteFeed(const AudioGraph &graph)
-{
-    const MediaTime now = mediaNow();
-    const quint32 node = m_stream ? pw_stream_get_node_id(m_stream.get()) : SPA_ID_INVALID;
-    const std::scoped_lock lock(m_mutex);
-    m_feeds.forgetBefore(now - oldestPlausible);
-    m_feeds.note(now, graph.feedOf(node));
+    return m_connection->graph().isLinked(m_node);
 }
 
 void PipeWireStream::fail(const char *message)
@@ -246,5 +238,5 @@ void PipeWireStream::fail(const char *message)
                 QString::fromUtf8(reason.data(), static_cast<qsizetype>(reason.size()))));
         }
     }
-    wake();
+    m_worker.wake();
 }

@@ -34,6 +34,12 @@ public:
     /// where none waits.
     std::optional<CapturedCycle> take(std::vector<float> &samples);
 
+    /// For the worker.
+    bool isEmpty() const noexcept
+    {
+        return m_written.load(std::memory_order_acquire) == m_taken.load(std::memory_order_relaxed);
+    }
+
     /// For the worker. Frames that found no room since the last call.
     quint64 takeLostFrames() noexcept;
 
