@@ -12,14 +12,21 @@ using namespace std::chrono_literals;
 /// the longest cycle (8192 frames at 48 kHz).
 constexpr MediaTime tolerance = 200ms;
 
-/// Another rate than ours is converted on the way, and the converter's cycles differ in length.
-constexpr MediaTime converterWobble = 2ms;
+/// Shorter gaps are none where they are not counted in our own frames: the converter of another
+/// rate makes cycles of differing length, and the start of a cycle is known no better.
+constexpr MediaTime wobble = 2ms;
 
 double seconds(MediaTime time)
 {
     return std::chrono::duration<double>(time).count();
 }
 } // namespace
+
+TimeLine::TimeLine(int sampleRate)
+    : m_sampleRate(sampleRate)
+    , m_wobbleFrames(std::llround(seconds(wobble) * sampleRate))
+{
+}
 
 bool TimeLine::repeatsPrevious(const CapturedCycle &cycle) const
 {
@@ -37,14 +44,19 @@ bool TimeLine::continues(const CapturedCycle &cycle) const
     return std::abs(byTicks - seconds(cycle.now - m_previous->now)) <= seconds(tolerance);
 }
 
-qint64 TimeLine::positionByTicks(const CapturedCycle &cycle, qint64 appended) const
+bool TimeLine::keepsLength(const CapturedCycle &cycle) const
 {
-    const double frames = static_cast<double>(cycle.ticks - m_previous->ticks) * m_sampleRate /
-                          static_cast<double>(cycle.rate);
-    const qint64 position = m_previousPosition + std::llround(frames);
-    const auto wobble = std::llround(seconds(converterWobble) * m_sampleRate);
+    const auto change = std::abs(static_cast<qint64>(cycle.frames) - m_previous->frames);
     const bool isConverted = static_cast<int>(cycle.rate) != m_sampleRate;
-    return isConverted && std::abs(position - appended) < wobble ? appended : position;
+    return isConverted ? change < m_wobbleFrames : change == 0;
+}
+
+qint64 TimeLine::framesSincePrevious(const CapturedCycle &cycle, bool isSteady) const
+{
+    const double elapsed = isSteady
+                               ? static_cast<double>(cycle.ticks - m_previous->ticks) / cycle.rate
+                               : seconds(cycle.now - m_previous->now);
+    return std::llround(elapsed * m_sampleRate);
 }
 
 TimeLine::Placement TimeLine::place(const CapturedCycle &cycle, qint64 appended, MediaTime next)
@@ -54,11 +66,20 @@ TimeLine::Placement TimeLine::place(const CapturedCycle &cycle, qint64 appended,
         return {0, frames};
 
     qint64 position = appended;
-    if (continues(cycle) && !m_isInDoubt)
-        position = positionByTicks(cycle, appended);
-    else if (m_previous)
+    bool isSteady = false;
+    if (continues(cycle) && !m_isInDoubt) {
+        isSteady = keepsLength(cycle);
+        // The first cycle of a new length may already carry the loss that the next one shows.
+        const bool countsTicks = isSteady && m_isSteady;
+        position = m_previousPosition + framesSincePrevious(cycle, countsTicks);
+        const bool isExact = countsTicks && static_cast<int>(cycle.rate) == m_sampleRate;
+        if (!isExact && std::abs(position - appended) < m_wobbleFrames)
+            position = appended;
+    } else if (m_previous) {
         position += std::llround(seconds(cycle.now - next) * m_sampleRate);
+    }
     m_isInDoubt = false;
+    m_isSteady = isSteady;
     m_previous = cycle;
     m_previousPosition = position;
     return {std::max<qint64>(position - appended, 0),

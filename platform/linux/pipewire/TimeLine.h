@@ -6,10 +6,12 @@
 
 /// Decides where in a track the samples of each cycle belong.
 ///
-/// The driver's ticks count every sample, also those that never reached us, so a step in them is
-/// the exact length of a gap. When the driver changes they say nothing, and the start of the cycle
-/// on the system's clock decides. That clock alone would not do: it jumps by a cycle, without any
-/// loss, whenever the length of the cycles changes.
+/// The driver's ticks count every sample, also those that never reached us: while cycles keep their
+/// length, a step in them is the exact length of a gap, and the start of the cycle on the system's
+/// clock is not, because a cycle may start late without any loss. Where cycles change their length
+/// it is the other way round: servers before 1.0 count a cycle in its own length, later ones in
+/// that of the cycle before, and both run one cycle of the old length with samples of the new one,
+/// so that only the clock tells what was lost. When the driver changes, the ticks say nothing.
 class TimeLine
 {
 public:
@@ -22,10 +24,7 @@ public:
     };
 
     /// \p sampleRate: frames a second of the track.
-    explicit TimeLine(int sampleRate)
-        : m_sampleRate(sampleRate)
-    {
-    }
+    explicit TimeLine(int sampleRate);
 
     /// Whether the same driver simply ran on since the previous cycle.
     bool continues(const CapturedCycle &cycle) const;
@@ -39,10 +38,13 @@ public:
 
 private:
     bool repeatsPrevious(const CapturedCycle &cycle) const;
-    qint64 positionByTicks(const CapturedCycle &cycle, qint64 appended) const;
+    bool keepsLength(const CapturedCycle &cycle) const;
+    qint64 framesSincePrevious(const CapturedCycle &cycle, bool isSteady) const;
 
     int m_sampleRate;
+    qint64 m_wobbleFrames;
     std::optional<CapturedCycle> m_previous;
     qint64 m_previousPosition = 0; ///< where in the track the previous cycle began, in frames
+    bool m_isSteady = false;       ///< the previous cycle was as long as the one before it
     bool m_isInDoubt = false;
 };

@@ -7,9 +7,10 @@ namespace
 {
 constexpr int silenceFrames = 4096;
 
-/// An error that the correction of drift would take minutes for: the device lost samples without
-/// its ticks telling.
-constexpr double unexplainedSeconds = 0.06;
+/// An error beyond a cycle and this would take the correction of drift minutes: the device lost
+/// samples without its ticks telling. Up to a cycle the start of one may be off after a change of
+/// the device.
+constexpr double unexplainedSeconds = 0.02;
 } // namespace
 
 TrackAssembler::TrackAssembler(int sampleRate, int channelCount, Output output)
@@ -40,8 +41,10 @@ void TrackAssembler::correctDrift(const CapturedCycle &cycle, bool isContinuing)
     if (!isContinuing)
         m_drift.reset();
     const double error = std::chrono::duration<double>(end() - cycle.now).count();
-    m_drift.measure(error, static_cast<double>(cycle.frames) / m_sampleRate);
-    if (std::abs(m_drift.errorSeconds()) > unexplainedSeconds) {
+    const double length = static_cast<double>(cycle.frames) / m_sampleRate;
+    m_longestCycle = std::max(m_longestCycle, length);
+    m_drift.measure(error, length);
+    if (std::abs(m_drift.errorSeconds()) > m_longestCycle + unexplainedSeconds) {
         m_timeLine.resynchronise();
         m_drift.reset();
     }
@@ -51,6 +54,12 @@ void TrackAssembler::correctDrift(const CapturedCycle &cycle, bool isContinuing)
         m_resampler = FineResampler::create(m_sampleRate, m_channelCount, m_history);
     if (m_resampler)
         m_resampler->setPartsPerMillion(partsPerMillion);
+}
+
+void TrackAssembler::changeDevice()
+{
+    m_timeLine.resynchronise();
+    m_drift.reset();
 }
 
 void TrackAssembler::fillUntil(MediaTime time)

@@ -33,8 +33,8 @@ public:
     /// track.
     void append(const CapturedCycle &cycle, std::span<const float> samples);
 
-    /// Whether \p cycle comes from the same driver as the one before, without a doubt.
-    bool continues(const CapturedCycle &cycle) const { return m_timeLine.continues(cycle); }
+    /// The cycles from now on come from another device: the system's clock places the first one.
+    void changeDevice();
 
     /// Appends silence up to \p time, where the track is not yet that long. Nothing before it
     /// began.
@@ -66,6 +66,7 @@ private:
     std::optional<MediaTime> m_origin; ///< when the track began; none before its first cycle
     qint64 m_appended = 0;             ///< frames before the correction of drift
     qint64 m_delivered = 0;            ///< frames after it
+    double m_longestCycle = 0.04;      ///< seconds; the first guess is a desktop's longest
     Record m_record;
     std::vector<float> m_history; ///< the last frames that were delivered untouched
     std::vector<float> m_stretched;
