@@ -1,5 +1,4 @@
 #include "tests/support/LiveSound.h"
-#include "tests/support/LogCapture.h"
 #include "tests/support/SoundSession.h"
 #include "tests/support/UndisturbedAttempts.h"
 
@@ -134,7 +133,59 @@ private Q_SLOTS:
             QVERIFY(heard.frames > 48000);
             // What is played now reaches a virtual microphone at once, the output's monitor in the
             // next cycle, when it is heard.
-            QCOMPARE(heard.lastOffset - spoken.lastOffset, 4096);
+            QCOMPARE(heard.lastOffset - spoken.lastOffset, 2048);
+            return;
+        }
+        QSKIP(UndisturbedAttempts::skipped);
+    }
+
+    void keepsTimeWhileCyclesChange()
+    {
+        const QString silence = SoundSession::counterFile(60.0, 0, 2);
+        const QTemporaryDir folder;
+        for (UndisturbedAttempts attempts; attempts.next();) {
+            const auto player = SoundSession::play(SoundSession::counterFile(60.0, 1, 2), speaker);
+            const auto voice =
+                SoundSession::speak(SoundSession::counterFile(60.0, 1, 1), microphone);
+            Connection connection;
+            LiveCapture system(connection);
+            QVERIFY(system.started);
+            LiveMicrophone recording(connection);
+            QVERIFY(recording.isRunning);
+            // Others who want short cycles come and go on both devices, and are there at the end.
+            for (int change = 0; change < 20; ++change) {
+                const auto until = [&] { return 0.5 + system.kept.sound.seconds(); };
+                QVERIFY(system.waitFor(until()));
+                const SoundSession::Running shortPlayer(
+                    {u"pw-play"_s, u"--latency"_s, u"256"_s, u"--target"_s, speaker, silence});
+                const SoundSession::Running shortRecorder({u"pw-record"_s, u"--latency"_s, u"256"_s,
+                                                           u"--target"_s, microphone,
+                                                           folder.filePath(u"other.wav"_s)});
+                QVERIFY(system.waitFor(until()));
+                if (change == 19) {
+                    system.end();
+                    recording.end();
+                }
+            }
+            const auto heard = system.kept.sound.samples();
+            const auto spoken = recording.writers.sound.samples();
+            const double apart = std::chrono::duration<double>(system.kept.sound.origin() -
+                                                               recording.writers.sound.origin())
+                                     .count() +
+                                 system.kept.sound.seconds() - recording.writers.sound.seconds();
+            qInfo("lengths %.1f and %.1f ms off, ends %.1f ms apart", system.lengthError * 1000.0,
+                  recording.lengthError * 1000.0, apart * 1000.0);
+            if (attempts.wasDisturbed())
+                continue;
+            // A track that had lost its time by more than some milliseconds would have been
+            // stretched, and its samples would not be whole numbers any more.
+            QCOMPARE(CounterTrace::find(heard, 1).altered, 0);
+            QCOMPARE(CounterTrace::find(spoken, 1).altered, 0);
+            QVERIFY(CounterTrace::find(heard, 1).frames > 15 * 48000);
+            QVERIFY(CounterTrace::find(spoken, 1).frames > 15 * 48000);
+            QVERIFY(std::abs(system.lengthError) < 0.02);
+            QVERIFY(std::abs(recording.lengthError) < 0.02);
+            QVERIFY(std::abs(apart) < 0.02);
             return;
         }
         QSKIP(UndisturbedAttempts::skipped);
@@ -184,7 +235,6 @@ private Q_SLOTS:
 
     void neverRecordsTheSpeakers()
     {
-        LogCapture log;
         const auto player = SoundSession::play(SoundSession::counterFile(90.0, -1, 2), speaker);
         // From here on there is no microphone but the one that is pulled out.
         SoundSession::run({u"pw-cli"_s, u"destroy"_s, microphone});
@@ -202,9 +252,8 @@ private Q_SLOTS:
             QTRY_COMPARE_WITH_TIMEOUT(recording.events, QList<Kind>{Kind::interrupted}, 5000);
             qInfo("told after %lld ms: %s", timer.elapsed(), qPrintable(recording.texts.last()));
             QVERIFY(timer.elapsed() < 2000);
-            // The session manager has linked the recorder to the speakers.
-            QVERIFY(SoundSession::waitForOutput({u"pw-link"_s, u"-l"_s, u"-i"_s},
-                                                speaker + u":monitor_FL"_s));
+            // The session manager offers the speakers in its place.
+            QVERIFY(SoundSession::waitForOutput({u"pactl"_s, u"get-default-source"_s}, speaker));
             QVERIFY(recording.waitFor(recording.writers.sound.seconds() + 0.5));
             plugged = std::make_unique<Plugged>();
             QTRY_COMPARE_WITH_TIMEOUT(recording.events,
@@ -213,14 +262,6 @@ private Q_SLOTS:
             QVERIFY(recording.waitFor(before + 1.5));
         }
         recording.end();
-        // What was kept out is told, once a time.
-        int withheldMilliseconds = 0;
-        const QStringList lines = log.take().filter(u"withheld"_s);
-        for (const QString &line : lines)
-            withheldMilliseconds += line.section(u' ', -3, -3).toInt();
-        QVERIFY2(withheldMilliseconds > 1500, qPrintable(lines.join(u'\n')));
-        QVERIFY2(lines.size() <= 6, qPrintable(lines.join(u'\n')));
-
         const auto samples = recording.writers.sound.samples();
         QCOMPARE(CounterTrace::find(samples, -1).frames, 0);
         const auto voice = CounterTrace::find(samples, 1);

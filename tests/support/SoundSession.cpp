@@ -149,7 +149,9 @@ CounterTrace CounterTrace::find(std::span<const float> samples, int sign)
     CounterTrace trace;
     qint64 previous = 0;
     for (std::size_t place = 0; place < samples.size(); ++place) {
-        const qint64 count = std::llround(double(samples[place]) * sign * countsPerUnit);
+        const double scaled = double(samples[place]) * sign * countsPerUnit;
+        const qint64 count = std::llround(scaled);
+        trace.altered += scaled != static_cast<double>(count) ? 1 : 0;
         if (count <= 0)
             continue;
         const auto at = static_cast<qint64>(place);

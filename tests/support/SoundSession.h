@@ -53,6 +53,7 @@ struct CounterTrace {
     qint64 frames = 0;   ///< samples of this sign
     qint64 skipped = 0;  ///< counts that are missing between the first and the last
     qint64 repeated = 0; ///< counts that go back
+    qint64 altered = 0;  ///< samples of either sign that are no counts
     qint64 firstPlace = -1;
     qint64 lastPlace = -1;
     qint64 firstOffset = 0; ///< place minus count at the first sample
