@@ -34,7 +34,8 @@ QDateTime decodedDate(double seconds)
     constexpr double first = -63'113'904'000.0;
     constexpr double last = 252'423'993'599.0;
     const qint64 milliseconds = std::llround(std::clamp(seconds, first, last) * 1000.0);
-    return QDateTime::fromMSecsSinceEpoch(milliseconds + fileEpoch, Qt::UTC);
+    static const QDateTime epoch = QDateTime::fromMSecsSinceEpoch(fileEpoch).toUTC();
+    return epoch.addMSecs(milliseconds);
 }
 
 /// Appends one JSON object. By hand, because the list is saved at every change on the main thread,

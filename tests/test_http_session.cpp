@@ -2,7 +2,7 @@
 #include "platform/linux/network/CurlHttpSession.h"
 #include "platform/linux/network/SocketTraffic.h"
 #include "tests/support/Awaited.h"
-#include "tests/support/SocketServer.h"
+#include "tools/localservice/SocketServer.h"
 
 #include <QElapsedTimer>
 #include <QFile>

@@ -1,16 +1,16 @@
 #include "platform/linux/network/CurlHttpSession.h"
 #include "tests/support/Awaited.h"
-#include "tests/support/SocketServer.h"
+#include "tools/localservice/SocketServer.h"
 
 #include <QFile>
 #include <QProcess>
+#include <QSslConfiguration>
+#include <QSslKey>
+#include <QSslServer>
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <httplib.h>
-
 #include <atomic>
-#include <thread>
 
 using namespace Qt::StringLiterals;
 using Kind = TransportError::Kind;
@@ -18,52 +18,62 @@ using Kind = TransportError::Kind;
 namespace
 {
 
-/// A real TLS server with a certificate; counts the requests that got through to it.
+constexpr qint64 uploadBytes = 20'000'000;
+
+/// A real TLS server with a certificate, for one connection; counts what got through to it.
 class TrustedServer
 {
 public:
     explicit TrustedServer(const QString &name)
-        : m_server((name + u".pem"_s).toUtf8().constData(), (name + u".key"_s).toUtf8().constData())
-        , m_port(m_server.bind_to_any_port("127.0.0.1"))
     {
-        m_server.Get("/", [this](const auto &, auto &response) {
-            ++m_requests;
-            response.set_content("ok", "text/plain");
+        QFile key(name + u".key"_s);
+        if (!key.open(QIODevice::ReadOnly) || !m_server.listen(QHostAddress::LocalHost))
+            qFatal("no TLS server");
+        QSslConfiguration configuration = QSslConfiguration::defaultConfiguration();
+        configuration.setLocalCertificateChain(QSslCertificate::fromPath(name + u".pem"_s));
+        configuration.setPrivateKey(QSslKey(&key, QSsl::Ec));
+        m_server.setSslConfiguration(configuration);
+        QObject::connect(&m_server, &QTcpServer::pendingConnectionAvailable, &m_server, [this] {
+            m_socket = m_server.nextPendingConnection();
+            // Otherwise the toolkit takes in all of a body that nobody reads.
+            m_socket->setReadBufferSize(65536);
+            QObject::connect(m_socket, &QIODevice::readyRead, &m_server, [this] { serve(); });
         });
-        m_server.Put("/stored", [this](const auto &request, auto &response) {
-            ++m_requests;
-            m_bytesStored = static_cast<int>(request.body.size());
-            response.set_content("thanks", "text/plain");
-        });
-        m_server.Put("/refused", [this](const auto &, auto &response, const auto &reader) {
-            ++m_requests;
-            // The rest is not taken.
-            reader([](const char *, size_t) { return false; });
-            response.status = 403;
-            response.set_content("no", "text/plain");
-        });
-        m_thread = std::thread([this] { m_server.listen_after_bind(); });
-        while (!m_server.is_running())
-            std::this_thread::yield();
     }
-    ~TrustedServer()
-    {
-        m_server.stop();
-        m_thread.join();
-    }
-    TrustedServer(const TrustedServer &) = delete;
-    TrustedServer &operator=(const TrustedServer &) = delete;
 
-    QString address(const QString &host) const { return u"https://%1:%2/"_s.arg(host).arg(m_port); }
+    QString address(const QString &host) const
+    {
+        return u"https://%1:%2/"_s.arg(host).arg(m_server.serverPort());
+    }
     int requests() const { return m_requests; }
-    int bytesStored() const { return m_bytesStored; }
+    qint64 bytesStored() const { return m_bytesStored; }
 
 private:
-    httplib::SSLServer m_server;
-    int m_port;
-    std::atomic_int m_requests = 0;
-    std::atomic_int m_bytesStored = 0;
-    std::thread m_thread;
+    void serve()
+    {
+        while (!m_head.endsWith("\r\n\r\n")) {
+            if (!m_socket->canReadLine())
+                return;
+            m_head += m_socket->readLine();
+        }
+        const bool isStored = m_head.startsWith("PUT /stored");
+        if (isStored)
+            m_bytesStored += m_socket->readAll().size();
+        if (isStored && m_bytesStored < uploadBytes)
+            return;
+        ++m_requests;
+        QObject::disconnect(m_socket, nullptr, &m_server, nullptr);
+        const bool isRefused = m_head.startsWith("PUT /refused");
+        m_socket->write(isRefused ? "HTTP/1.1 403 No\r\nContent-Length: 2\r\n\r\nno"
+                                  : "HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nthanks");
+        m_socket->disconnectFromHost(); // the rest of a refused body is not taken
+    }
+
+    QSslServer m_server;
+    QTcpSocket *m_socket = nullptr;
+    QByteArray m_head;
+    int m_requests = 0;
+    qint64 m_bytesStored = 0;
 };
 
 HttpOutcome sent(HttpRequest request, const QString &trustedAuthority)
@@ -107,6 +117,30 @@ private:
         QCOMPARE(QProcess::execute(u"openssl"_s, arguments + more), 0);
     }
 
+    /// The certificate NAME again as expired.pem, signed by the authority.
+    void expire(const QString &name)
+    {
+        QFile settings(m_folder.filePath(u"settings"_s));
+        QVERIFY(settings.open(QIODevice::WriteOnly));
+        settings.write("[ca]\ndefault_ca=own\n[own]\nrand_serial=yes\ndefault_md=sha256\n"
+                       "database=index\nnew_certs_dir=.\npolicy=any\ncopy_extensions=copy\n"
+                       "[any]\ncommonName=supplied\n");
+        settings.close();
+        QVERIFY(QFile(m_folder.filePath(u"index"_s)).open(QIODevice::WriteOnly));
+        QProcess openssl;
+        openssl.setWorkingDirectory(m_folder.path());
+        // The only command of it that takes dates of the past in each of its versions.
+        openssl.start(u"openssl"_s,
+                      {u"ca"_s, u"-batch"_s, u"-config"_s, u"settings"_s, u"-ss_cert"_s,
+                       name + u".pem"_s, u"-cert"_s, u"authority.pem"_s, u"-keyfile"_s,
+                       u"authority.key"_s, u"-startdate"_s, u"20200101000000Z"_s, u"-enddate"_s,
+                       u"20200201000000Z"_s, u"-notext"_s, u"-out"_s, u"expired.pem"_s});
+        QVERIFY(openssl.waitForFinished());
+        QVERIFY2(openssl.exitCode() == 0, openssl.readAllStandardError().constData());
+        QVERIFY(
+            QFile::copy(m_folder.filePath(name + u".key"_s), m_folder.filePath(u"expired.key"_s)));
+    }
+
 private Q_SLOTS:
     void initTestCase()
     {
@@ -116,13 +150,7 @@ private Q_SLOTS:
                                             u"-CAkey"_s, m_folder.filePath(u"authority.key"_s)};
         make(u"good"_s, own, signedByAuthority);
         make(u"self-signed"_s, own, {});
-        const QString inTime = m_folder.filePath(u"self-signed"_s);
-        const QString expired = m_folder.filePath(u"expired"_s);
-        const QStringList dated{
-            u"x509"_s,  u"-in"_s, inTime + u".pem"_s, u"-out"_s, expired + u".pem"_s,
-            u"-days"_s, u"-1"_s,  u"-set_serial"_s,   u"1"_s};
-        QCOMPARE(QProcess::execute(u"openssl"_s, dated + signedByAuthority), 0);
-        QVERIFY(QFile::copy(inTime + u".key"_s, expired + u".key"_s));
+        expire(u"self-signed"_s);
         make(u"other-host"_s, u"DNS:example.com,IP:127.0.0.2"_s, signedByAuthority);
     }
 
@@ -175,7 +203,7 @@ private Q_SLOTS:
         QFETCH(const QString, path);
         const TrustedServer server(m_folder.filePath(u"good"_s));
         QFile file(m_folder.filePath(u"recording.m4a"_s));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(20'000'000));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.resize(uploadBytes));
         HttpRequest request("PUT", server.address(u"localhost"_s) + path);
         request.setBodyFile(file.fileName());
 
@@ -185,7 +213,7 @@ private Q_SLOTS:
         QTEST(outcome->status(), "status");
         QTEST(outcome->body(), "body");
         QCOMPARE(server.requests(), 1);
-        QCOMPARE(server.bytesStored(), outcome->isSuccess() ? 20'000'000 : 0);
+        QCOMPARE(server.bytesStored(), outcome->isSuccess() ? uploadBytes : 0);
     }
 
     void serverWithoutTls()

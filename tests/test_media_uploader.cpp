@@ -23,7 +23,7 @@ UploadRequest recording()
     return {.fileURL = QUrl::fromLocalFile(u"/r/rec 1#%.m4a"_s),
             .title = u"周会"_s,
             .durationSeconds = 75,
-            .startedAt = QDateTime::fromMSecsSinceEpoch(1'741'944'413'589, Qt::UTC),
+            .startedAt = QDateTime::fromMSecsSinceEpoch(1'741'944'413'589).toUTC(),
             .clientRecordingId = u"mac-file-rec 1#%"_s};
 }
 

@@ -9,6 +9,7 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimeZone>
 
 #include <sys/stat.h>
 
@@ -59,7 +60,7 @@ struct Story {
 
     Story()
     {
-        clock.wall = QDateTime(QDate(2025, 1, 2), QTime(3, 0), Qt::UTC).toLocalTime();
+        clock.wall = QDateTime(QDate(2025, 1, 2), QTime(3, 0), QTimeZone::utc()).toLocalTime();
         QDir().mkpath(folder);
     }
 
@@ -85,7 +86,7 @@ RecentSession minimalSession()
     return RecentSession{.title = u"t"_s,
                          .duration = u"0s"_s,
                          .when = u"刚刚"_s,
-                         .startedAt = QDateTime::fromMSecsSinceEpoch(1'735'689'600'250, Qt::UTC)};
+                         .startedAt = QDateTime::fromMSecsSinceEpoch(1'735'689'600'250).toUTC()};
 }
 } // namespace
 
@@ -105,7 +106,8 @@ private Q_SLOTS:
         full.clientRecordingId = u"mac-file-x"_s;
         RecentSession processing = minimalSession();
         processing.status = RecentSession::Status::processing;
-        processing.startedAt = QDateTime(QDate(1999, 12, 31), QTime(23, 59, 59, 999), Qt::UTC);
+        processing.startedAt =
+            QDateTime(QDate(1999, 12, 31), QTime(23, 59, 59, 999), QTimeZone::utc());
         const QList list{full, minimalSession(), processing};
         const auto back = decodeRecents(encodeRecents(list));
         QVERIFY(back.has_value());

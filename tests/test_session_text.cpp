@@ -3,6 +3,7 @@
 
 #include <QLocale>
 #include <QTest>
+#include <QTimeZone>
 
 #include <time.h>
 
@@ -81,8 +82,8 @@ private Q_SLOTS:
 
     void theLocalTimeZoneAndDigitsCount()
     {
-        const QDateTime now(QDate(2025, 3, 7), QTime(2, 0), Qt::UTC);
-        const QDateTime then(QDate(2024, 12, 31), QTime(20, 0), Qt::UTC);
+        const QDateTime now(QDate(2025, 3, 7), QTime(2, 0), QTimeZone::utc());
+        const QDateTime then(QDate(2024, 12, 31), QTime(20, 0), QTimeZone::utc());
         QCOMPARE(relativeTime(then, now), u"01-01"_s);
         QCOMPARE(defaultTitle(now), u"录音 2025-03-07 10:00"_s);
 

@@ -1,4 +1,4 @@
-#include "tests/support/SocketServer.h"
+#include "tools/localservice/SocketServer.h"
 #include "tests/support/UploadStage.h"
 
 using namespace Qt::StringLiterals;

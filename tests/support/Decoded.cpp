@@ -99,8 +99,11 @@ private:
         const qint64 start = stream()->start_time == AV_NOPTS_VALUE ? 0 : stream()->start_time;
         const qint64 duration = stream()->duration == AV_NOPTS_VALUE ? 0 : stream()->duration;
         m_decoded.startSeconds = static_cast<double>(start) * av_q2d(stream()->time_base);
-        // A fragmented file starts before 0, with the encoder's delay.
-        m_decoded.containerFrames = inFrames(start + duration);
+        // The fragments' durations begin with the encoder's delay, before time 0. Newer libav gives
+        // 0 as their start, so that their first packet is asked.
+        const AVIndexEntry *first = avformat_index_get_entry(stream(), 0);
+        m_decoded.containerFrames =
+            inFrames((m_decoded.fragmented && first ? first->timestamp : start) + duration);
     }
 
     void receive()

@@ -5,21 +5,14 @@
 
 #include <QFile>
 #include <QJsonArray>
-#include <QUrl>
 #include <QUrlQuery>
 
-#include <array>
-#include <memory>
+#include <algorithm>
 
 using namespace Qt::StringLiterals;
 
 namespace
 {
-
-QString text(const std::string &value)
-{
-    return QString::fromStdString(value);
-}
 
 /// The refusals of object storage are XML.
 QByteArray storageRefusal(const QByteArray &code)
@@ -37,37 +30,18 @@ constexpr std::array exchangeNames{
 LocalService::LocalService(const QString &folder)
     : m_store(folder)
 {
-    routeCalls();
-    routePages();
-}
-
-LocalService::~LocalService()
-{
-    if (!m_thread.joinable())
-        return;
-    m_server.stopNow();
-    m_thread.join();
 }
 
 bool LocalService::listen(int port)
 {
-    constexpr const char *host = "127.0.0.1";
-    m_port = port;
-    if (port == 0)
-        m_port = m_server.bind_to_any_port(host);
-    else if (!m_server.bind_to_port(host, port))
-        return false;
-    if (m_port < 0)
-        return false;
-    m_thread = std::thread([this] { m_server.listen_after_bind(); });
-    while (!m_server.is_running())
-        std::this_thread::yield();
-    return true;
+    m_server = std::make_unique<SocketServer>(
+        [this](ServedSocket socket) { serve(ServiceCall(socket, m_log)); }, port);
+    return m_server->port() > 0;
 }
 
 QString LocalService::origin() const
 {
-    return u"http://127.0.0.1:%1"_s.arg(m_port);
+    return m_server->origin();
 }
 
 void LocalService::setLatestRelease(const QJsonObject &release)
@@ -90,70 +64,43 @@ std::optional<LocalService::Exchange> LocalService::exchangeNamed(const QString 
     return static_cast<Exchange>(found - exchangeNames.begin());
 }
 
-void LocalService::routeCalls()
-{
-    route("POST", "/api/oss/sign-upload", Exchange::signUpload, &LocalService::signUpload);
-    route("PUT", "/objects/([^/]+)", Exchange::objectUpload, &LocalService::storeObject);
-    route("POST", "/api/meetings", Exchange::createMeeting, &LocalService::createMeeting);
-    route("POST", "/api/meetings/reconcile", Exchange::reconcile, &LocalService::reconcile);
-    route("GET", "/api/auth/me", Exchange::identity, &LocalService::identity);
-    route("GET", "/api/release/latest", Exchange::latestRelease, &LocalService::latestRelease);
-    route("GET", "/desktop-auth", Exchange::signInPage, &LocalService::signInPage);
-    route("POST", "/desktop-auth", Exchange::signInPage, &LocalService::finishSignIn);
-}
+const std::array<LocalService::Route, 12> LocalService::routes{{
+    {"POST", "/api/oss/sign-upload", Exchange::signUpload, &LocalService::signUpload},
+    {"PUT", "/objects/*", Exchange::objectUpload, &LocalService::storeObject},
+    {"POST", "/api/meetings", Exchange::createMeeting, &LocalService::createMeeting},
+    {"POST", "/api/meetings/reconcile", Exchange::reconcile, &LocalService::reconcile},
+    {"GET", "/api/auth/me", Exchange::identity, &LocalService::identity},
+    {"GET", "/api/release/latest", Exchange::latestRelease, &LocalService::latestRelease},
+    {"GET", "/desktop-auth", Exchange::signInPage, &LocalService::signInPage},
+    {"POST", "/desktop-auth", Exchange::signInPage, &LocalService::finishSignIn},
+    {"GET", "/", std::nullopt, &LocalService::homePage},
+    {"GET", "/app", std::nullopt, &LocalService::meetingsPage},
+    {"GET", "/app/meetings/*", std::nullopt, &LocalService::meetingPage},
+    {"GET", "/objects/*", std::nullopt, &LocalService::sendObject},
+}};
 
-void LocalService::routePages()
+void LocalService::serve(ServiceCall call)
 {
-    const auto page = [](httplib::Response &response, int status, const QByteArray &content) {
-        response.status = status;
-        response.set_content(content.toStdString(), "text/html; charset=utf-8");
-    };
-    m_server.Get("/", [page](const auto &, auto &response) { page(response, 200, Pages::home()); });
-    m_server.Get("/app", [this, page](const auto &, auto &response) {
-        page(response, 200, Pages::meetings(m_store.meetings()));
+    const QString path = call.path();
+    const QString anyName = path.chopped(call.name().size()) + u'*';
+    const auto *const route = std::ranges::find_if(routes, [&](const Route &candidate) {
+        return call.method() == candidate.method && (path == QLatin1StringView(candidate.path) ||
+                                                     anyName == QLatin1StringView(candidate.path));
     });
-    m_server.Get("/app/meetings/(.+)", [this, page](const auto &request, auto &response) {
-        const auto meeting = m_store.meeting(text(request.matches[1]));
-        if (meeting)
-            page(response, 200, Pages::meeting(*meeting));
-        else
-            page(response, 404, Pages::problem(u"没有这个会议。"_s));
-    });
-    m_server.Get("/objects/([^/]+)",
-                 [this](const auto &request, auto &response) { sendObject(request, response); });
-}
-
-void LocalService::route(const char *method, const char *pattern, Exchange exchange, Answer answer)
-{
-    const auto plain = [=, this](const httplib::Request &request, httplib::Response &response) {
-        ServiceCall call(m_log, request, response);
-        serve(exchange, call, answer);
-    };
-    const auto withBody = [=, this](const httplib::Request &request, httplib::Response &response,
-                                    const httplib::ContentReader &reader) {
-        ServiceCall call(m_log, request, response, &reader);
-        serve(exchange, call, answer);
-    };
-    if (QByteArrayView(method) == "GET")
-        m_server.Get(pattern, plain);
-    else if (QByteArrayView(method) == "PUT")
-        m_server.Put(pattern, withBody);
+    const bool isKnown = route != routes.end();
+    if (const auto fault = isKnown ? takeFault(route->exchange) : std::nullopt)
+        return fail(*fault, call, *route);
+    if (isKnown)
+        (this->*route->answer)(call);
     else
-        m_server.Post(pattern, withBody);
+        call.answerPage(404, Pages::problem(u"没有这个页面。"_s));
+    call.sendAnswer();
 }
 
-void LocalService::serve(Exchange exchange, ServiceCall &call, Answer answer)
-{
-    if (const auto misbehaviour = takeFault(exchange))
-        fail(*misbehaviour, call, answer);
-    else
-        (this->*answer)(call);
-}
-
-std::optional<Misbehaviour> LocalService::takeFault(Exchange exchange)
+std::optional<Misbehaviour> LocalService::takeFault(std::optional<Exchange> exchange)
 {
     const std::scoped_lock lock(m_mutex);
-    const auto found = m_faults.find(exchange);
+    const auto found = exchange ? m_faults.find(*exchange) : m_faults.end();
     if (found == m_faults.end())
         return std::nullopt;
     Misbehaviour misbehaviour = found->second.misbehaviour;
@@ -164,41 +111,34 @@ std::optional<Misbehaviour> LocalService::takeFault(Exchange exchange)
     return misbehaviour;
 }
 
-void LocalService::fail(const Misbehaviour &misbehaviour, ServiceCall &call, Answer answer)
+void LocalService::fail(const Misbehaviour &misbehaviour, ServiceCall &call, const Route &route)
 {
-    Connection &connection = RawServer::connection();
     if (misbehaviour.doesWhatIsAsked())
-        (this->*answer)(call);
-    else
-        call.readBody(misbehaviour.bodyBytesRead(), [](QByteArrayView) { return true; });
+        (this->*route.answer)(call);
+    call.readBody(misbehaviour.bodyBytesRead(), [](QByteArrayView) { return true; });
 
-    if (!m_server.pause(misbehaviour.delay()) || misbehaviour.answersProperly())
+    ServedSocket &socket = call.socket();
+    if (!socket.pause(misbehaviour.delay()))
         return;
-    if (misbehaviour.byteInterval().count() == 0)
-        connection.send(misbehaviour.raw());
-    else
-        for (const char &byte : misbehaviour.raw()) {
-            if (!connection.send(QByteArrayView(&byte, 1)) ||
-                !m_server.pause(misbehaviour.byteInterval()))
-                break;
-        }
+    if (misbehaviour.answersProperly())
+        return call.sendAnswer();
     if (misbehaviour.resets())
-        connection.reset();
+        return socket.resetAtClose();
+    if (misbehaviour.byteInterval().count() == 0)
+        socket.send(misbehaviour.raw());
     else
-        connection.finish();
+        socket.drip(misbehaviour.raw(), misbehaviour.byteInterval());
+    socket.finish();
 }
 
 /// The account that the request belongs to; without one it is answered here.
 std::optional<QString> LocalService::account(ServiceCall &call)
 {
-    const QString credential = text(call.request.get_header_value("Authorization"));
+    const QString credential = QString::fromLatin1(call.header("Authorization"));
     const auto email =
         credential.startsWith("JWT "_L1) ? m_store.emailOf(credential.sliced(4)) : std::nullopt;
-    if (!email) {
-        // The body has to be read, or the connection ends in a reset.
-        call.readJson();
+    if (!email)
         call.answer(401, {{u"message"_s, u"未登录"_s}});
-    }
     return email;
 }
 
@@ -212,7 +152,8 @@ void LocalService::signUpload(ServiceCall &call)
         return;
     }
     const ServiceStore::Place place = m_store.newPlace();
-    const QString address = origin() + u"/objects/"_s + place.key;
+    const QString address =
+        u"http://%1/objects/%2"_s.arg(QLatin1StringView(call.header("Host")), place.key);
     call.answer(200, {{u"uploadURL"_s, address + u"?signature="_s + place.signature},
                       {u"publicURL"_s, address},
                       {u"objectKey"_s, place.key}});
@@ -221,11 +162,10 @@ void LocalService::signUpload(ServiceCall &call)
 /// Straight to the disk; the object appears when it is whole.
 void LocalService::storeObject(ServiceCall &call)
 {
-    const ServiceStore::Place place{.key = text(call.request.matches[1]),
-                                    .signature = text(call.request.get_param_value("signature"))};
-    if (call.request.get_header_value("Content-Type") != "audio/mp4" || !m_store.usePlace(place)) {
+    const ServiceStore::Place place{.key = call.name(),
+                                    .signature = call.parameter(u"signature"_s)};
+    if (call.header("Content-Type") != "audio/mp4" || !m_store.usePlace(place)) {
         call.answer(403, storageRefusal("SignatureDoesNotMatch"), "application/xml");
-        call.readBody(-1, [](QByteArrayView) { return true; });
         return;
     }
     const QString path = m_store.objectPath(place.key);
@@ -242,7 +182,7 @@ void LocalService::storeObject(ServiceCall &call)
         call.answer(500, storageRefusal("IncompleteBody"), "application/xml");
         return;
     }
-    call.response.status = 200;
+    call.answer(200, {}, "text/plain");
 }
 
 void LocalService::createMeeting(ServiceCall &call)
@@ -288,7 +228,7 @@ void LocalService::latestRelease(ServiceCall &call)
 
 void LocalService::signInPage(ServiceCall &call)
 {
-    const QString state = text(call.request.get_param_value("state"));
+    const QString state = call.parameter(u"state"_s);
     if (state.isEmpty())
         call.answerPage(400, Pages::problem(u"请从应用中开始登录。"_s));
     else
@@ -297,12 +237,7 @@ void LocalService::signInPage(ServiceCall &call)
 
 void LocalService::finishSignIn(ServiceCall &call)
 {
-    QByteArray body;
-    call.readBody(-1, [&](QByteArrayView bytes) {
-        body.append(bytes);
-        return body.size() < 64 * 1024;
-    });
-    const QUrlQuery form(QString::fromUtf8(body.replace('+', ' ')));
+    const QUrlQuery form(QString::fromUtf8(call.readText().replace('+', ' ')));
     const QString state = form.queryItemValue(u"state"_s, QUrl::FullyDecoded);
     const QString email = form.queryItemValue(u"email"_s, QUrl::FullyDecoded);
     if (state.isEmpty() || email.isEmpty()) {
@@ -314,24 +249,28 @@ void LocalService::finishSignIn(ServiceCall &call)
     };
     const QString callback = u"parlovance://auth?token=%1&state=%2&email=%3"_s.arg(
         escaped(m_store.signIn(email)), escaped(state), escaped(email));
-    call.answerPage(303, Pages::signedIn(callback));
-    call.response.set_header("Location", callback.toStdString());
+    call.answerPage(303, Pages::signedIn(callback), "Location: " + callback.toUtf8() + "\r\n");
 }
 
-void LocalService::sendObject(const httplib::Request &request, httplib::Response &response)
+void LocalService::homePage(ServiceCall &call)
 {
-    const auto file = std::make_shared<QFile>(m_store.objectPath(text(request.matches[1])));
-    if (!file->open(QIODevice::ReadOnly)) {
-        response.status = 404;
-        return;
-    }
-    response.set_content_provider(
-        static_cast<size_t>(file->size()), "audio/mp4",
-        [file](size_t offset, size_t length, httplib::DataSink &sink) {
-            constexpr size_t pieceBytes = 256 * 1024;
-            file->seek(static_cast<qint64>(offset));
-            const QByteArray piece = file->read(static_cast<qint64>(std::min(length, pieceBytes)));
-            return !piece.isEmpty() &&
-                   sink.write(piece.constData(), static_cast<size_t>(piece.size()));
-        });
+    call.answerPage(200, Pages::home());
+}
+
+void LocalService::meetingsPage(ServiceCall &call)
+{
+    call.answerPage(200, Pages::meetings(m_store.meetings()));
+}
+
+void LocalService::meetingPage(ServiceCall &call)
+{
+    if (const auto meeting = m_store.meeting(call.name()))
+        call.answerPage(200, Pages::meeting(*meeting));
+    else
+        call.answerPage(404, Pages::problem(u"没有这个会议。"_s));
+}
+
+void LocalService::sendObject(ServiceCall &call)
+{
+    call.answerFile(m_store.objectPath(call.name()), "audio/mp4");
 }

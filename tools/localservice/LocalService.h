@@ -1,14 +1,17 @@
 #pragma once
 
 #include "tools/localservice/Misbehaviour.h"
-#include "tools/localservice/RawServer.h"
 #include "tools/localservice/RequestLog.h"
 #include "tools/localservice/ServiceStore.h"
+#include "tools/localservice/SocketServer.h"
 
 #include <QJsonObject>
 
-#include <functional>
-#include <thread>
+#include <array>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
 
 class ServiceCall;
 
@@ -29,12 +32,6 @@ public:
 
     /// Keeps its meetings and objects in \p folder, and takes up those of an earlier run.
     explicit LocalService(const QString &folder);
-
-    /// Ends every connection.
-    ~LocalService();
-
-    LocalService(const LocalService &) = delete;
-    LocalService &operator=(const LocalService &) = delete;
 
     /// Port 0: any free one. False when the port is taken.
     bool listen(int port = 0);
@@ -62,14 +59,17 @@ private:
         Misbehaviour misbehaviour;
         int timesLeft;
     };
-    using Answer = void (LocalService::*)(ServiceCall &);
+    struct Route {
+        const char *method;
+        const char *path;                 ///< with "*" for the name at its end
+        std::optional<Exchange> exchange; ///< none: nothing goes wrong here
+        void (LocalService::*answer)(ServiceCall &);
+    };
+    static const std::array<Route, 12> routes;
 
-    void routeCalls();
-    void routePages();
-    void route(const char *method, const char *pattern, Exchange exchange, Answer answer);
-    void serve(Exchange exchange, ServiceCall &call, Answer answer);
-    std::optional<Misbehaviour> takeFault(Exchange exchange);
-    void fail(const Misbehaviour &misbehaviour, ServiceCall &call, Answer answer);
+    void serve(ServiceCall call);
+    std::optional<Misbehaviour> takeFault(std::optional<Exchange> exchange);
+    void fail(const Misbehaviour &misbehaviour, ServiceCall &call, const Route &route);
     std::optional<QString> account(ServiceCall &call);
 
     void signUpload(ServiceCall &call);
@@ -80,16 +80,17 @@ private:
     void latestRelease(ServiceCall &call);
     void signInPage(ServiceCall &call);
     void finishSignIn(ServiceCall &call);
-    void sendObject(const httplib::Request &request, httplib::Response &response);
+    void homePage(ServiceCall &call);
+    void meetingsPage(ServiceCall &call);
+    void meetingPage(ServiceCall &call);
+    void sendObject(ServiceCall &call);
 
     ServiceStore m_store;
     RequestLog m_log;
-    RawServer m_server;
-    int m_port = 0;
 
     std::mutex m_mutex;
     QJsonObject m_release;              ///< under the mutex
     std::map<Exchange, Fault> m_faults; ///< under the mutex
 
-    std::thread m_thread;
+    std::unique_ptr<SocketServer> m_server; ///< last, because its threads use the others
 };

@@ -2,27 +2,23 @@
 
 using namespace Qt::StringLiterals;
 
-namespace
-{
-
-QByteArray head(int status, qsizetype bodyBytes, const QByteArray &fields)
+QByteArray Misbehaviour::replyHead(int status, qsizetype bodyBytes, const QByteArray &contentType,
+                                   const QByteArray &fields)
 {
     return "HTTP/1.1 " + QByteArray::number(status) +
-           " Answer\r\nContent-Length: " + QByteArray::number(bodyBytes) + "\r\n" + fields +
-           "Connection: close\r\n\r\n";
+           " Answer\r\nContent-Length: " + QByteArray::number(bodyBytes) +
+           "\r\nContent-Type: " + contentType + "\r\n" + fields + "Connection: close\r\n\r\n";
 }
-
-} // namespace
 
 Misbehaviour Misbehaviour::answered(int status, const QByteArray &body,
                                     const QByteArray &contentType)
 {
-    return bytes(head(status, body.size(), "Content-Type: " + contentType + "\r\n") + body);
+    return bytes(replyHead(status, body.size(), contentType) + body);
 }
 
 Misbehaviour Misbehaviour::redirected(int status, const QByteArray &location)
 {
-    return bytes(head(status, 0, "Location: " + location + "\r\n"));
+    return bytes(replyHead(status, 0, "text/plain", "Location: " + location + "\r\n"));
 }
 
 Misbehaviour Misbehaviour::bytes(const QByteArray &raw)
@@ -41,7 +37,7 @@ Misbehaviour Misbehaviour::dripped(const QByteArray &body, std::chrono::millisec
 
 Misbehaviour Misbehaviour::cutOff(const QByteArray &body, qsizetype keptBytes)
 {
-    return bytes(head(200, body.size(), "Content-Type: application/json\r\n") +
+    return bytes(replyHead(200, body.size(), "application/json") +
                  body.first(std::min(keptBytes, body.size())));
 }
 

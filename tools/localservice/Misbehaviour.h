@@ -10,6 +10,10 @@
 class Misbehaviour
 {
 public:
+    /// The head of a well-formed reply; \p fields are further whole lines.
+    static QByteArray replyHead(int status, qsizetype bodyBytes, const QByteArray &contentType,
+                                const QByteArray &fields = {});
+
     /// A well-formed reply of that status and body.
     static Misbehaviour answered(int status, const QByteArray &body = {},
                                  const QByteArray &contentType = "application/json");

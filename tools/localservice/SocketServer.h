@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QList>
 #include <QString>
 
@@ -27,16 +28,23 @@ public:
     QByteArray read(qsizetype limit);
     void readToEnd();
 
-    void send(const QByteArray &bytes);
+    /// False when the other side is gone.
+    bool send(QByteArrayView bytes);
 
     /// A byte every \p interval.
-    void drip(const QByteArray &bytes, std::chrono::milliseconds interval);
+    void drip(QByteArrayView bytes, std::chrono::milliseconds interval);
+
+    /// Ends our side and waits a moment for the end of the other.
+    void finish();
 
     /// Lets the close arrive as a reset.
     void resetAtClose();
 
     /// Waits until the other side closes or the server stops.
     void waitForEnd();
+
+    /// Waits that long; false when the other side closes or the server stops meanwhile.
+    bool pause(std::chrono::milliseconds duration);
 
 private:
     int m_socket;
@@ -48,12 +56,16 @@ class SocketServer
 public:
     using Script = std::function<void(ServedSocket)>;
 
-    explicit SocketServer(Script script);
+    /// Port 0: any free one.
+    explicit SocketServer(Script script, int port = 0);
+
+    /// Ends every connection, and waits for the scripts.
     ~SocketServer();
 
     SocketServer(const SocketServer &) = delete;
     SocketServer &operator=(const SocketServer &) = delete;
 
+    /// 0: the port that was asked for is taken.
     int port() const { return m_port; }
     QString origin() const { return QStringLiteral("http://127.0.0.1:%1").arg(m_port); }
     qsizetype connectionCount() const;

@@ -1,4 +1,4 @@
-#include "tests/support/SocketServer.h"
+#include "tools/localservice/SocketServer.h"
 
 #include <netinet/in.h>
 #include <poll.h>
@@ -32,23 +32,31 @@ void ServedSocket::readToEnd()
     }
 }
 
-void ServedSocket::send(const QByteArray &bytes)
+bool ServedSocket::send(QByteArrayView bytes)
 {
-    qsizetype sent = 0;
-    while (sent < bytes.size()) {
-        const ssize_t count = ::send(m_socket, bytes.constData() + sent,
-                                     static_cast<size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+    while (!bytes.isEmpty()) {
+        const ssize_t count =
+            ::send(m_socket, bytes.data(), static_cast<size_t>(bytes.size()), MSG_NOSIGNAL);
         if (count <= 0)
-            return;
-        sent += count;
+            return false;
+        bytes = bytes.sliced(count);
     }
+    return true;
 }
 
-void ServedSocket::drip(const QByteArray &bytes, std::chrono::milliseconds interval)
+void ServedSocket::drip(QByteArrayView bytes, std::chrono::milliseconds interval)
 {
-    for (const char byte : bytes) {
-        send(QByteArray(1, byte));
-        std::this_thread::sleep_for(interval);
+    while (!bytes.isEmpty() && send(bytes.first(1)) && pause(interval))
+        bytes = bytes.sliced(1);
+}
+
+void ServedSocket::finish()
+{
+    shutdown(m_socket, SHUT_WR);
+    // What the other side still sends is taken in, or the kernel would answer it with a reset that
+    // overtakes the reply.
+    pollfd wait{.fd = m_socket, .events = POLLIN, .revents = 0};
+    while (poll(&wait, 1, 2000) > 0 && !read(256 * 1024).isEmpty()) {
     }
 }
 
@@ -57,27 +65,39 @@ void ServedSocket::resetAtClose()
     const linger none{.l_onoff = 1, .l_linger = 0};
     setsockopt(m_socket, SOL_SOCKET, SO_LINGER, &none, sizeof(none));
 }
-// NOLINTEND(readability-make-member-function-const)
 
 void ServedSocket::waitForEnd()
 {
     // Nothing is read meanwhile: the receive buffer stays as full as it is.
-    pollfd wait{.fd = m_socket, .events = POLLRDHUP, .revents = 0};
-    poll(&wait, 1, -1);
+    pause(std::chrono::hours(1));
 }
 
-SocketServer::SocketServer(Script script)
+bool ServedSocket::pause(std::chrono::milliseconds duration)
+{
+    pollfd wait{.fd = m_socket, .events = POLLRDHUP, .revents = 0};
+    return poll(&wait, 1, static_cast<int>(duration.count())) == 0;
+}
+// NOLINTEND(readability-make-member-function-const)
+
+SocketServer::SocketServer(Script script, int port)
     : m_script(std::move(script))
     , m_listener(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))
 {
+    // A port of which old connections are still fading away can be had; one with a listener cannot.
+    const int yes = 1;
+    setsockopt(m_listener, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof(yes));
     sockaddr_in address{};
     address.sin_family = AF_INET;
+    address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof(address);
     auto *const generic = reinterpret_cast<sockaddr *>(&address);
     if (bind(m_listener, generic, size) != 0 || listen(m_listener, 128) != 0 ||
-        getsockname(m_listener, generic, &size) != 0)
-        qFatal("no loopback port");
+        getsockname(m_listener, generic, &size) != 0) {
+        if (port == 0)
+            qFatal("no loopback port");
+        return;
+    }
     m_port = ntohs(address.sin_port);
     m_acceptThread = std::thread([this] { accept(); });
 }
@@ -85,7 +105,8 @@ SocketServer::SocketServer(Script script)
 SocketServer::~SocketServer()
 {
     shutdown(m_listener, SHUT_RDWR);
-    m_acceptThread.join();
+    if (m_acceptThread.joinable())
+        m_acceptThread.join();
     close(m_listener);
     std::unique_lock lock(m_mutex);
     for (const int socket : m_open)
