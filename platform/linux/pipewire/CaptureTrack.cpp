@@ -26,8 +26,12 @@ constexpr MediaTime absenceDelay = 1s;
 /// What is done to the sound is logged when nothing was for this long: a gap is one line.
 constexpr MediaTime settledDelay = 1s;
 
-/// A stream that ended although its microphone is still there is opened again after this.
-constexpr MediaTime reopeningDelay = 1s;
+/// Where the session manager does not know a new microphone yet, it ends its stream: that is opened
+/// again after this.
+constexpr MediaTime reopeningDelay = 200ms;
+
+/// A stream is linked within milliseconds; one that is not is opened again after this.
+constexpr MediaTime linkingLimit = 2s;
 
 constexpr auto watchInterval = 250ms;
 

@@ -228,8 +228,9 @@ void PipeWireStream::fail(const char *message)
     if (m_isClosing)
         return;
     const std::string_view reason = message != nullptr ? message : "stream removed";
-    // Before the first sound start() waits for it in vain, which is then told.
-    if (reason == noDevice)
+    // Before the first sound start() waits for it in vain, which is then told. The stream of a
+    // microphone is not used again.
+    if (reason == noDevice && !m_settings.microphone)
         return;
     {
         const std::scoped_lock lock(m_mutex);
