@@ -1,5 +1,6 @@
 #include "platform/linux/media/AacEncoder.h"
 #include "platform/linux/media/M4aMuxer.h"
+#include "platform/linux/media/MovieBoxes.h"
 #include "platform/linux/media/PartFiles.h"
 #include "tests/support/Decoded.h"
 #include "tests/support/Packets.h"
@@ -149,6 +150,30 @@ private Q_SLOTS:
         QCOMPARE(stored.frameCount, frameCount);
         QCOMPARE(stored.packets.size(), std::size_t{packetCount});
         QVERIFY(stored.packets.back() == content(packetCount - 1));
+    }
+
+    void soundBeyondFourGigabytes()
+    {
+        const EncodedSound sound = encodeSound({48000, 1, 64000}, noise(0.3, 96000, 4));
+        constexpr qint64 dataOffset = (qint64(1) << 32) - 2000; // the first of the chunks before
+        std::vector<quint32> sizes;
+        for (const AacPacket &packet : sound.packets)
+            sizes.push_back(static_cast<quint32>(packet.size()));
+        BoxWriter front;
+        writeFileType(front);
+        writeMovie(front, {sound.format, sizes, sound.frameCount, dataOffset});
+        front.text(std::string_view("\0\0\0\0mdat", 8)); // to the end of the file
+        QFile file(path());                              // with a hole, which takes no room
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.write(reinterpret_cast<const char *>(front.data().data()),
+                           static_cast<qint64>(front.size())) > 0);
+        QVERIFY(file.seek(dataOffset));
+        for (const AacPacket &packet : sound.packets)
+            QVERIFY(file.write(reinterpret_cast<const char *>(packet.data()),
+                               static_cast<qint64>(packet.size())) > 0);
+        file.close();
+        QVERIFY(readPackets(path()).packets == sound.packets);
+        QVERIFY(file.remove());
     }
 
     void whatIsNoNumberIsEncodedAsSilence()

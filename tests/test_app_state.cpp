@@ -6,9 +6,11 @@
 
 #include <QCoroTask>
 #include <QRandomGenerator>
+#include <QSemaphore>
 #include <QTest>
 #include <QThreadPool>
 
+#include <atomic>
 #include <optional>
 #include <tuple>
 
@@ -313,7 +315,7 @@ private Q_SLOTS:
         QFETCH(const QStringList, files);
         Stage stage;
         FakeAudioAssets &assets = stage.rig.assets;
-        assets.duration = {{u"system"_s, seconds}, {u"mic"_s, seconds}};
+        assets.duration = {{u"system"_s, seconds}, {u"mic"_s, seconds}, {u"mix"_s, seconds}};
         // However the folder is spelled, what is listed is known again.
         stage.prefs.setSaveLocation(stage.rig.home.path() + u"/."_s);
         const QString name = u"recording-2026-02-03-04-05-06"_s;
@@ -341,6 +343,20 @@ private Q_SLOTS:
             if (!listed.isEmpty())
                 QCOMPARE(stage.listedNames(), expected);
         }
+    }
+
+    void tracksOutliveAShorterMix()
+    {
+        Stage stage;
+        stage.rig.assets.duration.insert(u"mix"_s, 59.0);
+        const QString name = stage.rig.path(u"recording-2026-02-03-04-05-06"_s);
+        stage.rig.assets.abandoned = {name + u".mic.m4a"_s, name + u".system.m4a"_s};
+        for (const QString &ending : {u".m4a"_s, u".mic.m4a"_s, u".system.m4a"_s})
+            stage.rig.putFile(QFileInfo(name + ending).fileName(), 3000);
+        stage.rig.script.failAt(u"export run"_s);
+        QCoro::waitFor(stage.app->recoverRecordings());
+        for (const QString &track : stage.rig.assets.abandoned)
+            QVERIFY(QFile::exists(track));
     }
 
     void listIsBroughtUpToDateAtStart()
@@ -541,6 +557,26 @@ private Q_SLOTS:
         stage.rig.volume.available = qint64(1) << 30;
         stage.toggle();
         QTRY_COMPARE(stage.app->state(), State::recording);
+    }
+
+    void lateAnswerAboutRoomIsForgotten()
+    {
+        Stage stage;
+        stage.toggle();
+        std::atomic<int> questions = 0;
+        QSemaphore answers;
+        stage.rig.volume.available = 0;
+        stage.rig.volume.beforeAnswer = [&] {
+            ++questions;
+            answers.acquire();
+        };
+        stage.toggleAfter(12);
+        QTRY_COMPARE(stage.app->state(), State::idle);
+        answers.release(9);
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+        QCOMPARE(questions, 1); // a disk that does not answer is not asked again
+        QCOMPARE(stage.app->lastError(), std::nullopt);
     }
 
     void quitKeepsTheRecording_data()

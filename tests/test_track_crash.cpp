@@ -45,6 +45,33 @@ extern "C" int unlink(const char *path) noexcept
     return result;
 }
 
+/// What the disk was told, in order, since a test last cleared it.
+static QStringList diskCalls;
+
+static QString fileOf(int descriptor)
+{
+    return QFileInfo(QFile::symLinkTarget(u"/proc/self/fd/%1"_s.arg(descriptor))).fileName();
+}
+
+extern "C" int fdatasync(int descriptor)
+{
+    diskCalls.append(u"data "_s + fileOf(descriptor));
+    return static_cast<int>(::syscall(SYS_fdatasync, descriptor));
+}
+
+extern "C" int fsync(int descriptor)
+{
+    diskCalls.append(u"sync "_s + fileOf(descriptor));
+    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name) theirs are reserved
+extern "C" int rename(const char *from, const char *to) noexcept
+{
+    diskCalls.append(u"name "_s + QFileInfo(QFile::decodeName(to)).fileName());
+    return static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
+
 namespace
 {
 constexpr AudioEncoding stereo{48000, 2, 128000};
@@ -177,6 +204,7 @@ private Q_SLOTS:
     void init();
     void killedAtAnyMoment_data();
     void killedAtAnyMoment();
+    void diskIsToldInTime();
     void cutAnywhere_data();
     void cutAnywhere();
     void damagedAnywhere_data();
@@ -298,6 +326,17 @@ void TestTrackCrash::record(qint64 frames)
     QVERIFY(appendBlock(writer, 0, noise(0.4, frames * stereo.channelCount, 8)));
     QCOMPARE(abandonedTracks(), QStringList()); // somebody is writing it
     QCoro::waitFor(writer.finish());
+}
+
+/// A power cut takes away a few seconds, and never a recording that had its final name.
+void TestTrackCrash::diskIsToldInTime()
+{
+    diskCalls.clear();
+    record(480000); // eleven fragments and a bit
+    QVERIFY(finishTrackFile(path()));
+    QCOMPARE(diskCalls,
+             QStringList({u"data track.m4a"_s, u"data track.m4a"_s, u"sync track.m4a"_s,
+                          u"sync .track.m4a.part"_s, u"name track.m4a"_s, u"sync tracks"_s}));
 }
 
 void TestTrackCrash::cutAnywhere_data()

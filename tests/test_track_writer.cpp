@@ -3,6 +3,7 @@
 #include "platform/linux/media/PartFiles.h"
 #include "platform/linux/media/TrackWriter.h"
 #include "tests/support/Decoded.h"
+#include "tests/support/Files.h"
 #include "tests/support/Packets.h"
 
 #include <QCoroTask>
@@ -166,18 +167,15 @@ private Q_SLOTS:
     void finishingThatFailsKeepsTheTrack()
     {
         record(mono, sine(440, 0.5, 100000, 1));
-        QFile file(path());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray before = file.readAll();
+        const QByteArray before = contentOf(path());
         QVERIFY(QDir().mkpath(partPath(path()) + u"/in the way"_s));
         const auto finished = finishTrackFile(path());
         QVERIFY(!finished);
         QVERIFY(finished.error().description().startsWith(u"写入录音文件失败："));
-        QVERIFY(file.seek(0));
-        QCOMPARE(file.readAll(), before);
+        QCOMPARE(contentOf(path()), before);
     }
 
-    void foreignBytesAreNotFinished_data()
+    void damagedFilesAreNotFinished_data()
     {
         QTest::addColumn<QByteArray>("content");
         QTest::addRow("nothing") << QByteArray();
@@ -185,19 +183,21 @@ private Q_SLOTS:
         QTest::addRow("zeros") << QByteArray(5000, '\0');
         QTest::addRow("endless box")
             << QByteArray("\0\0\0\1ftyp\xff\xff\xff\xff\xff\xff\xff\xff", 16);
+        init();
+        record(mono, sine(440, 0.5, 480000, 1));
+        QByteArray content = contentOf(path());
+        const qsizetype second = content.indexOf("moof", content.indexOf("moof") + 1);
+        content.remove(second, content.indexOf("moof", second + 1) - second);
+        QTest::addRow("fragment missing") << content;
         QTest::addRow("box without end") << QByteArray("\0\0\0\0ftypM4A \0\0\0\0", 16);
     }
 
-    void foreignBytesAreNotFinished()
+    void damagedFilesAreNotFinished()
     {
         QFETCH(QByteArray, content);
-        QFile file(path());
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QCOMPARE(file.write(content), content.size());
-        QVERIFY(file.flush());
+        put(path(), content);
         QVERIFY(!finishTrackFile(path()));
-        QVERIFY(file.seek(0));
-        QCOMPARE(file.readAll(), content);
+        QCOMPARE(contentOf(path()), content);
     }
 
     void followerGetsEveryPacket()

@@ -7,8 +7,8 @@
 #include <QFileInfo>
 #include <QHash>
 
-/// Reads nothing from files; an export puts 3000 bytes into its output. Steps, with "system" or
-/// "mic" for the track where a name stands: "tracks NAME", "duration NAME", "ahead",
+/// Reads nothing from files; an export puts 3000 bytes into its output. Steps, with "system", "mic"
+/// or "mix" for the file where a name stands: "tracks NAME", "duration NAME", "ahead",
 /// "ahead dropped", "export make", "export make with ahead", "export run", "finish NAME",
 /// "leftovers". A failing step's text is "assets trouble".
 class FakeAudioAssets : public AudioAssets
@@ -68,9 +68,11 @@ public:
         co_return found;
     }
 
-    QCoro::Task<QStringList> filesChangedSince(QString, QStringList, QDateTime) override
+    QCoro::Task<QStringList> filesChangedSince(QString, QStringList, QDateTime time) override
     {
-        const QStringList found = changed;
+        QStringList found = changed;
+        found.removeIf(
+            [&time](const QString &path) { return QFileInfo(path).lastModified() <= time; });
         co_return found;
     }
 
@@ -88,7 +90,7 @@ public:
     std::optional<Error> exportError = Error(QStringLiteral("assets trouble"));
     MixComposition lastComposition;
     QStringList abandoned;  ///< paths
-    QStringList changed;    ///< paths of finished files, by however long ago
+    QStringList changed;    ///< paths of finished files, of which the new ones are found
     QStringList aheadFiles; ///< names of the two tracks and of the output
     QString leftoversFolder;
 
@@ -146,8 +148,11 @@ private:
     static QString name(const QString &path) { return QFileInfo(path).fileName(); }
     static QString track(const QString &path)
     {
-        return path.endsWith(QLatin1String(".mic.m4a")) ? QStringLiteral("mic")
-                                                        : QStringLiteral("system");
+        for (const QString &ending : {QStringLiteral("mic"), QStringLiteral("system")}) {
+            if (path.endsWith(ending + QStringLiteral(".m4a")))
+                return ending;
+        }
+        return QStringLiteral("mix");
     }
 
     template<class Value>

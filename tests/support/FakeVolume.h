@@ -5,6 +5,9 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include <functional>
+#include <optional>
+
 /// Has as much room as the test says.
 class FakeVolume : public Volume
 {
@@ -13,8 +16,11 @@ public:
     {
         if (QThread::currentThread() == QCoreApplication::instance()->thread())
             qFatal("a disk may keep the main thread waiting");
+        if (beforeAnswer)
+            beforeAnswer();
         return available;
     }
 
     std::optional<qint64> available;
+    std::function<void()> beforeAnswer; ///< on the asking thread
 };

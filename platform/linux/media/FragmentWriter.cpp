@@ -12,12 +12,10 @@
 #include <algorithm>
 #include <array>
 
-using namespace std::chrono_literals;
-
 namespace
 {
-constexpr auto syncInterval = 5s;
-constexpr std::size_t boxHeader = 8; ///< size and type
+constexpr quint32 fragmentsPerSync = 5; ///< four and a half seconds of sound
+constexpr std::size_t boxHeader = 8;    ///< size and type
 
 std::size_t packetsPerFragment(const AacFormat &format)
 {
@@ -168,11 +166,9 @@ qint64 FragmentWriter::fragmentEndBefore(qint64 limit) const
 
 std::expected<void, Error> FragmentWriter::syncWhenDue()
 {
-    if (Clock::now() - m_lastSync < syncInterval)
+    if (m_fragmentCount % fragmentsPerSync != 0)
         return {};
-    const auto synced = keep(m_file.syncData());
-    m_lastSync = Clock::now();
-    return synced;
+    return keep(m_file.syncData());
 }
 
 /// Nothing is accepted after the first failure.

@@ -6,7 +6,6 @@
 
 #include <QString>
 
-#include <chrono>
 #include <expected>
 #include <optional>
 #include <span>
@@ -17,7 +16,7 @@
 ///
 /// A fragment lasts a little under a second, so that with what the encoder holds back a second is
 /// the most that a kill takes away; it is written at once. What a power cut takes away is bounded
-/// by a sync every five seconds. A file that somebody removes or moves, even with its folder, is
+/// by a sync every five fragments. A file that somebody removes or moves, even with its folder, is
 /// made again at its path with all that was in it. Memory does not grow. Used by one thread at a
 /// time.
 class FragmentWriter
@@ -38,8 +37,6 @@ public:
     void syncRest() { (void)m_file.sync(); }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     FragmentWriter(QString path, OutputFile file, AacFormat format);
     std::expected<void, Error> writeHeader();
     std::expected<void, Error> append(std::span<const std::byte> bytes);
@@ -59,6 +56,5 @@ private:
     qint64 m_packetCount = 0; ///< in the file
     qint64 m_end = 0;         ///< of the last complete fragment
     quint32 m_fragmentCount = 0;
-    Clock::time_point m_lastSync = Clock::now();
     std::optional<Error> m_error;
 };

@@ -147,11 +147,6 @@ std::expected<void, Error> M4aMuxer::addPacket(std::span<const std::byte> packet
     return added;
 }
 
-void M4aMuxer::sync()
-{
-    (void)m_state->file.syncData();
-}
-
 std::expected<void, Error> M4aMuxer::finish(qint64 frameCount)
 {
     if (m_state->error)

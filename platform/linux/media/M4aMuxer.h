@@ -30,10 +30,6 @@ public:
     /// Appends one packet. After a failure nothing more is accepted.
     std::expected<void, Error> addPacket(std::span<const std::byte> packet);
 
-    /// Puts what was written so far on the disk, so that finish() has little left to do. It also
-    /// tells where this fails.
-    void sync();
-
     /// Writes the index, syncs the file and unlocks it. \p frameCount is the exact length: the
     /// first aacFrameLength frames of delay and what the packets hold beyond it are not played.
     std::expected<void, Error> finish(qint64 frameCount);

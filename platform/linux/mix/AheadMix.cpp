@@ -21,8 +21,7 @@ using namespace std::chrono_literals;
 
 namespace
 {
-constexpr auto syncInterval = 10s; ///< leaves at most 170 kB to be put on the disk at the end
-constexpr auto patience = 500ms;   ///< with a track that should have ended
+constexpr auto patience = 500ms; ///< with a track that should have ended
 
 /// For the calling thread only. There is no way back without privileges: what becomes urgent has
 /// to be done by another thread.
@@ -98,14 +97,9 @@ void AheadMix::Work::run()
     lowerPriority();
     if (const auto ready = setUp(); !ready)
         return discard(ready.error());
-    auto lastSync = std::chrono::steady_clock::now();
     while (waitForMore()) {
         if (const auto advanced = advance(0ms); !advanced)
             return discard(advanced.error());
-        if (const auto now = std::chrono::steady_clock::now(); now - lastSync >= syncInterval) {
-            m_file->sync();
-            lastSync = now;
-        }
     }
 }
 

@@ -27,9 +27,6 @@ public:
     /// Why nothing more can be written.
     const std::optional<Error> &failure() const { return m_failure; }
 
-    /// Puts what was written so far on the disk, so that little is left for the end.
-    void sync() { m_muxer.sync(); }
-
     /// Completes the file on the disk and reads its index back.
     std::expected<void, Error> finish(qint64 frameCount);
 
