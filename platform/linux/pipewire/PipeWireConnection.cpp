@@ -62,11 +62,12 @@ struct PipeWireConnection::Events {
         connection.changeGraph([id](AudioGraph &graph) { graph.remove(id); });
     }
 
-    static int defaultChanged(void *data, uint32_t, const char *key, const char *,
+    static int defaultChanged(void *data, uint32_t subject, const char *key, const char *,
                               const char *value)
     {
-        // Without a key all is cleared.
-        if (key != nullptr && std::string_view(key) != "default.audio.source")
+        // Other subjects are nodes. Without a key everything about the subject is cleared.
+        if (subject != PW_ID_CORE ||
+            (key != nullptr && std::string_view(key) != "default.audio.source"))
             return 0;
         const QString name = QJsonDocument::fromJson(key != nullptr ? value : nullptr)
                                  .object()[u"name"_s]
