@@ -1,5 +1,5 @@
-#include "tools/localservice/SocketServer.h"
 #include "tests/support/UploadStage.h"
+#include "tools/localservice/SocketServer.h"
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;

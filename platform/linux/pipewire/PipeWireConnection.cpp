@@ -2,6 +2,7 @@
 
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QVersionNumber>
 
 #include <pipewire/extensions/metadata.h>
 #include <spa/utils/result.h>
@@ -25,6 +26,15 @@ ConnectionFailure noConnection(int code)
 {
     return {code == EACCES || code == EPERM,
             Error(u"无法连接声音服务（%1）"_s.arg(QString::fromUtf8(spa_strerror(-code))))};
+}
+
+/// The configuration of clients that gives the data thread real-time priority: since 1.4 the
+/// default one does, and the other only brings a complaint.
+const char *realTimeConfiguration()
+{
+    const QLatin1StringView version(pw_get_library_version());
+    return QVersionNumber::fromString(version) < QVersionNumber(1, 4) ? "client-rt.conf"
+                                                                      : "client.conf";
 }
 } // namespace
 
@@ -129,10 +139,9 @@ std::expected<void, ConnectionFailure> PipeWireConnection::connect()
     m_loop.reset(pw_thread_loop_new("parlovance-pw", nullptr));
     if (!m_loop)
         return std::unexpected(noConnection(errno));
-    // This configuration, unlike the default one, gives the data thread real-time priority.
-    m_context.reset(pw_context_new(pw_thread_loop_get_loop(m_loop.get()),
-                                   pw_properties_new(PW_KEY_CONFIG_NAME, "client-rt.conf", nullptr),
-                                   0));
+    m_context.reset(
+        pw_context_new(pw_thread_loop_get_loop(m_loop.get()),
+                       pw_properties_new(PW_KEY_CONFIG_NAME, realTimeConfiguration(), nullptr), 0));
     if (!m_context)
         return std::unexpected(noConnection(errno));
     m_core.reset(pw_context_connect(m_context.get(), nullptr, 0));
