@@ -63,7 +63,8 @@ private Q_SLOTS:
         // The monitor stands in where there is no microphone, by the name of its output.
         graph.setDefaultSource(u"speakers"_s);
         QCOMPARE(graph.defaultMicrophone(), std::nullopt);
-        graph.setDefaultSource(u"headset"_s);
+        graph.setConfiguredSource(u"headset"_s);
+        QCOMPARE(graph.defaultMicrophone(), 140);
         graph.remove(40);
         QCOMPARE(graph.defaultMicrophone(), std::nullopt);
     }

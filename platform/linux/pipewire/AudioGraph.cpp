@@ -35,9 +35,14 @@ QList<CaptureTarget> AudioGraph::sinks() const
 
 std::optional<quint64> AudioGraph::defaultMicrophone() const
 {
-    const auto found = std::ranges::find_if(m_nodes, [this](const Node &node) {
-        return isMicrophone(node) && node.name == m_defaultSource;
-    });
+    const auto used = microphoneNamed(m_defaultSource);
+    return used ? used : microphoneNamed(m_configuredSource);
+}
+
+std::optional<quint64> AudioGraph::microphoneNamed(const QString &name) const
+{
+    const auto found = std::ranges::find_if(
+        m_nodes, [&name](const Node &node) { return isMicrophone(node) && node.name == name; });
     return found == m_nodes.end() ? std::nullopt : std::optional(found->serial);
 }
 

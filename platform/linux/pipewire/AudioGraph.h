@@ -32,17 +32,24 @@ public:
     /// \p name may be that of an output, whose monitor is the default where there is no microphone.
     void setDefaultSource(const QString &name) { m_defaultSource = name; }
 
+    /// What the user chose, which need not be there.
+    void setConfiguredSource(const QString &name) { m_configuredSource = name; }
+
     /// What can be captured.
     QList<CaptureTarget> sinks() const;
 
-    /// The serial of the default microphone. None where the default is not a microphone.
+    /// The serial of the default microphone. None where the default is not a microphone, and the
+    /// user's choice is not there either: a busy session manager may overlook that it is back.
     std::optional<quint64> defaultMicrophone() const;
 
     /// Whether anything is linked to the input of the node \p id.
     bool isLinked(quint32 id) const;
 
 private:
+    std::optional<quint64> microphoneNamed(const QString &name) const;
+
     QHash<quint32, Node> m_nodes;
     QHash<quint32, Link> m_links;
     QString m_defaultSource;
+    QString m_configuredSource;
 };

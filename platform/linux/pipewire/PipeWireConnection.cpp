@@ -76,13 +76,18 @@ struct PipeWireConnection::Events {
                               const char *value)
     {
         // Other subjects are nodes. Without a key everything about the subject is cleared.
-        if (subject != PW_ID_CORE ||
-            (key != nullptr && std::string_view(key) != "default.audio.source"))
+        if (subject != PW_ID_CORE)
             return 0;
-        const QString name = QJsonDocument::fromJson(key != nullptr ? value : nullptr)
-                                 .object()[u"name"_s]
-                                 .toString();
-        self(data).changeGraph([&name](AudioGraph &graph) { graph.setDefaultSource(name); });
+        const auto name = QJsonDocument::fromJson(key != nullptr ? value : nullptr)
+                              .object()[u"name"_s]
+                              .toString();
+        const std::string_view which(key != nullptr ? key : "");
+        self(data).changeGraph([&](AudioGraph &graph) {
+            if (which.empty() || which == "default.audio.source")
+                graph.setDefaultSource(name);
+            if (which.empty() || which == "default.configured.audio.source")
+                graph.setConfiguredSource(name);
+        });
         return 0;
     }
 
