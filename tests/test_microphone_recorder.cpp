@@ -1,3 +1,4 @@
+#include "platform/linux/pipewire/PipeWireStream.h"
 #include "tests/support/LiveSound.h"
 #include "tests/support/SoundSession.h"
 #include "tests/support/UndisturbedAttempts.h"
@@ -278,6 +279,13 @@ private Q_SLOTS:
             !SoundSession::run({u"pactl"_s, u"list"_s, u"sources"_s}).contains(u"plugged"_s));
         const Recording recording;
         QCOMPARE(recording.refusal, u"没有找到麦克风"_s);
+
+        // A microphone that goes before its stream is linked is not replaced by the speakers.
+        WakeUp worker;
+        const auto lost = PipeWireStream::open(*PipeWireServer().connection(),
+                                               {.microphone = 999'999, .channelCount = 1}, worker);
+        QTRY_VERIFY((*lost)->failure());
+        QVERIFY(!(*lost)->isLinked());
 
         Connection connection;
         KeptSoundWriters writers;

@@ -160,6 +160,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(meeting.capture.kept.stopReasons().size(), 1, 10'000);
         qInfo("told after %lld ms: %s", timer.elapsed(),
               qPrintable(meeting.capture.kept.stopReasons().constFirst()));
+        QTRY_COMPARE(meeting.mic.events, QList{MicrophoneEvent::Kind::interrupted});
         meeting.end();
         QVERIFY(std::abs(meeting.capture.lengthError) < 0.1);
     }

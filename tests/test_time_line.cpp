@@ -14,6 +14,14 @@ CapturedCycle cycle(double now, quint64 ticks, quint32 frames = 480, quint32 rat
     return {1000s + std::chrono::round<MediaTime>(time), ticks, rate, frames};
 }
 
+/// The same of a device that is asked once it has captured a whole cycle.
+CapturedCycle aged(double now, quint64 ticks, quint32 frames)
+{
+    CapturedCycle made = cycle(now, ticks, frames);
+    made.age = MediaTime(frames * 1'000'000'000LL / 48000);
+    return made;
+}
+
 MediaTime heardAt(qint64 frames)
 {
     return 1000s + MediaTime(frames * 1'000'000'000 / 48000);
@@ -54,6 +62,13 @@ private Q_SLOTS:
             {cycle(0, 1000, 523, 44100), cycle(11.6, 1512, 557, 44100)}, 0, 0);
         row("a loss at another rate", {cycle(0, 1000, 480, 44100), cycle(110, 5851, 480, 44100)},
             4800, 0);
+
+        row("a late start before the cycles change",
+            {cycle(0, 1000), cycle(10, 1480), cycle(28, 1960), cycle(30, 2440, 96)}, 0, 0);
+        row("a device whose cycles begin with their end",
+            {aged(0, 256, 256), aged(5.333, 512, 256), aged(48, 2560, 2048),
+             aged(90.667, 4608, 2048), aged(96, 6656, 256)},
+            0, 0);
 
         // Measured where a player that asks for cycles of 256 frames comes to one of 2048, and
         // where it goes again; in 85.33 ms there are two long cycles, in 5.33 one short one.

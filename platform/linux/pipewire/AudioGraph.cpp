@@ -41,9 +41,13 @@ std::optional<quint64> AudioGraph::defaultMicrophone() const
 
 std::optional<quint64> AudioGraph::microphoneNamed(const QString &name) const
 {
-    const auto found = std::ranges::find_if(
-        m_nodes, [&name](const Node &node) { return isMicrophone(node) && node.name == name; });
-    return found == m_nodes.end() ? std::nullopt : std::optional(found->serial);
+    // Of several that share a name always the same one, whatever the order of the table.
+    std::optional<quint64> oldest;
+    for (const Node &node : m_nodes) {
+        if (isMicrophone(node) && node.name == name)
+            oldest = std::min(oldest.value_or(node.serial), node.serial);
+    }
+    return oldest;
 }
 
 bool AudioGraph::isLinked(quint32 id) const

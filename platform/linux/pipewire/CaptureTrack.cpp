@@ -26,12 +26,13 @@ constexpr MediaTime absenceDelay = 1s;
 /// What is done to the sound is logged when nothing was for this long: a gap is one line.
 constexpr MediaTime settledDelay = 1s;
 
-/// Where the session manager does not know a new microphone yet, it ends its stream: that is opened
-/// again after this.
-constexpr MediaTime reopeningDelay = 200ms;
+/// A stream is linked within milliseconds. One that is not, because the session manager was busy or
+/// did not know the microphone yet, is opened again after this, and then less and less often.
+constexpr MediaTime firstReopening = 500ms;
+constexpr MediaTime latestReopening = 8s;
 
-/// A stream is linked within milliseconds; one that is not is opened again after this.
-constexpr MediaTime linkingLimit = 2s;
+/// Devices and links are looked at no more often than this while nothing about them changes.
+constexpr auto watchPause = 40ms;
 
 constexpr auto watchInterval = 250ms;
 
@@ -97,7 +98,11 @@ std::expected<void, Error> CaptureTrack::open()
     if (!stream)
         return std::unexpected(stream.error());
     m_stream = std::move(*stream);
-    m_connection->observeGraph(this, [this] { m_wakeUp.wake(); });
+    m_reopeningDelay = firstReopening;
+    m_connection->observeGraph(this, [this] {
+        m_graphChanged = true;
+        m_wakeUp.wake();
+    });
     m_started.start();
     m_worker = std::thread([this] { run(); });
     return {};
@@ -142,19 +147,20 @@ void CaptureTrack::run()
     while (!m_isStopping) {
         m_wakeUp.wait(watchInterval);
         drain();
+        if (!m_graphChanged.exchange(false) && mediaNow() - m_lastWatch < watchPause)
+            continue;
         if (!m_settings.capturesSink)
             followMicrophone();
         watch();
     }
     drain();
+    if (m_nextStream && m_nextStream->isLinked())
+        goOver();
     writeLog();
     // The rest of a cycle at most, where the stream ran: both tracks end with the recording.
     m_assembler.fillUntil(m_stopTime);
     m_assembler.finish();
-    const auto samples = m_stream->ring().highestFill();
-    const auto frames = static_cast<qint64>(samples) / m_settings.channelCount;
-    m_logger.info(
-        u"the worker was %1 ms behind at most"_s.arg(frames * 1000 / m_settings.sampleRate));
+    m_logger.info(u"the worker was %1 ms behind at most"_s.arg(milliseconds(m_highestFill)));
     completeStart(std::unexpected(cancelled()));
 }
 
@@ -163,9 +169,14 @@ void CaptureTrack::drain()
     while (const auto cycle = m_stream->ring().take(m_samples)) {
         m_idle = MediaTime(0);
         m_unanswered = MediaTime(0);
-        completeStart({});
         m_assembler.append(*cycle, m_samples);
+        // A stream runs before it is linked, but there is no microphone in it.
+        if (!m_hasStarted && (m_settings.capturesSink || m_stream->isLinked()))
+            completeStart({});
     }
+    m_lostFrames += static_cast<qint64>(m_stream->ring().takeLostFrames());
+    m_highestFill = std::max(m_highestFill, static_cast<qint64>(m_stream->ring().highestFill()) /
+                                                m_settings.channelCount);
 }
 
 void CaptureTrack::followMicrophone()
@@ -175,20 +186,36 @@ void CaptureTrack::followMicrophone()
         return;
     const auto wanted = m_connection->defaultMicrophone();
     const PipeWireStream &latest = m_nextStream ? *m_nextStream : *m_stream;
-    const bool isLost = latest.failure().has_value() && mediaNow() - m_lastOpening > reopeningDelay;
+    const bool isLost = !latest.isLinked() && mediaNow() - m_lastOpening > m_reopeningDelay;
     if (wanted && (m_microphone != *wanted || isLost)) {
+        m_reopeningDelay = m_microphone != *wanted
+                               ? firstReopening
+                               : std::min<MediaTime>(2 * m_reopeningDelay, latestReopening);
         m_microphone = *wanted;
         if (auto opened = openStream(m_microphone))
             m_nextStream = std::move(*opened);
         else
             m_logger.error(opened.error().description());
     }
-    // A stream that is not linked yet runs without sound.
-    if (m_nextStream && m_nextStream->isLinked() && !m_nextStream->ring().isEmpty()) {
-        m_stream = std::move(m_nextStream);
-        m_assembler.changeDevice();
-        drain();
+    if (!m_nextStream)
+        return;
+    if (!m_nextStream->isLinked()) {
+        // These cycles came from no device, while the microphone before may still be heard.
+        while (m_nextStream->ring().take(m_samples)) {
+        }
+    } else if (!m_nextStream->ring().isEmpty()) {
+        goOver();
     }
+}
+
+void CaptureTrack::goOver()
+{
+    m_stream->close();
+    drain();
+    m_stream = std::move(m_nextStream);
+    m_reopeningDelay = firstReopening;
+    m_assembler.changeDevice();
+    drain();
 }
 
 void CaptureTrack::watch()
@@ -226,13 +253,11 @@ void CaptureTrack::watchLink(MediaTime elapsed)
     const bool isLinked = m_stream->isLinked();
     const bool isExpected = !m_settings.capturesSink || !m_connection->graph().sinks().isEmpty();
     m_unlinked = isExpected && !isLinked ? m_unlinked + elapsed : MediaTime(0);
-    if (m_settings.capturesSink) {
-        // Some session managers never link a stream again that was there before them.
-        if (m_unlinked > patience)
-            end(Error(u"录音流没有连接到输出设备（声音服务的会话管理器没有响应）"_s));
-        return;
-    }
-    if (!m_hasStarted || isLinked == m_isPresent || (!isLinked && m_unlinked < absenceDelay))
+    // Some session managers never link a stream again that was there before them.
+    if (m_unlinked > patience && (m_settings.capturesSink || !m_hasStarted))
+        end(Error(u"录音流没有连接到声音设备（声音服务的会话管理器没有响应）"_s));
+    if (m_settings.capturesSink || !m_hasStarted || isLinked == m_isPresent ||
+        (!isLinked && m_unlinked < absenceDelay))
         return;
     m_isPresent = isLinked;
     m_settings.presenceChanged(isLinked);
@@ -249,11 +274,10 @@ void CaptureTrack::logWhenSettled(MediaTime now)
 
 void CaptureTrack::writeLog()
 {
-    const auto milliseconds = [this](qint64 frames) {
-        return frames * 1000 / m_settings.sampleRate;
-    };
-    if (const auto lost = static_cast<qint64>(m_stream->ring().takeLostFrames()); lost > 0)
-        m_logger.error(u"%1 ms were lost: the worker was held up"_s.arg(milliseconds(lost)));
+    if (m_lostFrames > 0)
+        m_logger.error(
+            u"%1 ms were lost: the worker was held up"_s.arg(milliseconds(m_lostFrames)));
+    m_lostFrames = 0;
     const auto &[silence, cut] = m_assembler.record();
     if (m_assembler.record() == m_logged)
         return;
@@ -261,6 +285,11 @@ void CaptureTrack::writeLog()
                       .arg(milliseconds(silence - m_logged.silence))
                       .arg(milliseconds(cut - m_logged.cut)));
     m_logged = m_assembler.record();
+}
+
+qint64 CaptureTrack::milliseconds(qint64 frames) const
+{
+    return frames * 1000 / m_settings.sampleRate;
 }
 
 void CaptureTrack::completeStart(const std::expected<void, Error> &outcome)

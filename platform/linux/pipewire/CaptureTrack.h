@@ -60,11 +60,13 @@ private:
     void run();
     void drain();
     void followMicrophone();
+    void goOver();
     void watch();
     void watchServer(MediaTime elapsed);
     void watchLink(MediaTime elapsed);
     void logWhenSettled(MediaTime now);
     void writeLog();
+    qint64 milliseconds(qint64 frames) const;
     void completeStart(const std::expected<void, Error> &outcome);
     void end(const Error &reason);
 
@@ -81,14 +83,18 @@ private:
     std::unique_ptr<PipeWireStream> m_nextStream; ///< of another microphone, until it has sound
     std::thread m_worker;
     std::atomic<bool> m_isStopping{false};
-    MediaTime m_stopTime{0}; ///< written before m_isStopping
+    std::atomic<bool> m_graphChanged{true}; ///< since the worker looked
+    MediaTime m_stopTime{0};                ///< written before m_isStopping
     QPromise<std::expected<void, Error>> m_started;
 
     // The worker's own.
     TrackAssembler m_assembler;
     std::vector<float> m_samples;        ///< of the cycle in hand
     std::optional<quint64> m_microphone; ///< whose stream was opened last
-    MediaTime m_lastOpening{0};          ///< of a stream
+    MediaTime m_reopeningDelay{0}; ///< from the last opening to the next, where it is not linked
+    qint64 m_lostFrames = 0;       ///< not logged yet
+    qint64 m_highestFill = 0;      ///< frames that waited at the worst moment
+    MediaTime m_lastOpening{0};    ///< of a stream
     TrackAssembler::Record m_logged;
     TrackAssembler::Record m_seen; ///< at the last look
     MediaTime m_lastChange{0};

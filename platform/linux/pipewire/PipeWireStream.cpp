@@ -199,8 +199,8 @@ void PipeWireStream::capture() noexcept
     // Only here the stream's time is that of the buffer in hand.
     if (frames > 0 && pw_stream_get_time_n(m_stream.get(), &time, sizeof time) == 0) {
         const MediaTime age = m_settings.microphone ? ageOf(time) : MediaTime(0);
-        const CapturedCycle cycle{plausible(MediaTime(time.now)) - age, time.ticks, time.rate.denom,
-                                  static_cast<quint32>(frames)};
+        const CapturedCycle cycle{plausible(MediaTime(time.now)), time.ticks, time.rate.denom,
+                                  static_cast<quint32>(frames), age};
         m_ring.write(cycle, samples.first(frames * channels));
     }
     pw_stream_queue_buffer(m_stream.get(), buffer);

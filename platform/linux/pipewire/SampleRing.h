@@ -37,7 +37,9 @@ public:
     /// For the worker.
     bool isEmpty() const noexcept
     {
-        return m_written.load(std::memory_order_acquire) == m_taken.load(std::memory_order_relaxed);
+        // A writer that begins at the front again moves the other counter first.
+        const std::size_t written = m_written.load(std::memory_order_acquire);
+        return m_taken.load(std::memory_order_relaxed) >= written;
     }
 
     /// For the worker. Frames that found no room since the last call.

@@ -51,11 +51,11 @@ bool TimeLine::keepsLength(const CapturedCycle &cycle) const
     return isConverted ? change < m_wobbleFrames : change == 0;
 }
 
-qint64 TimeLine::framesSincePrevious(const CapturedCycle &cycle, bool isSteady) const
+qint64 TimeLine::framesSincePrevious(const CapturedCycle &cycle, bool countsTicks) const
 {
-    const double elapsed = isSteady
+    const double elapsed = countsTicks
                                ? static_cast<double>(cycle.ticks - m_previous->ticks) / cycle.rate
-                               : seconds(cycle.now - m_previous->now);
+                               : seconds(cycle.start() - m_previous->start());
     return std::llround(elapsed * m_sampleRate);
 }
 
@@ -75,8 +75,10 @@ TimeLine::Placement TimeLine::place(const CapturedCycle &cycle, qint64 appended,
         const bool isExact = countsTicks && static_cast<int>(cycle.rate) == m_sampleRate;
         if (!isExact && std::abs(position - appended) < m_wobbleFrames)
             position = appended;
+        // A driver delivers no sample twice: what seems to overlap is a cycle that began late.
+        position = std::max(position, m_previousPosition + m_previous->frames);
     } else if (m_previous) {
-        position += std::llround(seconds(cycle.now - next) * m_sampleRate);
+        position += std::llround(seconds(cycle.start() - next) * m_sampleRate);
     }
     m_isInDoubt = false;
     m_isSteady = isSteady;

@@ -39,7 +39,7 @@ public:
 private:
     bool repeatsPrevious(const CapturedCycle &cycle) const;
     bool keepsLength(const CapturedCycle &cycle) const;
-    qint64 framesSincePrevious(const CapturedCycle &cycle, bool isSteady) const;
+    qint64 framesSincePrevious(const CapturedCycle &cycle, bool countsTicks) const;
 
     int m_sampleRate;
     qint64 m_wobbleFrames;

@@ -26,7 +26,7 @@ TrackAssembler::TrackAssembler(int sampleRate, int channelCount, Output output)
 void TrackAssembler::append(const CapturedCycle &cycle, std::span<const float> samples)
 {
     if (!m_origin)
-        m_origin = cycle.now;
+        m_origin = cycle.start();
     const bool isContinuing = m_timeLine.continues(cycle);
     const TimeLine::Placement placement = m_timeLine.place(cycle, m_appended, end());
     m_record.cut += placement.cut;
@@ -40,7 +40,7 @@ void TrackAssembler::correctDrift(const CapturedCycle &cycle, bool isContinuing)
 {
     if (!isContinuing)
         m_drift.reset();
-    const double error = std::chrono::duration<double>(end() - cycle.now).count();
+    const double error = std::chrono::duration<double>(end() - cycle.start()).count();
     const double length = static_cast<double>(cycle.frames) / m_sampleRate;
     m_longestCycle = std::max(m_longestCycle, length);
     m_drift.measure(error, length);
@@ -60,6 +60,7 @@ void TrackAssembler::changeDevice()
 {
     m_timeLine.resynchronise();
     m_drift.reset();
+    m_longestCycle = usualCycle;
 }
 
 void TrackAssembler::fillUntil(MediaTime time)

@@ -57,16 +57,19 @@ private:
     void deliver(std::span<const float> samples);
     MediaTime timeOf(double frames) const;
 
+    /// A desktop's longest cycle is 2048 frames.
+    static constexpr double usualCycle = 0.04;
+
     const int m_sampleRate;
     const int m_channelCount;
     const Output m_output;
     TimeLine m_timeLine;
     DriftCorrection m_drift;
     std::unique_ptr<FineResampler> m_resampler; ///< null while nothing has to be corrected
-    std::optional<MediaTime> m_origin; ///< when the track began; none before its first cycle
-    qint64 m_appended = 0;             ///< frames before the correction of drift
-    qint64 m_delivered = 0;            ///< frames after it
-    double m_longestCycle = 0.04;      ///< seconds; the first guess is a desktop's longest
+    std::optional<MediaTime> m_origin;  ///< when the track began; none before its first cycle
+    qint64 m_appended = 0;              ///< frames before the correction of drift
+    qint64 m_delivered = 0;             ///< frames after it
+    double m_longestCycle = usualCycle; ///< of the device, in seconds
     Record m_record;
     std::vector<float> m_history; ///< the last frames that were delivered untouched
     std::vector<float> m_stretched;

@@ -10,7 +10,8 @@
 #include <cstdint>
 
 /// Wakes one waiting thread. Any thread may call wake(), the audio callback too: it makes one
-/// system call that never waits.
+/// system call that never waits. Where the system had no descriptor left wait() only waits for its
+/// limit.
 class WakeUp
 {
 public:
@@ -18,9 +19,6 @@ public:
         : m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
     {
     }
-
-    /// False where the system had no descriptor left; then wait() only waits for its limit.
-    bool isOpen() const { return m_event.isOpen(); }
 
     void wake() noexcept
     {
