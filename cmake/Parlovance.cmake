@@ -32,7 +32,8 @@ function(parlovance_flags target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
     $<$<BOOL:${PARLOVANCE_WARNINGS_ARE_ERRORS}>:-Werror>)
-  target_compile_definitions(${target} PRIVATE
+  # PipeWire's package asks for _REENTRANT, and the precompiled headers have to be read as they were made.
+  target_compile_definitions(${target} PRIVATE _REENTRANT
     QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_URL_CAST_FROM_STRING)
   target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR})
   if(NOT target STREQUAL "precompiled")
