@@ -42,6 +42,8 @@ function(parlovance_flags target)
   if(PARLOVANCE_SANITIZE)
     target_compile_options(${target} PUBLIC -fsanitize=${PARLOVANCE_SANITIZE} -fno-omit-frame-pointer)
     target_link_options(${target} PUBLIC -fsanitize=${PARLOVANCE_SANITIZE})
+    # The checks refer to every class of the precompiled headers, also in programs without widgets.
+    target_link_libraries(${target} PRIVATE $<LINK_ONLY:Qt6::Widgets>)
   endif()
 endfunction()
 
