@@ -2,6 +2,7 @@
 #include "audio/SystemAudioRecorder.h"
 #include "tests/support/AudioRig.h"
 
+#include <QCoreApplication>
 #include <QTest>
 
 #include <array>
@@ -73,7 +74,7 @@ private Q_SLOTS:
         QStringList told;
         SystemAudioRecorder recorder(rig.capture, rig.writers, rig.clock);
         recorder.setOnStopWithError([&](const QString &reason) {
-            QCOMPARE(QThread::currentThread(), qApp->thread());
+            QCOMPARE(QThread::currentThread(), QCoreApplication::instance()->thread());
             told.append(reason);
         });
         QVERIFY(QCoro::waitFor(recorder.start(rig.url(trackName), AudioQuality::high)));
