@@ -1,7 +1,6 @@
 #include "ui/PopoverWindow.h"
 
 #include "ui/PopoverPlacement.h"
-#include "ui/StyledScrollView.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -49,9 +48,7 @@ PopoverWindow::PopoverWindow(QWidget *content)
     setWindowTitle(QStringLiteral("Parlovance"));
     auto *const layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
-    auto *const view = new StyledScrollView(this);
-    view->setWidget(content);
-    layout->addWidget(view);
+    layout->addWidget(content);
 }
 
 void PopoverWindow::openBeside(const std::optional<QRect> &icon)

@@ -18,7 +18,7 @@ class PopoverWindow : public QWidget
 
 public:
     /// Takes over \p content, whose window this becomes. It keeps the size that it has now where
-    /// the screen has room, else it shrinks, and is scrolled below its least height.
+    /// the screen has room, else it is given less.
     explicit PopoverWindow(QWidget *content);
 
     /// Shows the window in front and with the keyboard's focus. \p icon is where the tray icon is,
