@@ -4,6 +4,7 @@
 #include "ui/MS.h"
 
 #include <QGuiApplication>
+#include <QIcon>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QShortcut>
@@ -15,6 +16,7 @@ FixedWindow::FixedWindow(const QString &title, QWidget *content, Qt::WindowFlags
 {
     setWindowTitle(title);
     setAccessibleName(title);
+    setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
     QPalette colors = palette();
     colors.setColor(QPalette::Window, MS::bg2);
     colors.setColor(QPalette::WindowText, MS::text);
