@@ -2,9 +2,9 @@
 
 #include "ui/AppNotifications.h"
 #include "ui/MS.h"
+#include "ui/Symbol.h"
 
 #include <QGuiApplication>
-#include <QIcon>
 #include <QKeyEvent>
 #include <QScreen>
 #include <QShortcut>
@@ -16,7 +16,7 @@ FixedWindow::FixedWindow(const QString &title, QWidget *content, Qt::WindowFlags
 {
     setWindowTitle(title);
     setAccessibleName(title);
-    setWindowIcon(QIcon::fromTheme(QGuiApplication::desktopFileName()));
+    setWindowIcon(applicationIcon());
     QPalette colors = palette();
     colors.setColor(QPalette::Window, MS::bg2);
     colors.setColor(QPalette::WindowText, MS::text);
