@@ -59,6 +59,7 @@ void PopoverWindow::openBeside(const std::optional<QRect> &icon)
             setFixedSize(m_wantedSize.boundedTo(available.size()));
             move(popoverPosition(size(), screen->geometry(), available, icon));
         }
+        m_fade.begin();
         show();
     }
     raise();
@@ -82,6 +83,8 @@ bool PopoverWindow::event(QEvent *event)
         QTimer::singleShot(0, this, &PopoverWindow::hideIfLeft);
     if (event->type() == QEvent::Show)
         m_sinceLeft.invalidate();
+    if (event->type() == QEvent::Hide && !event->spontaneous())
+        m_fade.end();
     return QWidget::event(event);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/PopoverFade.h"
+
 #include <QElapsedTimer>
 #include <QRect>
 #include <QWidget>
@@ -38,6 +40,7 @@ private:
     void hideIfLeft();
     QWidget *ownWindowInFront() const;
 
+    PopoverFade m_fade{*this};
     const QSize m_wantedSize;
     QElapsedTimer m_sinceLeft; ///< since it closed because the user turned to something else
 };
