@@ -327,6 +327,7 @@ private Q_SLOTS:
             QWidget *const open = QApplication::activePopupWidget();
             QTest::keyPress(open, Qt::Key_Control, Qt::ControlModifier);
             QTest::keyPress(open, Qt::Key_Alt, Qt::ControlModifier | Qt::AltModifier);
+            QVERIFY(open->isVisible());
             QTest::keyClick(open, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier);
             stage.waitFor(isSubmenuOpen ? RecordingState::idle : RecordingState::recording);
             QVERIFY(!stage.menu().isVisible() && !stage.recentsMenu().isVisible());
