@@ -9,6 +9,8 @@
 #include <QInputMethodEvent>
 #include <QLineEdit>
 #include <QMenu>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
@@ -411,10 +413,31 @@ private Q_SLOTS:
             order.append(widget->objectName());
             QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
         } while (stage.panel->focusWidget() != first && order.size() < 30);
-        QCOMPARE(order, QStringList({u"signIn"_s, u"closeError"_s, u"minimise"_s, u"record"_s,
+        QCOMPARE(order, QStringList({u"record"_s, u"signIn"_s, u"closeError"_s, u"minimise"_s,
                                      u"switch"_s, u"switch"_s, u"sourcePicker"_s, u"sessionTitle"_s,
                                      u"tag会议"_s, u"tag访谈"_s, u"tag笔记"_s, u"tag通话"_s,
                                      u"recentRow"_s, u"upload"_s, u"openWeb"_s, u"preferences"_s}));
+
+        // Opened again, the panel itself has the keyboard, not the button used last.
+        stage.find(u"preferences"_s).setFocus();
+        stage.panel->hide();
+        stage.panel->show();
+        QCOMPARE(stage.panel->focusWidget(), stage.panel.get());
+    }
+
+    void lowScreenKeepsTheFooter()
+    {
+        const PanelStage stage({PanelStage::entry(u"周会"_s)});
+        QWidget &lowest = stage.find(u"recentRow"_s);
+        stage.panel->resize(360, 300);
+        const QWidget &web = stage.find(u"openWeb"_s);
+        QCOMPARE(web.visibleRegion().boundingRect(), web.rect());
+        lowest.setFocus();
+        QCOMPARE(lowest.visibleRegion().boundingRect(), lowest.rect());
+        // Scrolled out of view it has the keyboard no longer.
+        auto &view = stage.find<QScrollArea>(u"sections"_s);
+        view.verticalScrollBar()->setValue(0);
+        QCOMPARE(stage.panel->focusWidget(), stage.panel.get());
     }
 };
 

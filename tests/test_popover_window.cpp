@@ -5,10 +5,8 @@
 #include <QDialog>
 #include <QLineEdit>
 #include <QMenu>
-#include <QPushButton>
 #include <QScreen>
 #include <QTest>
-#include <QVBoxLayout>
 #include <QWindow>
 
 #include <string_view>
@@ -103,36 +101,17 @@ private Q_SLOTS:
         QTEST(popoverPosition(QSize(360, 680), screen, available, place), "expected");
     }
 
-    void fitsIntoTheScreen_data()
-    {
-        QTest::addColumn<int>("leastHeight");
-        QTest::newRow("by shrinking") << 300;
-        QTest::newRow("by scrolling") << 900;
-    }
-
     void fitsIntoTheScreen()
     {
-        QFETCH(const int, leastHeight);
         const QRect available = QApplication::primaryScreen()->availableGeometry();
-        QVERIFY(available.height() < 900);
+        QVERIFY(available.height() < 1000);
         auto *const content = new QWidget;
         content->resize(360, 1000);
-        auto *const column = new QVBoxLayout(content);
-        auto *const top = new QPushButton;
-        auto *const bottom = new QPushButton;
-        column->addWidget(top);
-        column->addSpacing(leastHeight);
-        column->addStretch();
-        column->addWidget(bottom);
         PopoverWindow popover(content);
         popover.openBeside(icon);
         QVERIFY(QTest::qWaitForWindowActive(&popover));
         QCOMPARE(popover.size(), QSize(360, available.height()));
         QVERIFY(available.contains(popover.geometry()));
-        top->setFocus();
-        QTest::keyClick(top, Qt::Key_Tab);
-        QVERIFY(bottom->hasFocus());
-        QCOMPARE(bottom->visibleRegion().boundingRect(), bottom->rect());
     }
 
     void opensWithTheKeyboardsFocus()

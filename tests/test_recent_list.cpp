@@ -211,12 +211,13 @@ private Q_SLOTS:
         stage.press(Qt::Key_Down);
         QCOMPARE(stage.focus(), u"299"_s);
 
-        // The wheel takes the row out of view; it keeps the keyboard.
+        // Scrolling takes the row out of view: the keyboard goes to the nearest that is there.
         stage.bar().setValue(0);
-        QCOMPARE(stage.focus(), u"299"_s);
-        stage.press(Qt::Key_Up);
-        QCOMPARE(stage.focus(), u"298"_s);
+        const int lowest = stage.focus().toInt();
+        QVERIFY(lowest > 0 && lowest < fewRows);
         QVERIFY(isInView());
+        stage.press(Qt::Key_Up);
+        QCOMPARE(stage.focus(), QString::number(lowest - 1));
         stage.press(Qt::Key_Home);
         QCOMPARE(stage.focus(), u"0"_s);
         QCOMPARE(stage.bar().value(), 0);
@@ -275,14 +276,14 @@ private Q_SLOTS:
             }
             return shown.size() >= 3;
         };
-        // The upload button goes from a row that can be seen by half, which then comes into view.
+        // The row goes out of view by half, and its button must not upload it then.
         stage.row(u"3"_s).setFocus();
         stage.press(Qt::Key_Tab);
         QCOMPARE(stage.focus(), u"3 upload"_s);
         stage.bar().setValue(stage.bar().value() + stage.row(u"3"_s).geometry().center().y());
-        stage.press(Qt::Key_Space);
-        QCOMPARE(stage.focus(), u"3"_s);
-        QCOMPARE(stage.row(u"3"_s).y(), 0);
+        QCOMPARE(stage.focus(), u"4"_s);
+        stage.press(Qt::Key_Return);
+        QVERIFY(stage.app->recents().at(3).status == RecentSession::Status::ready);
         QVERIFY(isInOrder());
 
         // The keyboard follows the click where its own row is far away.

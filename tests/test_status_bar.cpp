@@ -314,6 +314,25 @@ private Q_SLOTS:
         stage.menu().popup({});
         QVERIFY(!window->isVisible());
     }
+
+    void keysWorkInTheMenu()
+    {
+        TrayStage stage({TrayStage::entry(u"周会"_s)});
+        stage.show();
+        for (const bool isSubmenuOpen : {false, true}) {
+            stage.menu().popup({});
+            if (isSubmenuOpen)
+                stage.menu().setActiveAction(stage.recentsMenu().menuAction());
+            QTRY_COMPARE(stage.recentsMenu().isVisible(), isSubmenuOpen);
+            QWidget *const open = QApplication::activePopupWidget();
+            QTest::keyPress(open, Qt::Key_Control, Qt::ControlModifier);
+            QTest::keyPress(open, Qt::Key_Alt, Qt::ControlModifier | Qt::AltModifier);
+            QVERIFY(open->isVisible());
+            QTest::keyClick(open, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier);
+            stage.waitFor(isSubmenuOpen ? RecordingState::idle : RecordingState::recording);
+            QVERIFY(!stage.menu().isVisible() && !stage.recentsMenu().isVisible());
+        }
+    }
 };
 
 QTEST_MAIN(TestStatusBar)

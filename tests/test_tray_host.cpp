@@ -140,6 +140,18 @@ private Q_SLOTS:
         QTRY_COMPARE(notifications.shown, QStringList(message));
         host.choose(record);
         QTRY_COMPARE(notifications.shown, QStringList({message, message}));
+
+        // The open panel shows it itself, and a balloon could cover that.
+        stage.statusBar->openPanel();
+        stage.rig.capture.outputs.clear();
+        stage.rig.script.failAt(u"capture targets"_s);
+        stage.app->setSystemAudioOn(true);
+        stage.app->toggleRecording();
+        QTRY_VERIFY(stage.app->lastError().value_or(QString()).contains(u"capture trouble"));
+        TrayStage::popover().hide();
+        stage.app->setSystemAudioOn(false);
+        stage.app->toggleRecording();
+        QTRY_COMPARE(notifications.shown, QStringList({message, message, message}));
     }
 };
 

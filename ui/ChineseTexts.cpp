@@ -17,6 +17,7 @@ void speakChinese()
     // font for the application, which would end the desktop's say about sizes. The font that the
     // desktop's name stands for goes first: Latin letters stay its own.
     for (const QFont &font : {QApplication::font(), QApplication::font("QMenu")})
-        QFont::insertSubstitutions(font.family(),
-                                   {QFontInfo(font).family(), u"Noto Sans CJK SC"_s});
+        QFont::insertSubstitutions(
+            font.family(),
+            {QFontInfo(font).family(), u"WenQuanYi Micro Hei"_s, u"Noto Sans CJK SC"_s});
 }

@@ -1,59 +1,24 @@
 #include "ui/ClassicTray.h"
 
+#include "ui/X11Display.h"
+
 #include <QByteArray>
 #include <QGuiApplication>
-
-#include <xcb/xcb.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 
 namespace
 {
-template<class Reply>
-using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
-
-template<class Reply>
-Owned<Reply> owned(Reply *reply)
-{
-    return {reply, &std::free};
-}
-
-xcb_window_t rootWindow(xcb_connection_t *connection)
-{
-    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-}
-
-xcb_connection_t *connectionToX11()
-{
-    const auto *const display = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return display ? display->connection() : nullptr;
-}
-
-xcb_atom_t atom(xcb_connection_t *connection, const QByteArray &name)
-{
-    const auto length = static_cast<std::uint16_t>(name.size());
-    const auto reply = owned(xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 1, length, name.constData()), nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
-
 // The toolkit, too, knows the first screen only.
 constexpr auto traySelection = "_NET_SYSTEM_TRAY_S0";
 
 /// The window that holds the tray's selection; XCB_WINDOW_NONE without one.
 xcb_window_t tray(xcb_connection_t *connection)
 {
-    const xcb_atom_t selection = atom(connection, traySelection);
-    if (selection == XCB_ATOM_NONE)
-        return XCB_WINDOW_NONE;
-    const auto owner = owned(xcb_get_selection_owner_reply(
-        connection, xcb_get_selection_owner(connection, selection), nullptr));
-    return owner ? owner->owner : static_cast<xcb_window_t>(XCB_WINDOW_NONE);
+    return selectionOwner(connection, traySelection);
 }
 } // namespace
 

@@ -1,6 +1,7 @@
 #include "ui/DrawnButton.h"
 
 #include "ui/KeyboardFocus.h"
+#include "ui/MS.h"
 
 #include <QKeyEvent>
 
@@ -8,6 +9,7 @@ DrawnButton::DrawnButton(QWidget *parent)
     : QAbstractButton(parent)
 {
     setFocusPolicy(Qt::TabFocus);
+    setAttribute(Qt::WA_Hover);
 }
 
 void DrawnButton::setAvailable(bool isAvailable)
@@ -19,6 +21,15 @@ void DrawnButton::setAvailable(bool isAvailable)
     setEnabled(isAvailable);
     if (isAvailable && m_standIn && window()->focusWidget() == m_standIn)
         setFocus();
+}
+
+QColor DrawnButton::shade() const
+{
+    constexpr double hovered = 0.07;
+    constexpr double pressed = 0.15;
+    if (!isEnabled() || !(isDown() || underMouse()))
+        return Qt::transparent;
+    return MS::faded(MS::text, isDown() ? pressed : hovered);
 }
 
 void DrawnButton::keyPressEvent(QKeyEvent *event)

@@ -18,6 +18,9 @@ public:
     void setAvailable(bool isAvailable);
 
 protected:
+    /// To be laid over the button's shape: what the pointer does there; transparent where nothing.
+    QColor shade() const;
+
     void keyPressEvent(QKeyEvent *event) override;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "ui/AppNotifications.h"
 #include "ui/MS.h"
+#include "ui/Symbol.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -15,6 +16,7 @@ FixedWindow::FixedWindow(const QString &title, QWidget *content, Qt::WindowFlags
 {
     setWindowTitle(title);
     setAccessibleName(title);
+    setWindowIcon(applicationIcon());
     QPalette colors = palette();
     colors.setColor(QPalette::Window, MS::bg2);
     colors.setColor(QPalette::WindowText, MS::text);

@@ -9,9 +9,16 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
-QFont font(const QStringList &families, double points, QFont::Weight weight)
+// The toolkit draws fonts with cubic outlines bolder on a dark ground than on a light one, which
+// the larger Chinese fonts have and the Latin ones have not. This one has quadratic outlines, so
+// that a line of both is even; it has no bold.
+const auto chinese = u"WenQuanYi Micro Hei"_s;
+const auto otherChinese = u"Noto Sans CJK SC"_s;
+
+QFont font(const QStringList &families, QFont::StyleHint kind, double points, QFont::Weight weight)
 {
     QFont made;
+    made.setStyleHint(kind);
     made.setFamilies(families);
     made.setPixelSize(static_cast<int>(std::lround(points)));
     made.setWeight(weight);
@@ -27,23 +34,26 @@ QColor MS::faded(const QColor &color, double opacity)
     return result;
 }
 
-// Each first family has one list: two fonts that differ only in what follows share a cached
-// fallback. Without a Chinese family by name the glyphs may be Japanese.
+// Each first family and weight has one list: two fonts that differ only in what follows share a
+// cached fallback. Without a Chinese family by name the glyphs may be Japanese.
 QFont MS::system(double points, QFont::Weight weight)
 {
-    return font({u"Noto Sans"_s, u"Noto Sans CJK SC"_s}, points, weight);
+    const bool isBold = weight >= QFont::DemiBold;
+    return font({u"Noto Sans"_s, isBold ? otherChinese : chinese, isBold ? chinese : otherChinese},
+                QFont::SansSerif, points, weight);
 }
 
 QFont MS::monospaced(double points, QFont::Weight weight)
 {
-    return font({u"Noto Sans Mono CJK SC"_s}, points, weight);
+    return font({u"Noto Sans Mono"_s, u"DejaVu Sans Mono"_s, chinese, otherChinese},
+                QFont::Monospace, points, weight);
 }
 
 QFont MS::serif(double points)
 {
     return font(
-        {u"Noto Serif"_s, u"PT Serif"_s, u"Charis SIL"_s, u"DejaVu Serif"_s, u"Noto Sans CJK SC"_s},
-        points, QFont::Normal);
+        {u"Noto Serif"_s, u"PT Serif"_s, u"Charis SIL"_s, u"DejaVu Serif"_s, chinese, otherChinese},
+        QFont::Serif, points, QFont::Normal);
 }
 
 QFont MS::italicSerif(double points)

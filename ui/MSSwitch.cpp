@@ -1,6 +1,7 @@
 #include "ui/MSSwitch.h"
 
 #include "ui/MS.h"
+#include "ui/PlainButton.h"
 
 #include <QEasingCurve>
 #include <QPainter>
@@ -107,13 +108,13 @@ void MSSwitch::paintEvent(QPaintEvent *)
     painter.setOpacity(isEnabled() ? 1 : 0.5);
     const QRectF capsule(rect());
     painter.setBrush(between(MS::hover, MS::amber, m_position));
-    painter.drawRoundedRect(capsule, capsule.height() / 2, capsule.height() / 2);
+    const double radius = capsule.height() / 2;
+    painter.drawRoundedRect(capsule, radius, radius);
+    painter.setBrush(shade());
+    painter.drawRoundedRect(capsule, radius, radius);
     const double start = inset + knobRadius;
     const double way = capsule.width() - 2 * start;
     paintKnob(painter, {start + way * m_position, capsule.center().y()});
-    if (hasFocus()) {
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(MS::text);
-        painter.drawRoundedRect(capsule.adjusted(0.5, 0.5, -0.5, -0.5), 8, 8);
-    }
+    if (hasFocus())
+        paintFocusRing(painter, capsule, radius);
 }

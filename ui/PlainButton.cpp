@@ -19,8 +19,6 @@ namespace
 constexpr double gap = 5.0; // between the parts
 constexpr double dotSide = 5.0;
 constexpr double smallestFocusRadius = 4.0;
-constexpr double hoverOpacity = 0.05;
-constexpr double pressedOpacity = 0.1;
 
 bool isShown(const QColor &color)
 {
@@ -39,7 +37,6 @@ PlainButton::PlainButton(const ButtonFace &face, const QString &title, QWidget *
     , m_face(face)
 {
     setFont(face.font);
-    setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setTitle(title);
 }
@@ -105,8 +102,11 @@ QString PlainButton::shownTitle() const
 
 bool PlainButton::event(QEvent *event)
 {
-    if (event->type() == QEvent::ToolTip && !m_title.isEmpty())
-        setToolTip(shownTitle() == m_title ? QString() : plainToolTip(m_title));
+    if (event->type() == QEvent::ToolTip) {
+        const bool isWhole = !m_title.isEmpty() && shownTitle() == m_title;
+        const QString &text = m_title.isEmpty() ? accessibleName() : m_title;
+        setToolTip(isWhole || text.isEmpty() ? QString() : plainToolTip(text));
+    }
     return DrawnButton::event(event);
 }
 
@@ -136,10 +136,8 @@ void PlainButton::paintShape(QPainter &painter) const
     painter.setPen(Qt::NoPen);
     painter.setBrush(m_face.fill);
     painter.drawRoundedRect(shape, radius, radius);
-    if (isEnabled() && (isDown() || underMouse())) {
-        painter.setBrush(MS::faded(MS::text, isDown() ? pressedOpacity : hoverOpacity));
-        painter.drawRoundedRect(shape, radius, radius);
-    }
+    painter.setBrush(shade());
+    painter.drawRoundedRect(shape, radius, radius);
     if (!isShown(m_face.outline))
         return;
     painter.setPen(QPen(m_face.outline, 1.0));
@@ -188,9 +186,13 @@ void PlainButton::paintContent(QPainter &painter) const
 void paintFocusRing(QPainter &painter, const QRectF &shape, double radius)
 {
     constexpr double line = 1.5;
-    constexpr double inset = line / 2;
-    painter.setPen(QPen(MS::textDim, line));
+    double inset = line / 2;
     painter.setBrush(Qt::NoBrush);
-    painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), radius - inset,
-                            radius - inset);
+    // The light line stands out from the panel, the dark one from what is amber.
+    for (const QColor &color : {MS::text, MS::inkOnAmber}) {
+        painter.setPen(QPen(color, line));
+        const double corner = std::max(0.0, radius - inset);
+        painter.drawRoundedRect(shape.adjusted(inset, inset, -inset, -inset), corner, corner);
+        inset += line;
+    }
 }

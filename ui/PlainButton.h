@@ -67,5 +67,6 @@ private:
     Qt::TextElideMode m_elideMode = Qt::ElideRight;
 };
 
-/// Shows that the control of this shape has the keyboard. The pen is within the shape.
+/// Shows that the control of this shape has the keyboard, on every ground: a light line with a dark
+/// one in it, both within the shape.
 void paintFocusRing(QPainter &painter, const QRectF &shape, double radius);

@@ -9,7 +9,8 @@ class AuthClient;
 class Workspace;
 
 /// The panel that the program is worked with: sign-in, recording, the current session, the recent
-/// ones. 360 x 680, which the list of recent ones gives way to where there is less. Main thread.
+/// ones. 360 x 680; where there is less, the list of recent ones gives way, and below its least
+/// height all is scrolled but the lowest row. Main thread.
 ///
 /// It keeps no state: it shows what the two objects say whenever they announce a change, and calls
 /// them. Nothing in it moves while it is hidden.
@@ -28,4 +29,7 @@ Q_SIGNALS:
 protected:
     void paintEvent(QPaintEvent *event) override;
     void showEvent(QShowEvent *event) override;
+
+private:
+    QWidget *makeSections(AppState &app, AuthClient &auth, Workspace &workspace);
 };

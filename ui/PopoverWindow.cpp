@@ -1,7 +1,6 @@
 #include "ui/PopoverWindow.h"
 
 #include "ui/PopoverPlacement.h"
-#include "ui/StyledScrollView.h"
 
 #include <QApplication>
 #include <QKeyEvent>
@@ -49,9 +48,7 @@ PopoverWindow::PopoverWindow(QWidget *content)
     setWindowTitle(QStringLiteral("Parlovance"));
     auto *const layout = new QVBoxLayout(this);
     layout->setContentsMargins({});
-    auto *const view = new StyledScrollView(this);
-    view->setWidget(content);
-    layout->addWidget(view);
+    layout->addWidget(content);
 }
 
 void PopoverWindow::openBeside(const std::optional<QRect> &icon)
@@ -62,6 +59,7 @@ void PopoverWindow::openBeside(const std::optional<QRect> &icon)
             setFixedSize(m_wantedSize.boundedTo(available.size()));
             move(popoverPosition(size(), screen->geometry(), available, icon));
         }
+        m_fade.begin();
         show();
     }
     raise();
@@ -85,6 +83,8 @@ bool PopoverWindow::event(QEvent *event)
         QTimer::singleShot(0, this, &PopoverWindow::hideIfLeft);
     if (event->type() == QEvent::Show)
         m_sinceLeft.invalidate();
+    if (event->type() == QEvent::Hide && !event->spontaneous())
+        m_fade.end();
     return QWidget::event(event);
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/PopoverFade.h"
+
 #include <QElapsedTimer>
 #include <QRect>
 #include <QWidget>
@@ -18,7 +20,7 @@ class PopoverWindow : public QWidget
 
 public:
     /// Takes over \p content, whose window this becomes. It keeps the size that it has now where
-    /// the screen has room, else it shrinks, and is scrolled below its least height.
+    /// the screen has room, else it is given less.
     explicit PopoverWindow(QWidget *content);
 
     /// Shows the window in front and with the keyboard's focus. \p icon is where the tray icon is,
@@ -38,6 +40,7 @@ private:
     void hideIfLeft();
     QWidget *ownWindowInFront() const;
 
+    PopoverFade m_fade{*this};
     const QSize m_wantedSize;
     QElapsedTimer m_sinceLeft; ///< since it closed because the user turned to something else
 };

@@ -51,8 +51,10 @@ void RadioRow::paintEvent(QPaintEvent *)
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF ring(ringLine / 2, (height() - ringSide + ringLine) / 2, ringSide - ringLine,
                       ringSide - ringLine);
-    const QColor color = isChecked() ? MS::amber : MS::muted;
+    const QColor resting = underMouse() ? MS::text : MS::muted;
+    const QColor color = isChecked() ? MS::amber : resting;
     painter.setPen(QPen(isEnabled() ? color : MS::faint, ringLine));
+    painter.setBrush(shade());
     painter.drawEllipse(ring);
     if (isChecked()) {
         painter.setPen(Qt::NoPen);

@@ -32,7 +32,7 @@ RecentList::RecentList(AppState &app, Workspace &workspace, QWidget *parent)
     setObjectName(u"recentList"_s);
     setAccessibleName(u"最近录音"_s);
     m_bar->setSingleStep(wheelStep);
-    connect(m_bar, &QScrollBar::valueChanged, this, &RecentList::place);
+    connect(m_bar, &QScrollBar::valueChanged, this, &RecentList::followScroll);
     connect(&m_app, &AppState::recentsChanged, this, &RecentList::refresh);
 }
 
@@ -46,6 +46,8 @@ void RecentList::refresh()
         m_current = m_slots.constFirst().id;
     scrollTo(seen);
     place();
+    if (hasKeyboard())
+        showCurrent();
 }
 
 void RecentList::measure()
@@ -165,9 +167,8 @@ RecentRow *RecentList::makeRow()
 void RecentList::reveal(RecentRow &row)
 {
     m_current = row.session().id;
-    const QWidget *const focused = window()->focusWidget();
-    if (focused && m_viewport->isAncestorOf(focused))
-        row.setFocus(); // the row that had the keyboard may have been kept for that only
+    if (hasKeyboard())
+        row.setFocus();
     place();
     if (const auto &file = row.session().fileURL)
         m_workspace.revealFile(file->toLocalFile());
@@ -224,6 +225,30 @@ void RecentList::goTo(qsizetype index)
     m_current = m_slots.at(target).id;
     place(); // the row may not exist yet
     m_rows.value(m_current)->setFocus(Qt::OtherFocusReason);
+}
+
+bool RecentList::hasKeyboard() const
+{
+    const QWidget *const focused = window()->focusWidget();
+    return focused && m_viewport->isAncestorOf(focused);
+}
+
+/// The keyboard goes with the view: a key must not act on an entry that nobody sees.
+void RecentList::followScroll()
+{
+    place();
+    const qsizetype current = indexOf(m_current);
+    if (current < 0 || !hasKeyboard())
+        return;
+    const int top = m_bar->value();
+    const int bottom = top + m_viewport->height();
+    if (m_slots.at(current).top < top) {
+        const qsizetype first = slotAt(top);
+        goTo(m_slots.at(first).top < top ? first + 1 : first);
+    } else if (bottomOf(current) > bottom) {
+        const qsizetype last = slotAt(bottom);
+        goTo(bottomOf(last) > bottom ? last - 1 : last);
+    }
 }
 
 void RecentList::showCurrent()

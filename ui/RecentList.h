@@ -15,8 +15,9 @@ class Workspace;
 ///
 /// Rows exist only for what is visible, and for the entry that has or had the keyboard last; they
 /// are used again for other entries. An entry is known by its identifier: what is in view, and
-/// where the keyboard is, stay with it when the list changes. While it is hidden it follows
-/// nothing.
+/// where the keyboard is, stay with it when the list changes. An entry with the keyboard is always
+/// in view: when the list is scrolled, the keyboard moves on to an entry that stays there. While
+/// the list is hidden it follows nothing.
 class RecentList : public QWidget
 {
     Q_OBJECT
@@ -54,6 +55,8 @@ private:
     void reveal(RecentRow &row);
     void goTo(qsizetype index);
     void showCurrent();
+    void followScroll();
+    bool hasKeyboard() const;
 
     Anchor anchor() const;
     qsizetype indexOf(const QUuid &id) const;

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-constexpr int leastHeight = 60;
+constexpr int leastHeight = 110; // a whole row is in view
 
 TextLabel *centredLine(const QString &text, const QFont &font, const QColor &color)
 {

@@ -1,13 +1,16 @@
 #include "ui/RecordButton.h"
 
 #include "ui/MS.h"
+#include "ui/PlainButton.h"
 #include "ui/RecordButtonRipple.h"
 #include "ui/Timeline.h"
 
+#include <QHoverEvent>
 #include <QPainter>
 #include <QPen>
 
 #include <cmath>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -20,6 +23,7 @@ constexpr int side = 100;
 constexpr double ringDiameter = 64;
 constexpr double ringLine = 4;
 constexpr double discDiameter = 56;
+constexpr double focusDiameter = 75;
 
 QRectF around(QPointF centre, double diameter)
 {
@@ -134,9 +138,21 @@ bool RecordButton::hitButton(const QPoint &position) const
     return std::hypot(fromCentre.x(), fromCentre.y()) <= (ringDiameter + ringLine) / 2;
 }
 
+bool RecordButton::event(QEvent *event)
+{
+    const bool isMove = event->type() == QEvent::HoverEnter || event->type() == QEvent::HoverMove;
+    if (isMove || event->type() == QEvent::HoverLeave) {
+        const bool isHovered =
+            isMove && hitButton(static_cast<QHoverEvent *>(event)->position().toPoint());
+        if (isHovered != std::exchange(m_isHovered, isHovered))
+            update();
+    }
+    return DrawnButton::event(event);
+}
+
 QPixmap RecordButton::draw(const Face &face)
 {
-    const auto [look, isDown, hasFocus, pixelRatio] = face;
+    const auto [look, isDown, isHovered, hasFocus, pixelRatio] = face;
     QPixmap pixmap((QSizeF(side, side) * pixelRatio).toSize());
     pixmap.setDevicePixelRatio(pixelRatio);
     pixmap.fill(Qt::transparent);
@@ -145,16 +161,14 @@ QPixmap RecordButton::draw(const Face &face)
     const QPointF centre(side / 2.0, side / 2.0);
     if (const QColor accent = accentOf(look); accent.isValid()) {
         paintRing(painter, centre, MS::faded(accent, look == Look::live ? 0.18 : 0.15));
-        paintDisc(painter, around(centre, discDiameter), MS::faded(accent, isDown ? 0.7 : 0.5));
+        paintDisc(painter, around(centre, discDiameter),
+                  MS::faded(accent, isDown ? 0.75 : (isHovered ? 0.62 : 0.5)));
     } else {
         paintRing(painter, centre, MS::border);
     }
     paintGlyph(painter, centre, look);
-    if (hasFocus) {
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(MS::textDim, 1.5));
-        painter.drawEllipse(around(centre, 72));
-    }
+    if (hasFocus)
+        paintFocusRing(painter, around(centre, focusDiameter), focusDiameter / 2);
     painter.end();
     return pixmap;
 }
@@ -174,7 +188,7 @@ void RecordButton::paintEvent(QPaintEvent *)
     if (const QColor accent = accentOf(m_look); accent.isValid())
         painter.drawImage(
             QPointF(), RecordButtonRipple::picture(side, pixelRatio, accent, Timeline::seconds()));
-    const Face face{m_look, isDown(), hasFocus(), pixelRatio};
+    const Face face{m_look, isDown(), m_isHovered, hasFocus(), pixelRatio};
     if (m_face != face) {
         m_picture = draw(face);
         m_face = face;

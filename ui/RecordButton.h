@@ -23,6 +23,7 @@ public:
     QSize sizeHint() const override;
 
 protected:
+    bool event(QEvent *event) override;
     bool hitButton(const QPoint &position) const override;
     void showEvent(QShowEvent *event) override;
     void paintEvent(QPaintEvent *event) override;
@@ -32,6 +33,7 @@ private:
     struct Face {
         Look look = Look::disabled;
         bool isDown = false;
+        bool isHovered = false;
         bool hasFocus = false;
         double pixelRatio = 0;
 
@@ -41,6 +43,7 @@ private:
     static QPixmap draw(const Face &face);
 
     Look m_look = Look::disabled;
+    bool m_isHovered = false; // within the circle
     Timeline *m_timeline;
     Face m_face; ///< as in the picture
     QPixmap m_picture;

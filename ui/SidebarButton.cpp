@@ -14,7 +14,6 @@ constexpr int padding = 10;
 constexpr int verticalPadding = 6;
 constexpr int gap = 8;
 constexpr double radius = 6.0;
-constexpr double hoverOpacity = 0.05;
 } // namespace
 
 SidebarButton::SidebarButton(const QString &symbol, const QString &label, QWidget *parent)
@@ -23,7 +22,6 @@ SidebarButton::SidebarButton(const QString &symbol, const QString &label, QWidge
 {
     setText(label);
     setFont(MS::system(points));
-    setAttribute(Qt::WA_Hover);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
@@ -39,11 +37,10 @@ void SidebarButton::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    if (isChecked())
-        painter.setBrush(MS::amberDim);
-    else if (underMouse())
-        painter.setBrush(MS::faded(MS::text, hoverOpacity));
-    painter.drawRoundedRect(rect(), radius, radius);
+    for (const QColor &color : {isChecked() ? MS::amberDim : QColor(Qt::transparent), shade()}) {
+        painter.setBrush(color);
+        painter.drawRoundedRect(rect(), radius, radius);
+    }
 
     const double side = symbolSide(points);
     const QRectF where(padding, (height() - side) / 2, side, side);

@@ -224,7 +224,9 @@ void StatusBarController::refreshMessage()
     const auto &message = m_appState.lastError();
     const QString text = message ? unmarked(*message) : QString();
     m_icon->setToolTip(message ? u"Parlovance\n"_s + text : u"Parlovance"_s);
-    if (message)
+    // The open panel shows the same sentence, and the balloon could cover it.
+    const bool panelIsOpen = m_popover && m_popover->isVisible();
+    if (message && !panelIsOpen)
         m_icon->showMessage(u"Parlovance"_s, text, m_icon->icon());
 }
 

@@ -25,7 +25,8 @@ enum class IconClick { nothing, togglesPopover, opensMenu };
 IconClick iconClick(QSystemTrayIcon::ActivationReason reason, Qt::KeyboardModifiers modifiers);
 
 /// The icon in the desktop's tray, which shows what the recorder is doing; a click opens the main
-/// panel, a right click or a Control click the menu. Tells every error in a notification, too.
+/// panel, a right click or a Control click the menu. Tells every error in a notification, unless
+/// the panel is open.
 ///
 /// Made once, and kept for the life of the process. Main thread.
 class StatusBarController : public QObject

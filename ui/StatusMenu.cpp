@@ -4,7 +4,7 @@
 #include "core/AppState.h"
 #include "ui/Symbol.h"
 
-#include <QEvent>
+#include <QKeyEvent>
 
 #include <algorithm>
 
@@ -102,6 +102,32 @@ void StatusMenu::buildMenu()
     add(u"偏好设置…"_s, Qt::CTRL | Qt::Key_Comma, &StatusMenu::preferencesRequested);
     addSeparator();
     add(u"退出 Parlovance"_s, Qt::CTRL | Qt::Key_Q, &StatusMenu::quitRequested);
+    installEventFilter(this);
+    m_recents->installEventFilter(this);
+}
+
+/// The keys of an open menu come to it, or to its submenu, and the toolkit takes no shortcuts then.
+bool StatusMenu::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress && obey(*static_cast<QKeyEvent *>(event)))
+        return true;
+    return QMenu::eventFilter(watched, event);
+}
+
+bool StatusMenu::obey(const QKeyEvent &key)
+{
+    if (key.key() == Qt::Key_Alt)
+        return true; // it would close the menu before the letter that it is held for
+    for (QAction *const command : actions()) {
+        if (command->shortcut() != QKeySequence(key.keyCombination()))
+            continue;
+        m_recents->close();
+        close();
+        if (!key.isAutoRepeat())
+            command->trigger();
+        return true;
+    }
+    return false;
 }
 
 void StatusMenu::changeEvent(QEvent *event)

@@ -10,8 +10,8 @@ class AppState;
 ///
 /// The desktop may draw it, in another process. Its items are permanent, because some desktops lose
 /// a menu that is built anew while it opens; texts and states are brought up to date at each
-/// opening, and only the submenu is filled anew. The key equivalents of its items are shown there
-/// but no more: a window that shall obey them needs shortcuts of its own.
+/// opening, and only the submenu is filled anew. The key equivalents of its items work while the
+/// menu is open here; a window that shall obey them needs shortcuts of its own.
 class StatusMenu : public QMenu
 {
     Q_OBJECT
@@ -39,9 +39,11 @@ Q_SIGNALS:
 
 protected:
     void changeEvent(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void buildMenu();
+    bool obey(const QKeyEvent &key);
     void refresh();
     void refreshRecord();
     void refreshWebIcon();

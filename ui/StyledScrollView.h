@@ -4,7 +4,8 @@
 
 /// Scrolls its content vertically only, without background or frame. The content is as wide as the
 /// view: its scroller, shown when there is something to scroll, lies upon the last 11 pixels at the
-/// right. Main thread.
+/// right. What has the keyboard is in view: it comes there, or loses the keyboard when it is
+/// scrolled out. Main thread.
 class StyledScrollView : public QScrollArea
 {
     Q_OBJECT
@@ -14,4 +15,8 @@ public:
 
     /// Replaces the content; the view takes it over.
     void setWidget(QWidget *content);
+
+private:
+    void reveal(QWidget *before, QWidget *focused);
+    void leaveHidden();
 };

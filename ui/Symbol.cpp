@@ -18,6 +18,12 @@ static void loadSymbols()
     Q_INIT_RESOURCE(symbols);
 }
 
+QIcon applicationIcon()
+{
+    loadSymbols();
+    return QIcon(u":/symbols/application.svg"_s);
+}
+
 namespace
 {
 

@@ -11,6 +11,9 @@ class QRectF;
 /// sizes that trays and menus ask for. Empty for an unknown name. Main thread.
 QIcon symbol(QStringView name, const QColor &color);
 
+/// The program's own icon, in its colours. Main thread.
+QIcon applicationIcon();
+
 /// The side, in pixels at scale 1, of the square that a drawing fills beside text of \p points.
 int symbolSide(double points);
 

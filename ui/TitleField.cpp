@@ -2,6 +2,7 @@
 
 #include "core/AppState.h"
 #include "ui/MS.h"
+#include "ui/PlainButton.h"
 
 #include <QPainter>
 #include <QPalette>
@@ -52,6 +53,8 @@ void TitleField::paintEvent(QPaintEvent *event)
         painter.setBrush(MS::bg);
         painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius - 0.5,
                                 radius - 0.5);
+        if (hasFocus())
+            paintFocusRing(painter, rect(), radius);
     }
     QLineEdit::paintEvent(event);
 }

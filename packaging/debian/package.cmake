@@ -27,7 +27,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 string(REGEX MATCH "^[0-9]+" AVCODEC_MAJOR ${Libav_libavcodec_VERSION})
 string(REGEX MATCH "^[0-9]+" AVFORMAT_MAJOR ${Libav_libavformat_VERSION})
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
-  "fonts-noto-cjk, fonts-noto-core, libavcodec${AVCODEC_MAJOR}, libavformat${AVFORMAT_MAJOR}, qt6-translations-l10n")
+  "fonts-noto-cjk, fonts-noto-core, fonts-noto-mono, fonts-wqy-microhei, libavcodec${AVCODEC_MAJOR}, libavformat${AVFORMAT_MAJOR}, qt6-translations-l10n")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
   "default-dbus-session-bus | dbus-session-bus, desktop-file-utils, gnome-keyring | libkf5wallet-bin | keepassxc, pipewire, rtkit, wireplumber, xdg-utils")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "gnome-shell-extension-appindicator, qt6-wayland")
