@@ -11,7 +11,7 @@
 /// The nodes of the sound server, its devices among them, the links between them, and which
 /// microphone is the default.
 ///
-/// A plain value; a copy stays what it was.
+/// Not for two threads at once, and a copy shares its tables with the original.
 class AudioGraph
 {
 public:

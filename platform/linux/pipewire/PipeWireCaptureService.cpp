@@ -10,7 +10,7 @@ std::expected<QList<CaptureTarget>, Error> listSinks(PipeWireServer &server)
     const auto connection = server.connection();
     if (!connection)
         return std::unexpected(connection.error().error);
-    return (*connection)->graph().sinks();
+    return (*connection)->ask(&AudioGraph::sinks);
 }
 } // namespace
 

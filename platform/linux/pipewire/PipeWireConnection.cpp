@@ -173,16 +173,9 @@ std::optional<ConnectionFailure> PipeWireConnection::failure() const
     return m_failure;
 }
 
-AudioGraph PipeWireConnection::graph() const
-{
-    const std::scoped_lock lock(m_mutex);
-    return m_graph;
-}
-
 std::expected<quint64, Error> PipeWireConnection::defaultMicrophone() const
 {
-    const std::scoped_lock lock(m_mutex);
-    if (const auto serial = m_graph.defaultMicrophone())
+    if (const auto serial = ask(&AudioGraph::defaultMicrophone))
         return *serial;
     return std::unexpected(Error(u"没有找到麦克风"_s));
 }

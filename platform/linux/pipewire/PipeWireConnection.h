@@ -39,7 +39,13 @@ public:
     /// Why the connection is of no use any more.
     std::optional<ConnectionFailure> failure() const;
 
-    AudioGraph graph() const;
+    /// Answers \p question about the graph, which nothing changes meanwhile. A copy of the graph
+    /// would share its tables with the original, and so with the loop thread.
+    template <typename Question> auto ask(Question question) const
+    {
+        const std::scoped_lock lock(m_mutex);
+        return std::invoke(question, m_graph);
+    }
 
     /// The serial of the default microphone, or what to tell the user where there is none.
     std::expected<quint64, Error> defaultMicrophone() const;

@@ -220,7 +220,7 @@ std::optional<Error> PipeWireStream::failure() const
 
 bool PipeWireStream::isLinked() const
 {
-    return m_connection->graph().isLinked(m_node);
+    return m_connection->ask([this](const AudioGraph &graph) { return graph.isLinked(m_node); });
 }
 
 void PipeWireStream::fail(const char *message)
