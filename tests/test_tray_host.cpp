@@ -81,9 +81,9 @@ private Q_SLOTS:
         QVERIFY(host->waitForIcon());
         QTRY_COMPARE(host->readMenu().value(4).items.size(), 2);
 
-        host->click(640, 10);
+        QVERIFY(host->click(640, 10));
         QTRY_VERIFY(stage.popover().isVisible());
-        host->click(640, 10);
+        QVERIFY(host->click(640, 10));
         QTRY_VERIFY(!stage.popover().isVisible());
 
         auto items = host->openMenu();
@@ -103,7 +103,7 @@ private Q_SLOTS:
         host.reset();
         host.emplace();
         QVERIFY(host->waitForIcon());
-        host->click(640, 10);
+        QVERIFY(host->click(640, 10));
         QTRY_VERIFY(stage.popover().isVisible());
     }
 

@@ -110,11 +110,11 @@ bool TrayHost::waitForIcon()
     return ask(question).type() == QDBusMessage::ReplyMessage;
 }
 
-void TrayHost::click(int x, int y) const
+bool TrayHost::click(int x, int y) const
 {
     auto activate = call(itemInterface, u"Activate"_s);
     activate << x << y;
-    m_bus.send(activate);
+    return ask(activate).type() == QDBusMessage::ReplyMessage;
 }
 
 QList<TrayHost::MenuItem> TrayHost::openMenu() const

@@ -38,8 +38,8 @@ public:
     /// Waits for the next icon, and for its picture.
     bool waitForIcon();
 
-    /// Clicks the icon at this place of the screen.
-    void click(int x, int y) const;
+    /// Clicks the icon at this place of the screen, and returns whether it took the click.
+    [[nodiscard]] bool click(int x, int y) const;
 
     /// What the icon's menu holds, now and when it is opened. Empty where it does not answer.
     QList<MenuItem> readMenu() const;
