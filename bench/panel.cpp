@@ -230,11 +230,11 @@ void reportClicks(const TrayHost &host, const Screen &screen)
     for (int i = 0; i < clickCount; ++i) {
         QElapsedTimer timer;
         timer.start();
-        host.click(pointerX, pointerY);
+        require(host.click(pointerX, pointerY), "the icon takes no click");
         screen.waitForPanel(true);
         clicks.push_back(milliseconds(timer));
         QTest::qWait(300);
-        host.click(pointerX, pointerY);
+        require(host.click(pointerX, pointerY), "the icon takes no click");
         screen.waitForPanel(false);
         QTest::qWait(300);
     }
@@ -262,12 +262,12 @@ int main(int argc, char **argv)
     reportClicks(host, screen);
     program.report("closed, idle");
     std::printf("%-28s %6.1f MB\n", "resident, has been open", program.residentMegabytes());
-    host.click(pointerX, pointerY);
+    require(host.click(pointerX, pointerY), "the icon takes no click");
     screen.waitForPanel(true);
     program.report("open, idle");
     pressRecordKeys();
     program.report("open, recording");
-    host.click(pointerX, pointerY);
+    require(host.click(pointerX, pointerY), "the icon takes no click");
     screen.waitForPanel(false);
     program.report("closed, recording");
     std::printf("%-28s %6.1f MB\n", "resident, recording", program.residentMegabytes());
