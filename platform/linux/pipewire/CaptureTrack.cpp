@@ -251,7 +251,8 @@ void CaptureTrack::watchServer(MediaTime elapsed)
 void CaptureTrack::watchLink(MediaTime elapsed)
 {
     const bool isLinked = m_stream->isLinked();
-    const bool isExpected = !m_settings.capturesSink || !m_connection->ask(&AudioGraph::sinks).isEmpty();
+    const bool isExpected =
+        !m_settings.capturesSink || !m_connection->ask(&AudioGraph::sinks).isEmpty();
     m_unlinked = isExpected && !isLinked ? m_unlinked + elapsed : MediaTime(0);
     // Some session managers never link a stream again that was there before them.
     if (m_unlinked > patience && (m_settings.capturesSink || !m_hasStarted))

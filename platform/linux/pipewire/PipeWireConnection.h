@@ -41,7 +41,8 @@ public:
 
     /// Answers \p question about the graph, which nothing changes meanwhile. A copy of the graph
     /// would share its tables with the original, and so with the loop thread.
-    template <typename Question> auto ask(Question question) const
+    template<typename Question>
+    auto ask(Question question) const
     {
         const std::scoped_lock lock(m_mutex);
         return std::invoke(question, m_graph);
