@@ -1,6 +1,7 @@
 #include "app/AppDelegate.h"
 #include "app/BusApplication.h"
 #include "app/DesktopPlatform.h"
+#include "base/CoreFiles.h"
 #include "settings/PrefsStore.h"
 #include "ui/AlertBox.h"
 #include "ui/ChineseTexts.h"
@@ -53,6 +54,7 @@ QStringList takeAddresses(std::span<char *> arguments)
 
 int main(int argc, char **argv)
 {
+    CoreFiles::refuse();
     const QStringList addresses = takeAddresses({argv, static_cast<std::size_t>(argc)});
     returnFreedMemory();
     preferX11();

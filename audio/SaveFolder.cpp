@@ -2,16 +2,16 @@
 
 #include "audio/MicRecorder.h"
 #include "audio/SystemAudioRecorder.h"
+#include "base/PrivateFolder.h"
 #include "platform/Volume.h"
 
 #include <QDateTime>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
+#include <system_error>
 
 using namespace Qt::StringLiterals;
 
@@ -78,9 +78,7 @@ RecordingRoom recordingRoom(const RecordingSettings &settings, bool systemOn, bo
 
 std::expected<void, AudioRecorderError> createSaveFolder(const RecordingSettings &settings)
 {
-    const QString folder = QDir::cleanPath(settings.saveDirectory.toLocalFile());
-    std::error_code error;
-    std::filesystem::create_directories(QFile::encodeName(folder).toStdString(), error);
+    const auto error = makePrivateFolder(settings.saveDirectory.toLocalFile());
     if (error) {
         return std::unexpected(
             AudioRecorderError(AudioRecorderError::Case::directoryUnavailable, describe(error)));

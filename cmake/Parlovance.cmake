@@ -39,6 +39,13 @@ function(parlovance_flags target)
   if(NOT target STREQUAL "precompiled")
     target_precompile_headers(${target} REUSE_FROM precompiled)
   endif()
+  # As Debian hardens its packages. Without optimisation the checked functions are not to be had, and
+  # the sanitizers bring checks of their own.
+  set(hardened $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
+  target_compile_options(${target} PRIVATE -fPIE
+    $<${hardened}:-fstack-protector-strong;-fstack-clash-protection;-Werror=format-security>)
+  target_compile_definitions(${target} PRIVATE $<${hardened}:_FORTIFY_SOURCE=2>)
+  target_link_options(${target} PRIVATE -pie $<${hardened}:-Wl,-z,relro;-Wl,-z,now>)
   if(PARLOVANCE_SANITIZE)
     target_compile_options(${target} PUBLIC -fsanitize=${PARLOVANCE_SANITIZE} -fno-omit-frame-pointer)
     target_link_options(${target} PUBLIC -fsanitize=${PARLOVANCE_SANITIZE})

@@ -2,6 +2,7 @@
 
 #include "base/AtomicFile.h"
 #include "base/BoundedRead.h"
+#include "base/PrivateFolder.h"
 #include "base/Tasks.h"
 #include "core/RecentsCoding.h"
 #include "core/RecordingFile.h"
@@ -92,7 +93,7 @@ written(const QString &path, const QList<RecentSession> &sessions)
     const QByteArray content = encodeRecents(sessions);
     if (content.size() > maxBytes)
         return std::unexpected(Error(u"录音列表过长，没有保存"_s));
-    QDir().mkpath(QFileInfo(path).path());
+    (void)makePrivateFolder(QFileInfo(path).path()); // otherwise the next step fails
     return AtomicFile::prepare(path, content);
 }
 } // namespace

@@ -67,6 +67,8 @@ private Q_SLOTS:
         const auto file = QCoro::waitFor(recorder.stop());
         QCOMPARE(file, std::optional(rig.url(u"会议 100%/#2025/"_s + micName)));
         QVERIFY(QFile::exists(file->toLocalFile()));
+        const auto others = QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+        QVERIFY(!(QFileInfo(deep.saveDirectory.toLocalFile()).permissions() & others));
 
         rig.putFile(u"file"_s, 1);
         rig.script.calls.clear();

@@ -3,11 +3,15 @@
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
+#include <QDir>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
+#include <sys/resource.h>
+
+#include <csignal>
 #include <memory>
 
 using namespace Qt::StringLiterals;
@@ -90,15 +94,21 @@ private Q_SLOTS:
         QDBusConnection::sessionBus().unregisterService(name);
     }
 
-    void addressIsNotInTheCommandLine()
+    void addressIsNeitherInTheCommandLineNorInACoreFile()
     {
+        rlimit limit{};
+        QCOMPARE(getrlimit(RLIMIT_CORE, &limit), 0);
+        limit.rlim_cur = limit.rlim_max;
+        QCOMPARE(setrlimit(RLIMIT_CORE, &limit), 0);
         const auto first = start({u"parlovance://auth?token=secret&state=s"_s});
         QTRY_COMPARE(qint64{owner()}, first->processId());
         QFile commandLine(u"/proc/%1/cmdline"_s.arg(first->processId()));
         QVERIFY(commandLine.open(QIODevice::ReadOnly));
         const QByteArray line = commandLine.readAll();
         QVERIFY(line.contains("parlovance") && !line.contains("secret"));
-        end(*first);
+        QCOMPARE(kill(static_cast<pid_t>(first->processId()), SIGSEGV), 0);
+        QVERIFY(first->waitForFinished());
+        QCOMPARE(QDir(m_home.path()).entryList({u"core*"_s}, QDir::Files), QStringList());
     }
 
     void laterOnesEnd()
@@ -141,6 +151,7 @@ private:
              {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_RUNTIME_DIR"})
             environment.insert(QString::fromLatin1(place), m_home.path());
         process->setProcessEnvironment(environment);
+        process->setWorkingDirectory(m_home.path());
         process->setProcessChannelMode(QProcess::ForwardedChannels);
         process->start(QStringLiteral(PROGRAM), arguments);
         return process;

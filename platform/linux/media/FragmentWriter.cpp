@@ -1,11 +1,11 @@
 #include "platform/linux/media/FragmentWriter.h"
 
+#include "base/PrivateFolder.h"
 #include "platform/linux/media/BoxReader.h"
 #include "platform/linux/media/FragmentBoxes.h"
 #include "platform/linux/media/MovieBoxes.h"
 #include "platform/linux/media/PartFiles.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -114,7 +114,7 @@ std::expected<void, Error> FragmentWriter::restoreWhenRemoved()
 {
     if (m_file.isAt(m_path))
         return {};
-    QDir().mkpath(QFileInfo(m_path).path());
+    (void)makePrivateFolder(QFileInfo(m_path).path()); // otherwise the next step fails
     // On a volume that is back, the earlier part stands there: only a whole copy replaces it.
     return keep(QFileInfo::exists(m_path) ? replaceByCopy() : copyAnew());
 }

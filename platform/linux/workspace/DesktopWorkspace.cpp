@@ -1,5 +1,6 @@
 #include "platform/linux/workspace/DesktopWorkspace.h"
 
+#include "base/CoreFiles.h"
 #include "platform/WebAddress.h"
 
 #include <QDBusConnection>
@@ -19,6 +20,16 @@ namespace
 /// Long enough for a service that is only started by the call.
 constexpr int answerLimitMilliseconds = 10'000;
 
+/// Starts a program that outlives this one; false: there is none of this name.
+bool startApart(const QStringList &command)
+{
+    QProcess process;
+    process.setProgram(command.constFirst());
+    process.setArguments(command.sliced(1));
+    CoreFiles::allowAsBefore(process);
+    return process.startDetached();
+}
+
 /// Opens \p target with xdg-open if nobody takes \p message. The portal comes first because command
 /// lines can be read by every user of the machine.
 void callOrOpen(const QDBusMessage &message, const QString &target)
@@ -29,7 +40,7 @@ void callOrOpen(const QDBusMessage &message, const QString &target)
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, target] {
         // Who took the message and is silent may still do what it says; a page is not opened twice.
         if (watcher->isError() && watcher->error().type() != QDBusError::NoReply)
-            QProcess::startDetached(u"xdg-open"_s, {target});
+            startApart({u"xdg-open"_s, target});
         watcher->deleteLater();
     });
 }
@@ -82,9 +93,7 @@ void DesktopWorkspace::openSettings(SettingsPage page)
     const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':');
     for (const auto &[desktop, command] : settingsCommands(page)) {
         const bool isHere = desktop.isEmpty() || desktops.contains(desktop, Qt::CaseInsensitive);
-        const bool isOpened =
-            isHere && QProcess::startDetached(command.constFirst(), command.sliced(1));
-        if (isOpened)
+        if (isHere && startApart(command))
             return;
     }
 }
@@ -92,6 +101,6 @@ void DesktopWorkspace::openSettings(SettingsPage page)
 void DesktopWorkspace::startNewInstance(std::function<void()> reported)
 {
     if (!m_newInstance.isEmpty())
-        QProcess::startDetached(m_newInstance.constFirst(), m_newInstance.sliced(1));
+        startApart(m_newInstance);
     reported();
 }
