@@ -7,10 +7,15 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <system_error>
 
 using namespace Qt::StringLiterals;
@@ -27,13 +32,7 @@ QString describe(const std::error_code &error)
 {
     if (error == std::errc::permission_denied)
         return u"没有写入权限"_s;
-    if (error == std::errc::read_only_file_system)
-        return u"磁盘是只读的"_s;
-    if (error == std::errc::no_space_on_device)
-        return u"磁盘空间不足"_s;
-    if (error == std::errc::not_a_directory || error == std::errc::file_exists)
-        return u"同名位置上不是文件夹"_s;
-    return QString::fromStdString(error.message());
+    return systemErrorText(error.value());
 }
 
 /// \p stem: the path that the names of the files have in common.
@@ -78,7 +77,12 @@ RecordingRoom recordingRoom(const RecordingSettings &settings, bool systemOn, bo
 
 std::expected<void, AudioRecorderError> createSaveFolder(const RecordingSettings &settings)
 {
-    const auto error = makePrivateFolder(settings.saveDirectory.toLocalFile());
+    const QString folder = settings.saveDirectory.toLocalFile();
+    auto error = makePrivateFolder(folder);
+    // With the rights that opening a file will have.
+    if (!error &&
+        faccessat(AT_FDCWD, QFile::encodeName(folder).constData(), W_OK | X_OK, AT_EACCESS) != 0)
+        error.assign(errno, std::generic_category());
     if (error) {
         return std::unexpected(
             AudioRecorderError(AudioRecorderError::Case::directoryUnavailable, describe(error)));

@@ -27,7 +27,7 @@ constexpr int lengthAfterLetters = 8;
 
 std::unexpected<Error> failure(int code)
 {
-    return std::unexpected(Error(u"无法写入文件："_s + qt_error_string(code)));
+    return std::unexpected(Error(u"无法写入文件："_s + systemErrorText(code)));
 }
 
 bool write(int file, const QByteArray &content)

@@ -20,3 +20,7 @@ public:
 private:
     QString m_description;
 };
+
+/// What went wrong by errno's \p number, to end a sentence with. The system's own texts are in the
+/// language of its locale, which need not be that of the sentence.
+QString systemErrorText(int number);

@@ -1,3 +1,4 @@
+#include "base/Logger.h"
 #include "base/Tasks.h"
 #include "core/AppState.h"
 #include "core/RecordingFile.h"
@@ -17,6 +18,7 @@ using namespace std::chrono_literals;
 
 namespace
 {
+constexpr Logger logger("audio");
 constexpr double shortestKeptSeconds = 10.0;
 constexpr int ticksBetweenRoomChecks = 5;
 constexpr auto roomToGoOn = 60s;
@@ -84,6 +86,7 @@ QCoro::Task<> AppState::startRecording()
         co_return;
     }
     m_lastError = started.error().description();
+    logger.error(u"no recording: %1"_s.arg(*m_lastError));
     m_state = RecordingState::idle;
     Q_EMIT stateChanged();
     Q_EMIT lastErrorChanged();

@@ -146,7 +146,7 @@ private Q_SLOTS:
         const FileSizeLimit limit(code == EFBIG ? room / 2 : room);
         const auto result = AtomicFile::replace(folder.filePath(name), newContent, old);
         QVERIFY(!result);
-        QCOMPARE(result.error().description(), u"无法写入文件："_s + qt_error_string(code));
+        QCOMPARE(result.error().description(), u"无法写入文件："_s + systemErrorText(code));
         QCOMPARE(namesIn(folder.path()), before);
         QCOMPARE(contentOf(folder.filePath(u"list"_s)), oldContent);
     }

@@ -2,6 +2,8 @@
 
 #include <QTest>
 
+#include <unistd.h>
+
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
@@ -77,6 +79,19 @@ private Q_SLOTS:
             QCOMPARE(failureOf(recorder.start(true, true, deep)),
                      u"录音保存位置不可用：同名位置上不是文件夹"_s);
         }
+
+        deep.saveDirectory = rig.url(u"locked"_s);
+        const QString locked = deep.saveDirectory.toLocalFile();
+        QVERIFY(QDir().mkdir(locked, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther |
+                                         QFile::ExeOther));
+        const QString way = QFileInfo(locked).path();
+        QVERIFY(QFile::setPermissions(way, QFile::permissions(way) | QFile::ExeOther));
+        constexpr uid_t nobody = 65534;
+        const uid_t before = geteuid(); // root may write everywhere
+        QVERIFY(before != 0 || seteuid(nobody) == 0);
+        const QString refused = failureOf(recorder.start(true, true, deep));
+        QCOMPARE(seteuid(before), 0);
+        QCOMPARE(refused, u"录音保存位置不可用：没有写入权限"_s);
         QCOMPARE(rig.script.calls, QStringList());
     }
 

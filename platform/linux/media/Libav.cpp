@@ -34,10 +34,10 @@ public:
 
     std::expected<void, Error> outcome() const
     {
-        if (!m_isWhole)
-            return std::unexpected(
-                Error(u"无法加载音频编解码库：%1"_s.arg(m_library.errorString())));
-        return {};
+        if (m_isWhole)
+            return {};
+        logger.error(m_library.errorString());
+        return std::unexpected(Error(u"无法加载音频编解码库"_s));
     }
 
 private:
@@ -99,9 +99,11 @@ const Libav &libav()
 
 QString libavErrorText(int error)
 {
-    std::array<char, AV_ERROR_MAX_STRING_SIZE> text{};
-    av_strerror(error, text.data(), text.size());
-    return QString::fromLocal8Bit(text.data());
+    if (error == AVERROR_INVALIDDATA)
+        return u"内容已损坏"_s;
+    if (error == AVERROR_EOF)
+        return u"内容不完整"_s;
+    return systemErrorText(AVUNERROR(error));
 }
 
 std::expected<LibavInput, Error> openMovie(const QString &path)

@@ -25,7 +25,7 @@ std::unexpected<Error> failed(int errorNumber = errno)
 
 std::unexpected<Error> readFailed(int errorNumber = errno)
 {
-    return std::unexpected(Error(u"读取录音文件失败：%1"_s.arg(qt_error_string(errorNumber))));
+    return std::unexpected(Error(u"读取录音文件失败：%1"_s.arg(systemErrorText(errorNumber))));
 }
 
 /// The result of \p call, made again for as long as a signal interrupts it.
@@ -51,7 +51,7 @@ Error writeError(int errorNumber)
 {
     if (errorNumber == ENOSPC || errorNumber == EDQUOT)
         return Error(u"磁盘空间不足"_s);
-    return Error(u"写入录音文件失败：%1"_s.arg(qt_error_string(errorNumber)));
+    return Error(u"写入录音文件失败：%1"_s.arg(systemErrorText(errorNumber)));
 }
 
 std::expected<OutputFile, Error> OutputFile::create(const QString &path)

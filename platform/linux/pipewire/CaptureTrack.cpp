@@ -141,7 +141,7 @@ void CaptureTrack::close()
 
 void CaptureTrack::run()
 {
-    const QByteArray name = m_settings.queueName.toUtf8().right(threadNameLength);
+    const QByteArray name = m_settings.queueName.section(u'.', -2).toUtf8().left(threadNameLength);
     pthread_setname_np(pthread_self(), name.constData());
     m_lastWatch = mediaNow();
     while (!m_isStopping) {

@@ -30,7 +30,7 @@ public:
         bool capturesSink = false; ///< what is played, instead of the default microphone
         int sampleRate = 48000;    ///< frames per second
         int channelCount = 1;
-        QString queueName;                 ///< the worker is named by the end of it
+        QString queueName;                 ///< the worker has its last two words for a name
         const char *logCategory = nullptr; ///< a literal
         /// For a microphone: none was there for a second, or one is there again. On the worker.
         std::function<void(bool isPresent)> presenceChanged;

@@ -1,11 +1,13 @@
 #include "platform/linux/pipewire/PipeWireConnection.h"
 
+#include "base/Logger.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QVersionNumber>
 
 #include <pipewire/extensions/metadata.h>
-#include <spa/utils/result.h>
+#include <pthread.h>
 
 #include <cerrno>
 #include <string_view>
@@ -15,6 +17,7 @@ using namespace std::chrono_literals;
 
 namespace
 {
+constexpr Logger logger("audio");
 constexpr auto answerLimit = 4s;
 
 QString property(const spa_dict *properties, const char *key)
@@ -25,7 +28,7 @@ QString property(const spa_dict *properties, const char *key)
 ConnectionFailure noConnection(int code)
 {
     return {code == EACCES || code == EPERM,
-            Error(u"无法连接声音服务（%1）"_s.arg(QString::fromUtf8(spa_strerror(-code))))};
+            Error(u"无法连接声音服务（%1）"_s.arg(systemErrorText(code)))};
 }
 
 /// The configuration of clients that gives the data thread real-time priority: since 1.4 the
@@ -141,7 +144,7 @@ std::expected<std::shared_ptr<PipeWireConnection>, ConnectionFailure> PipeWireCo
 
 std::expected<void, ConnectionFailure> PipeWireConnection::connect()
 {
-    m_loop.reset(pw_thread_loop_new("parlovance-pw", nullptr));
+    m_loop.reset(pw_thread_loop_new("sound-server", nullptr));
     if (!m_loop)
         return std::unexpected(noConnection(errno));
     m_context.reset(
@@ -159,6 +162,15 @@ std::expected<void, ConnectionFailure> PipeWireConnection::connect()
     if (const int result = pw_thread_loop_start(m_loop.get()); result < 0)
         return std::unexpected(noConnection(-result));
     return {};
+}
+
+void PipeWireConnection::nameDataThread()
+{
+    const auto name = [](spa_loop *, bool, uint32_t, const void *, std::size_t, void *) {
+        return pthread_setname_np(pthread_self(), "sound-data");
+    };
+    pw_data_loop_invoke(pw_context_get_data_loop(m_context.get()), name, 0, nullptr, 0, false,
+                        nullptr);
 }
 
 PipeWireConnection::~PipeWireConnection()
@@ -254,13 +266,14 @@ void PipeWireConnection::bindDefaults(quint32 id)
 void PipeWireConnection::fail(int code, const char *message)
 {
     const bool isRefused = code == EACCES || code == EPERM;
-    const QString text = isRefused ? u"声音服务拒绝访问（%1）"_s : u"声音服务已断开（%1）"_s;
+    const QString text = isRefused ? u"声音服务拒绝访问"_s : u"声音服务已断开"_s;
     {
         const std::scoped_lock lock(m_mutex);
         if (m_failure)
             return;
-        m_failure = ConnectionFailure{isRefused, Error(text.arg(QString::fromUtf8(message)))};
+        m_failure = ConnectionFailure{isRefused, Error(text)};
     }
+    logger.error(u"the sound server: %1"_s.arg(QString::fromUtf8(message)));
     changeGraph([](AudioGraph &graph) { graph = AudioGraph(); });
     pw_thread_loop_signal(m_loop.get(), false);
 }

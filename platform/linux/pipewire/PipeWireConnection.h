@@ -36,6 +36,9 @@ public:
     pw_thread_loop *loop() const { return m_loop.get(); }
     pw_core *core() const { return m_core.get(); }
 
+    /// For who looks at the process from outside. The thread has to run: a stream does.
+    void nameDataThread();
+
     /// Why the connection is of no use any more.
     std::optional<ConnectionFailure> failure() const;
 

@@ -1,9 +1,9 @@
 #include "platform/linux/pipewire/PipeWireStream.h"
 
+#include "base/Logger.h"
 #include "platform/linux/pipewire/MediaClock.h"
 
 #include <spa/param/audio/format-utils.h>
-#include <spa/utils/result.h>
 
 #include <algorithm>
 #include <array>
@@ -15,6 +15,8 @@ using namespace std::chrono_literals;
 
 namespace
 {
+constexpr Logger logger("audio");
+
 /// What the session manager says when there is no device at the moment; the stream stays usable.
 constexpr std::string_view noDevice = "no node available";
 
@@ -109,6 +111,8 @@ struct PipeWireStream::Events {
     {
         PipeWireStream &stream = self(data);
         stream.m_node = pw_stream_get_node_id(stream.m_stream.get());
+        if (state == PW_STREAM_STATE_STREAMING)
+            stream.m_connection->nameDataThread();
         if (state == PW_STREAM_STATE_UNCONNECTED || state == PW_STREAM_STATE_ERROR)
             stream.fail(message);
     }
@@ -149,8 +153,7 @@ PipeWireStream::open(std::shared_ptr<PipeWireConnection> connection,
 std::expected<void, Error> PipeWireStream::connect()
 {
     const auto failed = [](int code) {
-        return std::unexpected(
-            Error(u"无法打开录音流（%1）"_s.arg(QString::fromUtf8(spa_strerror(code)))));
+        return std::unexpected(Error(u"无法打开录音流（%1）"_s.arg(systemErrorText(-code))));
     };
     const PipeWireLock lock(m_connection->loop());
     m_stream.reset(pw_stream_new(m_connection->core(), "Parlovance", streamProperties(m_settings)));
@@ -234,10 +237,10 @@ void PipeWireStream::fail(const char *message)
         return;
     {
         const std::scoped_lock lock(m_mutex);
-        if (!m_failure) {
-            m_failure = Error(u"声音服务已断开（%1）"_s.arg(
-                QString::fromUtf8(reason.data(), static_cast<qsizetype>(reason.size()))));
-        }
+        if (!m_failure)
+            m_failure = Error(u"声音服务已断开"_s);
     }
+    logger.error(u"the stream ended: %1"_s.arg(
+        QString::fromUtf8(reason.data(), static_cast<qsizetype>(reason.size()))));
     m_worker.wake();
 }
