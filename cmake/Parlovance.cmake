@@ -42,7 +42,7 @@ function(parlovance_flags target)
   # As Debian hardens its packages. Without optimisation the checked functions are not to be had, and
   # the sanitizers bring checks of their own.
   set(hardened $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
-  target_compile_options(${target} PRIVATE -fPIE
+  target_compile_options(${target} PRIVATE
     $<${hardened}:-fstack-protector-strong;-fstack-clash-protection;-Werror=format-security>)
   target_compile_definitions(${target} PRIVATE $<${hardened}:_FORTIFY_SOURCE=2>)
   target_link_options(${target} PRIVATE -pie $<${hardened}:-Wl,-z,relro;-Wl,-z,now>)

@@ -146,7 +146,8 @@ int concludeForEver(const QString &folder, const QStringList &tracks, const QStr
         for (const QString &track : tracks) {
             const QString again = folder + u"/again.m4a"_s;
             QFile::remove(again);
-            ::link(qPrintable(folder + u"/closed.m4a"_s), qPrintable(again));
+            if (::link(qPrintable(folder + u"/closed.m4a"_s), qPrintable(again)) != 0)
+                return 1;
             ::rename(qPrintable(again), qPrintable(track));
         }
         ++counter.value();
@@ -467,7 +468,7 @@ void TestTrackCrash::fileTakenAway_data()
     QTest::addRow("volume gone") << u"umount -l tracks"_s << QByteArray("size=1m") << none;
     QTest::addRow("a file in the folder's place")
         << u"rm -r tracks; date > tracks"_s << QByteArray()
-        << u"写入录音文件失败：Not a directory"_s;
+        << u"写入录音文件失败：同名位置上不是文件夹"_s;
     // What was removed takes up its room for as long as it is open.
     QTest::addRow("no room for another")
         << u"rm tracks/track.m4a"_s << QByteArray("size=60k") << u"磁盘空间不足"_s;
@@ -592,7 +593,7 @@ void TestTrackCrash::tornTracksAreRecovered()
 void TestTrackCrash::checkConcluded(qint64 frames, QMap<QString, int> &seen)
 {
     const QDir tracks(m_folder->filePath(u"tracks"_s));
-    removeAbandonedParts(tracks.path());
+    removeAbandonedParts(tracks.path(), QDateTime::currentDateTime().addDays(1));
     ++seen[remaining().join(u' ')];
     for (const QString &name : tracks.entryList(QDir::Files | QDir::Hidden)) {
         const auto decoded = decodeFile(tracks.filePath(name));

@@ -158,6 +158,9 @@ private Q_SLOTS:
         QVERIFY(readPackets(path()).packets == expected.packets);
         for (int i = 0; i < 2; ++i) { // again on the finished file
             QVERIFY(finishTrackFile(path()));
+            const QByteArray content = contentOf(path());
+            const QByteArray unnamedStream("\0\0", 2); // that of the descriptor in the box
+            QCOMPARE(content.mid(content.indexOf("esds") + 10, 2), unnamedStream);
             const StoredPackets stored = readPackets(path());
             QVERIFY(stored.packets == expected.packets);
             QCOMPARE(stored.frameCount, 300000);
@@ -281,7 +284,10 @@ private Q_SLOTS:
             QFile file(m_folder->filePath(name));
             QVERIFY(file.open(QIODevice::WriteOnly));
         }
-        removeAbandonedParts(m_folder->path());
+        const auto now = QDateTime::currentDateTime();
+        removeAbandonedParts(m_folder->path(), now.addSecs(-60)); // those may get their names yet
+        QVERIFY(QFile::exists(m_folder->filePath(u".recording-1.m4a.part"_s)));
+        removeAbandonedParts(m_folder->path(), now.addSecs(60));
         QStringList expected = others + QStringList{u".recording-2.m4a.part"_s};
         expected.sort();
         QStringList left = QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden);

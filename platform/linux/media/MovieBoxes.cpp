@@ -116,7 +116,7 @@ void writeElementaryStream(BoxWriter &out, const AacFormat &format, int averageB
     const std::size_t decoderSize = 13 + 2 + configurationSize;
     out.fullBox("esds", 0, 0, [&] {
         writeDescriptor(out, esTag, 3 + 2 + decoderSize + 2 + 1, [&] {
-            out.u16(soundTrackID);
+            out.u16(0); // in a file the track says which stream it is
             out.u8(0);
             writeDescriptor(out, decoderTag, decoderSize, [&] {
                 out.u8(mpeg4Audio);

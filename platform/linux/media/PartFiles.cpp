@@ -38,12 +38,13 @@ bool isAbandoned(const QString &path)
     return file.isOpen() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
-void removeAbandonedParts(const QString &folder)
+void removeAbandonedParts(const QString &folder, const QDateTime &time)
 {
     const QDir directory(folder);
     const QDir::Filters plainFiles = QDir::Files | QDir::Hidden | QDir::NoSymLinks;
-    for (const QString &name : directory.entryList({u".recording-*.m4a.part"_s}, plainFiles)) {
-        if (const QString path = directory.filePath(name); isAbandoned(path))
-            QFile::remove(path);
+    for (const QFileInfo &file :
+         directory.entryInfoList({u".recording-*.m4a.part"_s}, plainFiles)) {
+        if (file.lastModified() < time && isAbandoned(file.filePath()))
+            QFile::remove(file.filePath());
     }
 }

@@ -2,6 +2,7 @@
 
 #include "base/Error.h"
 
+#include <QDateTime>
 #include <QString>
 
 #include <expected>
@@ -21,5 +22,6 @@ std::expected<void, Error> publishPart(const QString &target);
 /// opened.
 bool isAbandoned(const QString &path);
 
-/// Removes the part files of recordings in \p folder that nobody is writing.
-void removeAbandonedParts(const QString &folder);
+/// Removes the part files of recordings in \p folder that nobody is writing and nobody has written
+/// since \p time: a finished one is not locked in the moment before it gets its name.
+void removeAbandonedParts(const QString &folder, const QDateTime &time);

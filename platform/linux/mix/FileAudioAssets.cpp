@@ -154,5 +154,5 @@ QCoro::Task<QStringList> FileAudioAssets::filesChangedSince(QString folder, QStr
 
 void FileAudioAssets::removeLeftovers(const QString &folder)
 {
-    inBackground([folder] { removeAbandonedParts(folder); });
+    inBackground([folder, time = m_begun] { removeAbandonedParts(folder, time); });
 }

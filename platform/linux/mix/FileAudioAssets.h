@@ -2,6 +2,8 @@
 
 #include "platform/AudioAssets.h"
 
+#include <QDateTime>
+
 class LiveTracks;
 
 /// Tracks and mixes as MPEG-4 files.
@@ -30,4 +32,5 @@ public:
 
 private:
     LiveTracks &m_tracks;
+    const QDateTime m_begun = QDateTime::currentDateTimeUtc(); ///< what is older, others left
 };
