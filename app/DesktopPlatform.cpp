@@ -56,12 +56,14 @@ DesktopPlatform::DesktopPlatform(const QString &bundleInformation)
 
 AppPlatform DesktopPlatform::app(PrefsStore &prefs, UpdateAlert &alert)
 {
-    const AudioPlatform audio{.captureService = m_access,
-                              .microphones = m_access,
-                              .writers = m_writers,
-                              .assets = m_assets,
-                              .volume = m_volume,
-                              .clock = m_clock};
+    const AudioPlatform audio{
+        .captureService = m_access,
+        .microphones = m_access,
+        .writers = m_writers,
+        .assets = m_assets,
+        .volume = m_volume,
+        .clock = m_clock,
+        .journalPath = JsonDefaults::standardPath(identifier(m_bundle), u"recordings.json"_s)};
     return AppPlatform{.audio = audio,
                        .prefs = prefs,
                        .bundle = m_bundle,

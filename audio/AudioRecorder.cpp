@@ -121,9 +121,9 @@ QCoro::Task<std::optional<QUrl>> AudioRecorder::stop()
 }
 
 QCoro::Task<QList<UnlistedRecording>> AudioRecorder::unlistedRecordings(RecordingSettings settings,
-                                                                        QDateTime listSavedAt)
+                                                                        QDateTime since)
 {
-    return ::unlistedRecordings(m_platform.assets, std::move(settings), std::move(listSavedAt));
+    return ::unlistedRecordings(m_platform.assets, std::move(settings), std::move(since));
 }
 
 QCoro::Task<std::optional<RecoveredRecording>> AudioRecorder::recover(UnlistedRecording recording,

@@ -28,6 +28,7 @@ struct AudioPlatform {
     AudioAssets &assets;
     const Volume &volume;
     const Clock &clock;
+    QString journalPath; ///< a file that remembers where a recording is made; empty: none does
 };
 
 /// Records audio for the rest of the application: starts and stops the enabled sources, names their
@@ -62,7 +63,7 @@ public:
 
     /// See UnlistedRecordings.h.
     QCoro::Task<QList<UnlistedRecording>> unlistedRecordings(RecordingSettings settings,
-                                                             QDateTime listSavedAt);
+                                                             QDateTime since);
     QCoro::Task<std::optional<RecoveredRecording>> recover(UnlistedRecording recording,
                                                            std::stop_token stop);
 

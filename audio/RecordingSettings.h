@@ -11,4 +11,5 @@ struct RecordingSettings {
     QUrl saveDirectory; ///< the folder that receives the files; made when it is missing
     AudioQuality quality = AudioQuality::high;
     QSet<QString> listedFiles; ///< clean absolute paths; no new file takes their place
+    QSet<QString> listedNames; ///< without ending; of recordings that may lie elsewhere by now
 };

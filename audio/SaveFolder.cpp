@@ -48,7 +48,8 @@ RecordingFiles filesOf(const QString &stem)
 bool RecordingFiles::isListed(const RecordingSettings &settings) const
 {
     return std::ranges::any_of(std::array{system, mic, mix}, [&settings](const QUrl &file) {
-        return settings.listedFiles.contains(file.toLocalFile());
+        return settings.listedFiles.contains(file.toLocalFile()) ||
+               settings.listedNames.contains(QFileInfo(file.fileName()).completeBaseName());
     });
 }
 

@@ -16,8 +16,7 @@ namespace
 {
 constexpr Logger logger("audio");
 
-/// A list may have been saved for another reason just before a recording was to be put into it, and
-/// some file systems count in steps of two seconds.
+/// The clock of a file server may differ, and some file systems count in steps of two seconds.
 constexpr int tolerableSeconds = 60;
 
 /// Of two lengths, which may be rounded apart.
@@ -46,7 +45,7 @@ QCoro::Task<bool> isMixed(AudioAssets &assets, RecordingFiles files)
 } // namespace
 
 QCoro::Task<QList<UnlistedRecording>>
-unlistedRecordings(AudioAssets &assets, RecordingSettings settings, QDateTime listSavedAt)
+unlistedRecordings(AudioAssets &assets, RecordingSettings settings, QDateTime since)
 {
     const QString folder = settings.saveDirectory.toLocalFile();
     const QStringList trackFilters{u"recording-*"_s + systemTrackEnding,
@@ -54,9 +53,9 @@ unlistedRecordings(AudioAssets &assets, RecordingSettings settings, QDateTime li
     const QStringList anyFilters{u"recording-*.m4a"_s};
     const QStringList tracks = co_await assets.abandonedTracks(folder, trackFilters);
     QStringList finished;
-    if (listSavedAt.isValid()) {
-        const QDateTime since = listSavedAt.addSecs(-tolerableSeconds);
-        finished = co_await assets.filesChangedSince(folder, anyFilters, since);
+    if (since.isValid()) {
+        finished =
+            co_await assets.filesChangedSince(folder, anyFilters, since.addSecs(-tolerableSeconds));
     }
     // By the recordings' own files, so that each is there once. The other track may have been
     // finished before the end came.

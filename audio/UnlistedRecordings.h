@@ -15,19 +15,19 @@ class AudioAssets;
 
 /// A recording that an earlier run has not listed, because the program or the machine ended.
 ///
-/// An unfinished track tells of it. Once that is finished only the time does: the list is saved
-/// right after, so that a file that is newer than the list, and not in it, has been forgotten. One
-/// that is older is the user's own affair.
+/// An unfinished track tells of it. Once that is finished only the time does: a file that has
+/// changed since the recording began, and is not in the list, has been forgotten. One that is older
+/// is the user's own affair.
 struct UnlistedRecording {
     RecordingFiles files;
     bool isFinished = false; ///< none of its tracks is unfinished; it may still be the user's own
 };
 
-/// The recordings in the folder of \p settings that are not among the listed files, the finished
-/// ones first: their time is all that tells of them. \p listSavedAt: invalid where there was no
-/// list; then no finished file counts as forgotten. Main thread.
+/// The recordings in the folder of \p settings that are not listed, the finished ones first: their
+/// time is all that tells of them. \p since: when the oldest of them began; invalid where none was
+/// being made, so that no finished file counts as forgotten. Main thread.
 QCoro::Task<QList<UnlistedRecording>>
-unlistedRecordings(AudioAssets &assets, RecordingSettings settings, QDateTime listSavedAt);
+unlistedRecordings(AudioAssets &assets, RecordingSettings settings, QDateTime since);
 
 /// The file that stands for a recording now.
 struct RecoveredRecording {

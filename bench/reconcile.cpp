@@ -187,7 +187,7 @@ int main(int argc, char **argv)
     PipeWireServer server;
     PipeWireCaptureService captureService(server, trackOrigin);
     PipeWireMicrophones microphones(server, trackOrigin, writers);
-    const AudioPlatform platform{captureService, microphones, writers, assets, volume, clock};
+    const AudioPlatform platform{captureService, microphones, writers, assets, volume, clock, {}};
 
     JsonDefaults defaults(folder.filePath(u"settings.json"_s));
     AutostartEntry loginItem(folder.filePath(u"autostart.desktop"_s), {});

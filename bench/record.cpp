@@ -102,7 +102,7 @@ int main(int argc, char *argv[])
     PipeWireServer server;
     PipeWireCaptureService captureService(server, origin);
     PipeWireMicrophones microphones(server, origin, writers);
-    const AudioPlatform platform{captureService, microphones, writers, assets, volume, clock};
+    const AudioPlatform platform{captureService, microphones, writers, assets, volume, clock, {}};
     AudioRecorder recorder(platform);
 
     runDetached(record(recorder, arguments.at(1), arguments.at(2).toInt()));

@@ -16,6 +16,7 @@ AppState::AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsS
     , m_clock(platform.clock)
     , m_prefs(prefs)
     , m_recentsFile(platform.clock)
+    , m_journal(platform.journalPath)
     , m_recorder(platform)
     , m_uploader(std::move(uploader))
 {
@@ -32,6 +33,8 @@ AppState::AppState(const AudioPlatform &platform, MediaUploader uploader, PrefsS
     m_timer.setInterval(second);
     connect(&m_timer, &QTimer::timeout, this, &AppState::tick);
 
+    for (const auto &entry : m_journal.left())
+        platform.assets.removeLeftovers(entry.folder);
     platform.assets.removeLeftovers(QDir(prefs.saveLocation()).absolutePath());
     m_loading = m_recentsFile.startLoading(prefs.saveLocation());
     runDetached(saveLoaded());
@@ -109,10 +112,10 @@ QCoro::Task<> AppState::saveLoaded()
         co_await saveInBackground();
 }
 
-void AppState::saveRecents()
+bool AppState::saveRecents()
 {
     // A failure is silent by design: the list in memory stays, and the next save tries again.
-    static_cast<void>(m_recentsFile.save(m_prefs.saveLocation(), recents()));
+    return m_recentsFile.save(m_prefs.saveLocation(), recents()).has_value();
 }
 
 QCoro::Task<> AppState::saveInBackground()

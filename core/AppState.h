@@ -4,6 +4,7 @@
 #include "cloud/MediaUploader.h"
 #include "core/RecentSession.h"
 #include "core/RecentsFile.h"
+#include "core/RecordingJournal.h"
 #include "core/RecordingState.h"
 #include "core/SessionTag.h"
 
@@ -124,7 +125,9 @@ private:
     void setState(RecordingState state);
     void setLastError(const QString &message);
     QList<RecentSession> &list() const;
-    void saveRecents();
+
+    /// Whether the list on the disk is that in memory now.
+    bool saveRecents();
 
     QCoro::Task<> saveLoaded();
 
@@ -133,8 +136,13 @@ private:
     QCoro::Task<> saveInBackground();
 
     RecordingSettings recordingSettings() const;
-    RecordingSettings recoverySettings() const;
-    void listRecovered(const UnlistedRecording &recording, const RecoveredRecording &recovered);
+    RecordingSettings recoverySettings(const QString &folder) const;
+
+    /// Lists what the earlier run left in \p folder. \p since as for unlistedRecordings().
+    QCoro::Task<> recoverFrom(QString folder, QDateTime since);
+
+    /// Whether the next launch need not look for it again.
+    bool listRecovered(const UnlistedRecording &recording, const RecoveredRecording &recovered);
     void beginRecording();
     Conclusion concludeRecording(const QUrl &file);
     RecentSession makeEntry(const QUrl &file) const;
@@ -170,6 +178,7 @@ private:
     mutable QFuture<RecentsFile::Loaded> m_loading; ///< until the list is asked for
     mutable QList<RecentSession> m_recents;         ///< only by list()
     mutable RecentsFile m_recentsFile;
+    RecordingJournal m_journal;
     AudioRecorder m_recorder;
     MediaUploader m_uploader;
     QPointer<AuthClient> m_auth;

@@ -77,6 +77,7 @@ QCoro::Task<> AppState::startRecording()
     Q_EMIT lastErrorChanged();
 
     auto settings = recordingSettings();
+    m_journal.begin(QDir(m_prefs.saveLocation()).absolutePath(), m_clock.now());
     const auto started = co_await m_recorder.start(m_systemAudioOn, m_micOn, std::move(settings));
     if (!self)
         co_return; // the application is closing
@@ -85,6 +86,7 @@ QCoro::Task<> AppState::startRecording()
         beginRecording();
         co_return;
     }
+    m_journal.end();
     m_lastError = started.error().description();
     logger.error(u"no recording: %1"_s.arg(*m_lastError));
     m_state = RecordingState::idle;
@@ -117,6 +119,8 @@ QCoro::Task<> AppState::stopRecording()
     Conclusion end;
     if (file)
         end = concludeRecording(*file);
+    else
+        m_journal.end();
     if (end.message)
         m_lastError = end.message;
     Q_EMIT stateChanged();
@@ -135,11 +139,13 @@ AppState::Conclusion AppState::concludeRecording(const QUrl &file)
     Conclusion end;
     if (m_elapsed < shortestKeptSeconds) {
         QFile::remove(file.toLocalFile());
+        m_journal.end();
         end.message = u"录音不足 10 秒，已自动丢弃"_s;
     } else {
         end.kept = makeEntry(file);
         list().prepend(*end.kept);
-        saveRecents();
+        if (saveRecents())
+            m_journal.end();
         if (const auto &failure = m_recorder.finishFailure())
             end.message = u"录音已保存，但文件整理失败："_s + failure->description();
     }
@@ -176,24 +182,42 @@ QCoro::Task<> AppState::recoverRecordings()
     co_await loaded();
     if (!self)
         co_return;
-    auto settings = recoverySettings();
-    const QDateTime listSavedAt = m_recentsFile.savedAt();
-    const auto unlisted = co_await m_recorder.unlistedRecordings(std::move(settings), listSavedAt);
-    for (const UnlistedRecording &recording : unlisted) {
-        if (!self || stop.stop_requested())
-            break;
-        const auto recovered = co_await m_recorder.recover(recording, stop);
-        // At once: once it is finished, only this tells the next launch of it.
-        if (self && recovered)
-            listRecovered(recording, *recovered);
+    // A track that was being recorded when somebody copied the folder is looked for as well.
+    QList<RecordingJournal::Entry> places = m_journal.left();
+    const QString current = QDir(m_prefs.saveLocation()).absolutePath();
+    if (std::ranges::find(places, current, &RecordingJournal::Entry::folder) == places.end())
+        places.append({current, QDateTime()});
+    for (const auto &[folder, since] : places) {
+        co_await recoverFrom(folder, since);
+        if (!self)
+            co_return; // the application is closing
     }
-    if (!self)
-        co_return; // the application is closing
     m_isRecovering = false;
     Q_EMIT stateChanged(); // for those who wait for it to leave
 }
 
-void AppState::listRecovered(const UnlistedRecording &recording,
+QCoro::Task<> AppState::recoverFrom(QString folder, QDateTime since)
+{
+    const QPointer self(this);
+    const std::stop_token stop = m_recoveryStop.get_token();
+    const auto isThere = inBackground([folder] { return QDir(folder).exists(); });
+    bool isSearched = co_await isThere; // a volume may come back
+    if (!self || !isSearched)
+        co_return;
+    auto settings = recoverySettings(folder);
+    const auto unlisted = co_await m_recorder.unlistedRecordings(std::move(settings), since);
+    for (const UnlistedRecording &recording : unlisted) {
+        if (!self || stop.stop_requested())
+            co_return;
+        const auto recovered = co_await m_recorder.recover(recording, stop);
+        if (self && recovered)
+            isSearched = listRecovered(recording, *recovered) && isSearched;
+    }
+    if (self && isSearched && !stop.stop_requested())
+        m_journal.forget(folder);
+}
+
+bool AppState::listRecovered(const UnlistedRecording &recording,
                              const RecoveredRecording &recovered)
 {
     const auto isOfIt = [&recording](const RecentSession &listed) {
@@ -203,7 +227,7 @@ void AppState::listRecovered(const UnlistedRecording &recording,
     const bool isListed = std::ranges::any_of(recents(), isOfIt);
     // Nothing says that it is not a file that the user has put there.
     if (recording.isFinished && (isTooShort || isListed))
-        return;
+        return true;
     list().removeIf(isOfIt);
     const RecentSession entry = makeEntry(recovered);
     if (isTooShort) {
@@ -215,11 +239,12 @@ void AppState::listRecovered(const UnlistedRecording &recording,
         list().insert(older, entry);
     }
     if (isTooShort && !isListed)
-        return;
-    saveRecents();
+        return true;
+    const bool isSaved = saveRecents();
     Q_EMIT recentsChanged();
     if (!isTooShort)
         uploadAfterStop(entry);
+    return isSaved;
 }
 
 QCoro::Task<> AppState::handleSystemAudioError(QString message)
@@ -300,17 +325,22 @@ RecordingSettings AppState::recordingSettings() const
     for (const RecentSession &session : recents()) {
         if (session.fileURL)
             settings.listedFiles.insert(cleanPath(*session.fileURL));
+        if (session.clientRecordingId)
+            settings.listedNames.insert(recordingName(*session.clientRecordingId));
     }
     return settings;
 }
 
 /// A list that was rebuilt holds the tracks of a killed recording as if they were recordings.
-RecordingSettings AppState::recoverySettings() const
+RecordingSettings AppState::recoverySettings(const QString &folder) const
 {
     RecordingSettings settings = recordingSettings();
+    settings.saveDirectory = QUrl::fromLocalFile(folder);
     for (const RecentSession &session : recents()) {
-        if (isRebuilt(session))
-            settings.listedFiles.remove(cleanPath(*session.fileURL));
+        if (!isRebuilt(session))
+            continue;
+        settings.listedFiles.remove(cleanPath(*session.fileURL));
+        settings.listedNames.remove(recordingBaseName(session.fileURL->fileName()));
     }
     return settings;
 }

@@ -74,15 +74,14 @@ RecentsFile::Loaded read(const QString &folder, const QDateTime &now)
 {
     const QString path = filePath(folder);
     AtomicFile::removeLeftovers(path);
-    const QDateTime savedAt = QFileInfo(path).lastModified();
     const auto content = readRegularFile(path, maxBytes);
     auto sessions = content ? decodeRecents(*content) : std::nullopt;
     if (!sessions)
         return {.sessions = RecentsFile::migrateFromDirectory(folder, now),
                 .path = path,
-                .savedAt = {}};
+                .isStored = false};
     bringUpToDate(*sessions, now);
-    return {.sessions = *std::move(sessions), .path = path, .savedAt = savedAt};
+    return {.sessions = *std::move(sessions), .path = path, .isStored = true};
 }
 
 /// The list on the disk, but not in its place yet. Makes the folder if need be. Fails for a list
@@ -115,8 +114,7 @@ QFuture<RecentsFile::Loaded> RecentsFile::startLoading(const QString &folder) co
 
 QList<RecentSession> RecentsFile::finishLoading(const Loaded &loaded)
 {
-    m_savedAt = loaded.savedAt;
-    if (m_savedAt.isValid())
+    if (loaded.isStored)
         m_ownPaths.insert(loaded.path);
     return loaded.sessions;
 }

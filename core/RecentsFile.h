@@ -36,15 +36,12 @@ public:
     struct Loaded {
         QList<RecentSession> sessions;
         QString path;
-        QDateTime savedAt; ///< invalid: there was no usable file
+        bool isStored = false; ///< otherwise there was no usable file
     };
 
     /// load() in two halves, the slow one in the background.
     QFuture<Loaded> startLoading(const QString &folder) const;
     QList<RecentSession> finishLoading(const Loaded &loaded);
-
-    /// When the list that was loaded had been saved; invalid where there was none.
-    const QDateTime &savedAt() const { return m_savedAt; }
 
     /// A list made from the audio files directly in \p folder, newest first, at \p now (UTC). Any
     /// thread.
@@ -74,7 +71,6 @@ private:
 
     const Clock &m_clock;
     QSet<QString> m_ownPaths; ///< what stands there is contained in the list in memory
-    QDateTime m_savedAt;
     quint64 m_lastNumber = 0;
     quint64 m_numberInPlace = 0;
 };

@@ -9,6 +9,8 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+const auto identifierPrefix = u"mac-file-"_s;
+
 /// Where the dot of the extension stands; the length of the name where there is none.
 qsizetype extensionDot(const QString &fileName)
 {
@@ -33,5 +35,10 @@ bool hasAudioExtension(const QString &fileName)
 QString clientRecordingId(const QUrl &file)
 {
     const QString fileName = QFileInfo(file.toLocalFile()).fileName();
-    return u"mac-file-"_s + recordingBaseName(fileName);
+    return identifierPrefix + recordingBaseName(fileName);
+}
+
+QString recordingName(const QString &identifier)
+{
+    return identifier.mid(identifier.startsWith(identifierPrefix) ? identifierPrefix.size() : 0);
 }

@@ -13,3 +13,6 @@ bool hasAudioExtension(const QString &fileName);
 
 /// Under which identifier the service knows the recording \p file; always the same for one name.
 QString clientRecordingId(const QUrl &file);
+
+/// The name without extension that clientRecordingId() made \p identifier of.
+QString recordingName(const QString &identifier);

@@ -1,6 +1,7 @@
 #include "core/AppState.h"
 #include "core/RecentsCoding.h"
 #include "core/RecentsFile.h"
+#include "core/RecordingJournal.h"
 #include "tests/support/AppRig.h"
 #include "tests/support/NoService.h"
 
@@ -283,7 +284,8 @@ private Q_SLOTS:
         // Of "recording-2026-02-03-04-05-06": left as they were being recorded, and finished.
         QTest::addColumn<QStringList>("tracks");
         QTest::addColumn<QStringList>("finished");
-        QTest::addColumn<bool>("hasList"); // otherwise it is rebuilt from the files first
+        QTest::addColumn<bool>("hasList");  // otherwise it is rebuilt from the files first
+        QTest::addColumn<QString>("begun"); // the folder that a recording was begun in, if any
         QTest::addColumn<double>("seconds");
         QTest::addColumn<QString>("listed"); // title and duration
         QTest::addColumn<QStringList>("files");
@@ -294,15 +296,23 @@ private Q_SLOTS:
         const QStringList none;
         for (const bool hasList : {true, false}) {
             const char *const how = hasList ? "" : ", no list";
-            QTest::addRow("both tracks%s", how) << both << none << hasList << 75.0 << entry << mix;
-            QTest::addRow("one track%s", how) << mic << none << hasList << 75.0 << entry << mic;
+            QTest::addRow("both tracks%s", how)
+                << both << none << hasList << u"."_s << 75.0 << entry << mix;
+            QTest::addRow("one track%s", how)
+                << mic << none << hasList << QString() << 75.0 << entry << mic;
             QTest::addRow("mix and one track%s", how)
-                << mic << mix << hasList << 75.0 << entry << mix;
-            QTest::addRow("too short%s", how) << mic << none << hasList << 9.9 << QString() << none;
+                << mic << mix << hasList << u"."_s << 75.0 << entry << mix;
+            QTest::addRow("too short%s", how)
+                << mic << none << hasList << u"."_s << 9.9 << QString() << none;
         }
-        QTest::newRow("finished") << none << mix << true << 75.0 << entry << mix;
-        QTest::newRow("finished, too short") << none << mix << true << 9.9 << QString() << mix;
-        QTest::newRow("none") << none << none << true << 75.0 << QString() << none;
+        QTest::newRow("elsewhere") << both << none << true << u"earlier"_s << 75.0 << entry << mix;
+        QTest::newRow("finished") << none << mix << true << u"."_s << 75.0 << entry << mix;
+        QTest::newRow("finished elsewhere")
+            << none << mix << true << u"earlier"_s << 75.0 << entry << mix;
+        QTest::newRow("finished, too short")
+            << none << mix << true << u"."_s << 9.9 << QString() << mix;
+        QTest::newRow("put there") << none << mix << true << QString() << 75.0 << QString() << mix;
+        QTest::newRow("none") << none << none << true << u"."_s << 75.0 << QString() << none;
     }
 
     void killedRecordingsAreListedAtLaunch()
@@ -310,6 +320,7 @@ private Q_SLOTS:
         QFETCH(const QStringList, tracks);
         QFETCH(const QStringList, finished);
         QFETCH(const bool, hasList);
+        QFETCH(const QString, begun);
         QFETCH(const double, seconds);
         QFETCH(const QString, listed);
         QFETCH(const QStringList, files);
@@ -319,9 +330,14 @@ private Q_SLOTS:
         // However the folder is spelled, what is listed is known again.
         stage.prefs.setSaveLocation(stage.rig.home.path() + u"/."_s);
         const QString name = u"recording-2026-02-03-04-05-06"_s;
+        const QString folder = QDir(stage.rig.path(begun)).absolutePath();
+        QVERIFY(QDir().mkpath(folder));
+        if (!begun.isEmpty())
+            RecordingJournal(stage.rig.journalPath()).begin(folder, stage.rig.clock.now());
+        QVERIFY(QThreadPool::globalInstance()->waitForDone());
         for (const QString &ending : tracks + finished) {
-            stage.rig.putFile(name + ending, 3000);
-            const QString path = stage.prefs.saveLocation() + u'/' + name + ending;
+            const QString path = folder + u'/' + name + ending;
+            stage.rig.putFile(QDir(stage.rig.home.path()).relativeFilePath(path), 3000);
             (tracks.contains(ending) ? assets.abandoned : assets.changed).append(path);
         }
         if (hasList) {
@@ -339,10 +355,47 @@ private Q_SLOTS:
             QStringList expected;
             for (const QString &ending : files)
                 expected.append(name + ending);
-            QCOMPARE(QDir(stage.rig.home.path()).entryList({u"*.m4a"_s}), expected);
+            QCOMPARE(QDir(folder).entryList({u"*.m4a"_s}), expected);
             if (!listed.isEmpty())
                 QCOMPARE(stage.listedNames(), expected);
+            QVERIFY(QThreadPool::globalInstance()->waitForDone());
+            QCOMPARE(RecordingJournal(stage.rig.journalPath()).left().size(), 0);
         }
+    }
+
+    /// As when the folder was copied to another place, or was renamed.
+    void listedRecordingIsKnownWhereverItLies()
+    {
+        Stage stage;
+        RecentSession listed = AppRig::entry(u"会议"_s);
+        listed.fileURL = QUrl(u"file:///elsewhere/recording-2026-02-03-04-05-06.m4a"_s);
+        listed.clientRecordingId = u"mac-file-recording-2026-02-03-04-05-06"_s;
+        QFile list(stage.rig.path(u".sessions.json"_s));
+        QVERIFY(list.open(QFile::WriteOnly) && list.write(encodeRecents({listed})) > 0);
+        list.close();
+        stage.rig.putFile(u"recording-2026-02-03-04-05-06.m4a"_s, 3000);
+        stage.rig.assets.changed.append(stage.rig.path(u"recording-2026-02-03-04-05-06.m4a"_s));
+        RecordingJournal(stage.rig.journalPath())
+            .begin(stage.rig.home.path(), stage.rig.clock.now());
+        QVERIFY(QThreadPool::globalInstance()->waitForDone());
+        stage.start();
+        QCoro::waitFor(stage.app->recoverRecordings());
+        QCOMPARE(stage.app->recents().size(), 1);
+    }
+
+    void folderIsRememberedUntilTheRecordingIsListed()
+    {
+        Stage stage;
+        const auto remembered = [&stage] {
+            QThreadPool::globalInstance()->waitForDone();
+            return RecordingJournal(stage.rig.journalPath()).left();
+        };
+        stage.toggle();
+        QCOMPARE(remembered().size(), 1);
+        QCOMPARE(remembered()[0].folder, stage.rig.home.path());
+        stage.toggleAfter(12);
+        QCOMPARE(stage.app->recents().size(), 1);
+        QCOMPARE(remembered().size(), 0);
     }
 
     void tracksOutliveAShorterMix()

@@ -26,9 +26,11 @@ struct AudioRig {
                              .writers = writers,
                              .assets = assets,
                              .volume = volume,
-                             .clock = clock};
+                             .clock = clock,
+                             .journalPath = journalPath()};
     }
 
+    QString journalPath() const { return configuration.filePath(QStringLiteral("journal")); }
     QString path(const QString &name) const { return home.filePath(name); }
     QUrl url(const QString &name) const { return QUrl::fromLocalFile(path(name)); }
     QStringList files() const { return QDir(home.path()).entryList(QDir::Files | QDir::Hidden); }
@@ -49,4 +51,5 @@ struct AudioRig {
     FakeClock clock;
     LogCapture log;
     QTemporaryDir home;
+    QTemporaryDir configuration;
 };

@@ -61,7 +61,13 @@ SoakStage::SoakStage(const QString &home, const QString &origin, SoakJournal &jo
         m_secrets.items.emplace(secretKey(), QString::fromUtf8(secret.readAll()));
 
     const auto configured = ServiceOrigin::parse(origin);
-    const AudioPlatform platform{m_capture, m_microphones, m_writers, m_assets, m_volume, m_clock};
+    const AudioPlatform platform{m_capture,
+                                 m_microphones,
+                                 m_writers,
+                                 m_assets,
+                                 m_volume,
+                                 m_clock,
+                                 home + u"/recordings.json"_s};
     m_app.emplace(platform, MediaUploader(configured, m_http), m_prefs, 1ms);
     m_auth.emplace(configured, m_http, m_secrets, m_workspace);
     QObject::connect(&*m_auth, &AuthClient::changed, &*m_app, [this] { keepSecrets(); });

@@ -24,11 +24,11 @@ JsonDefaults::JsonDefaults(const QString &path)
     }
 }
 
-QString JsonDefaults::standardPath(const QString &identifier)
+QString JsonDefaults::standardPath(const QString &identifier, const QString &fileName)
 {
     const QDir configuration(
         QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation));
-    return configuration.filePath(identifier + QStringLiteral("/settings.json"));
+    return configuration.filePath(identifier + QLatin1Char('/') + fileName);
 }
 
 std::optional<QString> JsonDefaults::string(const QString &key) const

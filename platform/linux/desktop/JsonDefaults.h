@@ -14,8 +14,9 @@ public:
     /// Reads the file at \p path, which need not exist.
     explicit JsonDefaults(const QString &path);
 
-    /// "settings.json" in the folder \p identifier of the user's configuration.
-    static QString standardPath(const QString &identifier);
+    /// \p fileName in the folder \p identifier of the user's configuration.
+    static QString standardPath(const QString &identifier,
+                                const QString &fileName = QStringLiteral("settings.json"));
 
     std::optional<QString> string(const QString &key) const override;
     std::optional<bool> boolean(const QString &key) const override;
