@@ -107,9 +107,12 @@ QCoro::Task<> AppState::loaded()
 QCoro::Task<> AppState::saveLoaded()
 {
     const QPointer self(this);
+    ++m_savesInFlight;
     co_await loaded();
     if (self && !recents().isEmpty())
         co_await saveInBackground();
+    if (self)
+        endSave();
 }
 
 bool AppState::saveRecents()
@@ -121,7 +124,16 @@ bool AppState::saveRecents()
 QCoro::Task<> AppState::saveInBackground()
 {
     const QPointer self(this);
+    ++m_savesInFlight;
     const auto draft = co_await m_recentsFile.draft(m_prefs.saveLocation(), recents());
-    if (self)
-        m_recentsFile.adopt(draft);
+    if (!self)
+        co_return; // the application is closing
+    m_recentsFile.adopt(draft);
+    endSave();
+}
+
+void AppState::endSave()
+{
+    --m_savesInFlight;
+    Q_EMIT workEnded();
 }

@@ -83,7 +83,8 @@ public:
 
     /// For leaving the application: completes when nothing is recorded any more. A recording, also
     /// one that is just starting, is stopped and kept by the usual rules. Recovering is broken off;
-    /// the next launch goes on with it. Never completes if this object is destroyed meanwhile.
+    /// the next launch goes on with it. What is still to be saved has some seconds for that: a
+    /// volume may hang. Completes also if this object is destroyed meanwhile.
     QCoro::Task<> finishForQuit();
 
     /// Whose session uploads are made with; null for nobody's. It may go before this object does.
@@ -110,6 +111,7 @@ Q_SIGNALS:
     void sessionChanged();   ///< title or tag
     void lastErrorChanged(); ///< set, perhaps to the same message again, or cleared
     void recentsChanged();
+    void workEnded(); ///< recovering, or saving in the background
 
 private:
     /// How a recording ended.
@@ -134,6 +136,7 @@ private:
     /// For a save that nobody waits for: a list of ten thousand would hold up the main thread for
     /// two frames.
     QCoro::Task<> saveInBackground();
+    void endSave();
 
     RecordingSettings recordingSettings() const;
     RecordingSettings recoverySettings(const QString &folder) const;
@@ -185,6 +188,7 @@ private:
     QTimer m_timer;
     QDateTime m_recordingStartedAt;
     bool m_isRecovering = false;
+    int m_savesInFlight = 0;
     std::stop_source m_recoveryStop;
     bool m_startInFlight = false; // also where a failed capture has made the state idle again
 };

@@ -6,9 +6,10 @@
 #include "platform/Clock.h"
 #include "settings/PrefsStore.h"
 
-#include <QCoroSignal>
+#include <QCoroFuture>
 #include <QDir>
 #include <QFile>
+#include <QFuture>
 #include <QPointer>
 
 #include <algorithm>
@@ -22,6 +23,7 @@ constexpr Logger logger("audio");
 constexpr double shortestKeptSeconds = 10.0;
 constexpr int ticksBetweenRoomChecks = 5;
 constexpr auto roomToGoOn = 60s;
+constexpr auto patienceOfLeaving = 2s;
 
 RecentSession untitledEntry(const QUrl &file, double seconds, const QDateTime &startedAt)
 {
@@ -193,7 +195,7 @@ QCoro::Task<> AppState::recoverRecordings()
             co_return; // the application is closing
     }
     m_isRecovering = false;
-    Q_EMIT stateChanged(); // for those who wait for it to leave
+    Q_EMIT workEnded();
 }
 
 QCoro::Task<> AppState::recoverFrom(QString folder, QDateTime since)
@@ -287,11 +289,23 @@ QCoro::Task<> AppState::finishForQuit()
 {
     const QPointer self(this);
     m_recoveryStop.request_stop();
-    while (self && (m_state != RecordingState::idle || m_startInFlight || m_isRecovering)) {
-        if (m_state == RecordingState::recording)
+    while (self && (m_state != RecordingState::idle || m_startInFlight)) {
+        if (m_state == RecordingState::recording) {
             co_await stopRecording();
-        else
-            co_await qCoro(this, &AppState::stateChanged);
+        } else {
+            const auto changed = QtFuture::connect(this, &AppState::stateChanged);
+            co_await changed;
+        }
+    }
+    if (!self)
+        co_return; // the application is closing
+    QTimer patience;
+    patience.setSingleShot(true);
+    connect(&patience, &QTimer::timeout, this, &AppState::workEnded);
+    patience.start(patienceOfLeaving);
+    while (self && (m_isRecovering || m_savesInFlight > 0) && patience.isActive()) {
+        const auto ended = QtFuture::connect(this, &AppState::workEnded);
+        co_await ended;
     }
 }
 

@@ -11,7 +11,10 @@
 
 #include <QDir>
 #include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
+
+#include <sys/stat.h>
 
 #include <algorithm>
 
@@ -70,18 +73,30 @@ void bringUpToDate(QList<RecentSession> &sessions, const QDateTime &now)
     }
 }
 
+std::optional<RecentsFile::Identity> identityOf(const QString &path)
+{
+    struct stat status = {};
+    if (::lstat(QFile::encodeName(path).constData(), &status) != 0)
+        return std::nullopt;
+    return RecentsFile::Identity{.device = status.st_dev,
+                                 .inode = status.st_ino,
+                                 .changedNanoseconds = status.st_mtim.tv_sec * 1'000'000'000LL +
+                                                       status.st_mtim.tv_nsec};
+}
+
 RecentsFile::Loaded read(const QString &folder, const QDateTime &now)
 {
     const QString path = filePath(folder);
     AtomicFile::removeLeftovers(path);
+    const auto file = identityOf(path);
     const auto content = readRegularFile(path, maxBytes);
     auto sessions = content ? decodeRecents(*content) : std::nullopt;
     if (!sessions)
         return {.sessions = RecentsFile::migrateFromDirectory(folder, now),
                 .path = path,
-                .isStored = false};
+                .file = std::nullopt};
     bringUpToDate(*sessions, now);
-    return {.sessions = *std::move(sessions), .path = path, .isStored = true};
+    return {.sessions = *std::move(sessions), .path = path, .file = file};
 }
 
 /// The list on the disk, but not in its place yet. Makes the folder if need be. Fails for a list
@@ -114,8 +129,8 @@ QFuture<RecentsFile::Loaded> RecentsFile::startLoading(const QString &folder) co
 
 QList<RecentSession> RecentsFile::finishLoading(const Loaded &loaded)
 {
-    if (loaded.isStored)
-        m_ownPaths.insert(loaded.path);
+    if (loaded.file)
+        m_stored[loaded.path].file = loaded.file;
     return loaded.sessions;
 }
 
@@ -160,7 +175,7 @@ QFuture<RecentsFile::Draft> RecentsFile::draft(const QString &folder,
 void RecentsFile::adopt(const Draft &draft)
 {
     // Silent like every save: the list in memory stays, and the next save tries again.
-    if (!draft.file || draft.number < m_numberInPlace || !putInPlace(draft))
+    if (!draft.file || draft.number < m_stored[draft.path].number || !putInPlace(draft))
         return;
     [[maybe_unused]] const auto ignored =
         inBackground([path = draft.path] { AtomicFile::syncFolderOf(path); });
@@ -168,12 +183,10 @@ void RecentsFile::adopt(const Draft &draft)
 
 std::expected<void, Error> RecentsFile::putInPlace(const Draft &draft)
 {
-    const auto old =
-        m_ownPaths.contains(draft.path) ? AtomicFile::Old::replaced : AtomicFile::Old::keptAside;
-    const auto saved = draft.file->putInPlace(old);
-    if (saved) {
-        m_ownPaths.insert(draft.path);
-        m_numberInPlace = draft.number;
-    }
+    const bool isOurs = identityOf(draft.path) == m_stored[draft.path].file;
+    const auto saved =
+        draft.file->putInPlace(isOurs ? AtomicFile::Old::replaced : AtomicFile::Old::keptAside);
+    if (saved)
+        m_stored[draft.path] = {identityOf(draft.path), draft.number};
     return saved;
 }

@@ -5,12 +5,13 @@
 
 #include <QDateTime>
 #include <QFuture>
+#include <QHash>
 #include <QList>
-#include <QSet>
 #include <QString>
 
 #include <expected>
 #include <memory>
+#include <optional>
 
 class Clock;
 
@@ -32,11 +33,20 @@ public:
     /// migrateFromDirectory() makes. Writes nothing.
     QList<RecentSession> load(const QString &folder);
 
+    /// A file as it was left, whatever stands at its path later: a volume may cover it.
+    struct Identity {
+        quint64 device = 0;
+        quint64 inode = 0;
+        qint64 changedNanoseconds = 0;
+
+        bool operator==(const Identity &) const = default;
+    };
+
     /// What stood on the disk.
     struct Loaded {
         QList<RecentSession> sessions;
         QString path;
-        bool isStored = false; ///< otherwise there was no usable file
+        std::optional<Identity> file; ///< none: there was no usable one
     };
 
     /// load() in two halves, the slow one in the background.
@@ -47,16 +57,16 @@ public:
     /// thread.
     static QList<RecentSession> migrateFromDirectory(const QString &folder, const QDateTime &now);
 
-    /// Replaces the file in \p folder, which is made if need be. A file that this object has
-    /// neither loaded nor saved (a damaged one, the list of another folder) is kept aside under
-    /// another name.
+    /// Replaces the file in \p folder, which is made if need be. A file that is not the one that
+    /// this object has loaded or saved last (a damaged one, the list of another folder, what a
+    /// volume brought) is kept aside under another name.
     std::expected<void, Error> save(const QString &folder, const QList<RecentSession> &sessions);
 
     /// A list on its way to the disk.
     struct Draft {
         QString path;
         std::shared_ptr<AtomicFile::Pending> file; ///< none: it could not be written
-        quint64 number = 0;                        ///< later lists have higher ones
+        quint64 number = 0;                        ///< later lists of a path have higher ones
     };
 
     /// The slow part of save() in the background: this thread waits neither for the encoding of a
@@ -70,7 +80,11 @@ private:
     std::expected<void, Error> putInPlace(const Draft &draft);
 
     const Clock &m_clock;
-    QSet<QString> m_ownPaths; ///< what stands there is contained in the list in memory
+    /// What is contained in the list in memory.
+    struct Stored {
+        std::optional<Identity> file;
+        quint64 number = 0;
+    };
+    QHash<QString, Stored> m_stored; ///< by path
     quint64 m_lastNumber = 0;
-    quint64 m_numberInPlace = 0;
 };

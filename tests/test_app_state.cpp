@@ -714,6 +714,31 @@ private Q_SLOTS:
                                                    u"recording-2026-02-03-04-05-05.m4a"_s}));
     }
 
+    void quitSavesWhatIsStillADraft()
+    {
+        Stage stage;
+        QFile list(stage.rig.path(u".sessions.json"_s));
+        QVERIFY(list.open(QFile::WriteOnly) && list.write(encodeRecents({AppRig::entry(u"a"_s)})));
+        list.close();
+        stage.rig.clock.wall = stage.rig.clock.wall.addDays(1);
+        stage.start();
+        QCoro::waitFor(stage.app->finishForQuit());
+        QVERIFY(list.open(QFile::ReadOnly));
+        QCOMPARE(decodeRecents(list.readAll()).value()[0].when, stage.app->recents()[0].when);
+    }
+
+    void quitDoesNotWaitForAVolumeThatHangs()
+    {
+        Stage stage;
+        stage.rig.script.holdAt(u"abandoned"_s);
+        auto recovering = stage.app->recoverRecordings();
+        QTRY_VERIFY(stage.rig.script.isWaitingAt(u"abandoned"_s));
+        auto leaving = stage.app->finishForQuit();
+        QTRY_VERIFY(leaving.isReady());
+        stage.rig.script.releaseAt(u"abandoned"_s);
+        QTRY_VERIFY(recovering.isReady());
+    }
+
     void thousandRandomToggles()
     {
         const quint32 seed = QRandomGenerator::global()->generate();

@@ -13,6 +13,7 @@
 
 #include <sys/stat.h>
 
+#include <cstdio>
 #include <functional>
 #include <limits>
 
@@ -372,6 +373,24 @@ private Q_SLOTS:
         put(story.path, "[" + entry + "]"); // the disk with the folder was not there before
         QVERIFY(file.save(story.folder, {minimalSession()}));
         QCOMPARE(contentOf(story.path + u".old"_s), "[" + entry + "]");
+        QCOMPARE(titles(story.load()), QStringList{u"t"_s});
+
+        // The disk comes back, and its list covers what was saved meanwhile.
+        QVERIFY(QFile::remove(story.path + u".old"_s));
+        put(story.folder + u"/other"_s, "[]");
+        QCOMPARE(std::rename(qPrintable(story.folder + u"/other"_s), qPrintable(story.path)), 0);
+        QVERIFY(file.save(story.folder, {}));
+        QCOMPARE(contentOf(story.path + u".old"_s), QByteArray("[]"));
+    }
+
+    void anOlderDraftOfOneFolderDoesNotCountInAnother()
+    {
+        const Story story;
+        const QString other = story.directory.filePath(u"other"_s);
+        RecentsFile file(story.clock);
+        const auto draft = file.draft(story.folder, {minimalSession()});
+        QVERIFY(file.save(other, {}));
+        file.adopt(draft.result());
         QCOMPARE(titles(story.load()), QStringList{u"t"_s});
     }
 
