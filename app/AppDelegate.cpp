@@ -87,7 +87,7 @@ void AppDelegate::activate()
     else if (m_onboardingWC && !m_prefs.hasCompletedOnboarding())
         showOnboarding();
     else
-        m_statusBar->openPanel();
+        m_statusBar->showPanel();
 }
 
 void AppDelegate::showPreferences()

@@ -1,14 +1,24 @@
 #include "app/BusApplication.h"
 
+#include "base/PrivateFolder.h"
+
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
-#include <QDir>
+#include <QDeadlineTimer>
 #include <QEventLoop>
-#include <QStandardPaths>
+#include <QFile>
+#include <QFileInfo>
+#include <QThread>
 #include <QTimer>
 
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include <cerrno>
+
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace
 {
@@ -17,22 +27,15 @@ const auto path = u"/com/parlovance/Parlovance"_s;
 const auto interface = u"org.freedesktop.Application"_s;
 
 constexpr int answerLimitMilliseconds = 10'000;
-
-/// Without a bus, too, there is one writer of the list of recordings.
-QString lockPath()
-{
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation))
-        .filePath(u"parlovance.lock"_s);
-}
+constexpr auto patienceWithTheLock = 1s; ///< of an instance that has just given its name back
 } // namespace
 
-BusApplication::BusApplication(QDBusConnection bus, QObject *parent)
+BusApplication::BusApplication(const QString &lockPath, QDBusConnection bus, QObject *parent)
     : QObject(parent)
     , m_bus(std::move(bus))
-    , m_lock(lockPath())
+    , m_lockPath(lockPath)
 {
     new BusApplicationInterface(*this);
-    m_lock.setStaleLockTime(0); // for as long as the process lives
 }
 
 QStringList BusApplication::ownAddresses(const QStringList &addresses)
@@ -70,31 +73,52 @@ bool BusApplication::handOn(const QStringList &addresses)
     return answer.type() == QDBusMessage::ReplyMessage;
 }
 
+/// The kernel gives the lock back, however the process ends. Where the file system knows no locks,
+/// nobody holds one.
+bool BusApplication::lock(std::chrono::milliseconds patience)
+{
+    (void)makePrivateFolder(QFileInfo(m_lockPath).path()); // otherwise the next step fails
+    m_lock = FileDescriptor(::open(QFile::encodeName(m_lockPath).constData(),
+                                   O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600));
+    const QDeadlineTimer limit(patience);
+    while (m_lock.isOpen() && ::flock(m_lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (errno != EWOULDBLOCK)
+            return true;
+        if (limit.hasExpired())
+            return false;
+        QThread::msleep(20);
+    }
+    return true;
+}
+
 BusApplication::Claim BusApplication::claim(const QStringList &addresses)
 {
+    const auto first = [this] {
+        return lock(patienceWithTheLock) ? Claim::first : Claim::elsewhere;
+    };
     if (!m_bus.isConnected())
-        return m_lock.tryLock(0) ? Claim::first : Claim::notHanded;
+        return first();
     // An address may hold a token, which is not to stand in the command line of a process that
     // stays, nor of who waits for that: where the bus can, it starts the one instance.
     if (addresses.isEmpty() && registerName())
-        return Claim::first;
+        return first();
     if (handOn(addresses))
         return Claim::handedOn;
-    return registerName() ? Claim::first : Claim::notHanded;
+    return registerName() ? first() : Claim::notHanded;
 }
 
 bool BusApplication::succeed(std::chrono::seconds patience)
 {
     if (!m_bus.isConnected())
-        return m_lock.tryLock(static_cast<int>(std::chrono::milliseconds(patience).count()));
+        return lock(patience);
     QDBusServiceWatcher watcher(name, m_bus, QDBusServiceWatcher::WatchForUnregistration);
     QEventLoop waiting;
     connect(&watcher, &QDBusServiceWatcher::serviceUnregistered, &waiting, &QEventLoop::quit);
     QTimer::singleShot(patience, &waiting, &QEventLoop::quit);
     if (registerName())
-        return true;
+        return lock(patience);
     waiting.exec();
-    return registerName();
+    return registerName() && lock(patience);
 }
 
 BusApplicationInterface::BusApplicationInterface(BusApplication &application)

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "base/FileDescriptor.h"
+
 #include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
-#include <QLockFile>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -21,12 +22,16 @@ class BusApplication : public QObject
 
 public:
     enum class Claim {
-        first,     ///< this is the one instance; also where there is no bus
+        first,     ///< this is the one instance
         handedOn,  ///< another one runs and was told
-        notHanded, ///< another one runs and did not answer, or cannot, without a bus
+        notHanded, ///< another one runs and did not answer
+        elsewhere, ///< another one of this user runs, out of reach: on another bus, or without one
     };
 
-    explicit BusApplication(QDBusConnection bus = QDBusConnection::sessionBus(),
+    /// \p lockPath: a file that one instance of the user's holds, on whichever bus, for there is
+    /// one writer of the settings and of the list of recordings.
+    explicit BusApplication(const QString &lockPath,
+                            QDBusConnection bus = QDBusConnection::sessionBus(),
                             QObject *parent = nullptr);
 
     /// Becomes the one instance, or hands \p addresses, its own, to the one there is, or that the
@@ -34,8 +39,8 @@ public:
     /// most.
     Claim claim(const QStringList &addresses);
 
-    /// Waits until the instance that has the name has left; at most \p patience. Whether this is
-    /// the one instance then.
+    /// Waits until the instance that runs has left; at most \p patience for the name and for the
+    /// lock. Whether this is the one instance then.
     bool succeed(std::chrono::seconds patience = std::chrono::seconds(30));
 
     /// Of \p addresses those that the application takes.
@@ -51,10 +56,12 @@ private:
     friend class BusApplicationInterface;
 
     bool registerName();
+    bool lock(std::chrono::milliseconds patience);
     bool handOn(const QStringList &addresses);
 
     QDBusConnection m_bus;
-    QLockFile m_lock;
+    const QString m_lockPath;
+    FileDescriptor m_lock;
 };
 
 /// What is on the bus.

@@ -6,6 +6,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+const auto standardIdentifier = u"com.parlovance.mac"_s;
 
 // The same distance in the build tree and where the program is installed.
 QString bundleInformationPath()
@@ -14,9 +15,11 @@ QString bundleInformationPath()
            u"/../share/parlovance/bundle-information.json"_s;
 }
 
-QStringList relaunchCommand(const QString &bundleInformation)
+/// What the user started.
+QStringList command(const QString &bundleInformation, const QStringList &options = {})
 {
-    QStringList command{QCoreApplication::applicationFilePath(), u"--relaunched"_s};
+    QStringList command{QCoreApplication::applicationFilePath()};
+    command += options;
     if (!bundleInformation.isEmpty())
         command += QStringList{u"--bundle-information"_s, bundleInformation};
     return command;
@@ -24,7 +27,7 @@ QStringList relaunchCommand(const QString &bundleInformation)
 
 QString identifier(const BundleInformation &bundle)
 {
-    return bundle.identifier().value_or(u"com.parlovance.mac"_s);
+    return bundle.identifier().value_or(standardIdentifier);
 }
 
 // Unencrypted only where the whole service runs on this machine.
@@ -38,6 +41,11 @@ HttpSettings httpSettings(const ConfiguredOrigin &origin)
 
 } // namespace
 
+QString DesktopPlatform::lockPath()
+{
+    return JsonDefaults::standardPath(standardIdentifier, u"lock"_s);
+}
+
 DesktopPlatform::DesktopPlatform(const QString &bundleInformation)
     : m_bundle(BundleInformation::fromFile(bundleInformation.isEmpty() ? bundleInformationPath()
                                                                        : bundleInformation))
@@ -45,12 +53,12 @@ DesktopPlatform::DesktopPlatform(const QString &bundleInformation)
     , m_http(httpSettings(m_serviceOrigin))
     , m_defaults(JsonDefaults::standardPath(identifier(m_bundle)))
     , m_loginItem(AutostartEntry::standardPath(u"com.parlovance.Parlovance"_s),
-                  {QCoreApplication::applicationFilePath()})
+                  command(bundleInformation))
     , m_writers(m_liveTracks)
     , m_assets(m_liveTracks)
     , m_captureService(m_soundServer, m_trackOrigin)
     , m_microphones(m_soundServer, m_trackOrigin, m_writers)
-    , m_workspace(relaunchCommand(bundleInformation))
+    , m_workspace(command(bundleInformation, {u"--relaunched"_s}))
 {
 }
 

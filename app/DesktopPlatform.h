@@ -20,6 +20,9 @@
 class DesktopPlatform
 {
 public:
+    /// For BusApplication: beside the settings that it keeps for one writer.
+    static QString lockPath();
+
     /// \p bundleInformation is the path of a file to read instead of the installed one; empty for
     /// that.
     explicit DesktopPlatform(const QString &bundleInformation = {});

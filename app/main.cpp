@@ -2,16 +2,19 @@
 #include "app/BusApplication.h"
 #include "app/DesktopPlatform.h"
 #include "base/CoreFiles.h"
+#include "base/Logger.h"
 #include "settings/PrefsStore.h"
 #include "ui/AlertBox.h"
 #include "ui/ChineseTexts.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QMessageBox>
 #include <QThread>
 #include <QThreadPool>
 
 #include <malloc.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -22,6 +25,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+constexpr int patienceWithThreads = 10'000; // milliseconds
 
 // Windows are placed beside the tray icon, which only X11 (also under a Wayland desktop) allows.
 void preferX11()
@@ -48,6 +52,16 @@ QStringList takeAddresses(std::span<char *> arguments)
         taken += addresses;
     }
     return taken;
+}
+
+void tellWhyNot(BusApplication::Claim claim)
+{
+    const QString reason =
+        claim == BusApplication::Claim::elsewhere
+            ? u"它正在另一个会话中运行。为避免录音列表互相覆盖，同一用户只能运行一个。"_s
+            : u"它已在运行，但没有响应。请结束无响应的进程后重试。"_s;
+    Logger("app").error(reason);
+    QMessageBox::critical(nullptr, u"Parlovance"_s, u"Parlovance 没有启动"_s + u"\n\n"_s + reason);
 }
 
 } // namespace
@@ -79,15 +93,18 @@ int main(int argc, char **argv)
     parser.addHelpOption();
     parser.process(application);
 
-    BusApplication bus;
+    speakChinese();
+    BusApplication bus(DesktopPlatform::lockPath());
     if (parser.isSet(relaunched)) {
         if (!bus.succeed())
             return 1;
     } else if (const auto claim = bus.claim(addresses); claim != BusApplication::Claim::first) {
+        // Whom the bus has started, who asked for it tells.
+        if (claim != BusApplication::Claim::handedOn && !parser.isSet(service))
+            tellWhyNot(claim);
         return claim == BusApplication::Claim::handedOn ? 0 : 1;
     }
 
-    speakChinese();
     DesktopPlatform platform(parser.value(bundleInformation));
     PrefsStore prefs(platform.defaults(), platform.loginItem());
     PrefsStore::share(prefs);
@@ -100,6 +117,8 @@ int main(int argc, char **argv)
     if (parser.isSet(relaunched)) // the user waits for it
         delegate.activate();
     const int code = QApplication::exec();
-    QThreadPool::globalInstance()->waitForDone(); // what it does may still use the platform
+    // What it does may still use the platform, but a volume that hangs never lets it end.
+    if (!QThreadPool::globalInstance()->waitForDone(patienceWithThreads))
+        _exit(code);
     return code;
 }

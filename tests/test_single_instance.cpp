@@ -53,7 +53,7 @@ private Q_SLOTS:
     {
         QFETCH(const QStringList, arguments);
         QFETCH(const QStringList, opened);
-        BusApplication first;
+        BusApplication first(m_lock);
         QCOMPARE(first.claim({}), BusApplication::Claim::first);
         QSignalSpy openings(&first, &BusApplication::opened);
         QSignalSpy activations(&first, &BusApplication::activated);
@@ -69,7 +69,7 @@ private Q_SLOTS:
 
     void foreignAddressesOnTheBusAreLeftOut()
     {
-        BusApplication first;
+        BusApplication first(m_lock);
         QCOMPARE(first.claim({}), BusApplication::Claim::first);
         QSignalSpy openings(&first, &BusApplication::opened);
         auto message = call(u"Open"_s);
@@ -109,6 +109,15 @@ private Q_SLOTS:
         QCOMPARE(kill(static_cast<pid_t>(first->processId()), SIGSEGV), 0);
         QVERIFY(first->waitForFinished());
         QCOMPARE(QDir(m_home.path()).entryList({u"core*"_s}, QDir::Files), QStringList());
+    }
+
+    void oneRunsOnAllBuses()
+    {
+        BusApplication first(m_lock);
+        QCOMPARE(first.claim({}), BusApplication::Claim::first);
+        BusApplication onNoBus(m_lock, QDBusConnection(u"none"_s));
+        QCOMPARE(onNoBus.claim({}), BusApplication::Claim::elsewhere);
+        QDBusConnection::sessionBus().unregisterService(name);
     }
 
     void laterOnesEnd()
@@ -177,6 +186,7 @@ private:
 
     PrivateBus m_bus;
     QTemporaryDir m_home;
+    const QString m_lock = m_home.filePath(u"lock"_s);
 };
 
 QTEST_GUILESS_MAIN(TestSingleInstance)

@@ -177,7 +177,12 @@ void StatusBarController::openPanel()
     if (QApplication::activeWindow() == &popover())
         popover().hide();
     else
-        popover().openBeside(iconPlace());
+        showPanel();
+}
+
+void StatusBarController::showPanel()
+{
+    popover().openBeside(iconPlace());
 }
 
 void StatusBarController::openWeb()

@@ -51,6 +51,9 @@ public:
     /// Brings the popover to the front. Where it has the focus already it is closed.
     void openPanel();
 
+    /// Brings the panel to the front, wherever it is.
+    void showPanel();
+
     /// The web application in the browser. Nothing happens without a usable service address.
     void openWeb();
 
