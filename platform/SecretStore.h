@@ -22,5 +22,6 @@ public:
     /// the user is being asked to unlock the store. May finish without a result.
     virtual QFuture<std::optional<QString>> lastAnswer() const { return {}; }
 
+    /// It is not found any more, also by a later run of the program, whether the store obeyed or not.
     virtual void remove(const QString &service, const QString &account) = 0;
 };

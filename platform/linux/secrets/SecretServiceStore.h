@@ -2,9 +2,14 @@
 
 #include "platform/SecretStore.h"
 
+#include <QMap>
+#include <QObject>
+
 #include <chrono>
+#include <functional>
 #include <memory>
 
+class Defaults;
 class SecretWorker;
 
 /// The secret store on the Secret Service of the session bus, one item for each service and
@@ -13,10 +18,16 @@ class SecretWorker;
 /// A worker makes all calls in their order. Only find() waits for it, and a worker that did not
 /// answer in time is not waited for again before it has moved on: the user may be looking at a
 /// prompt, or the service may hang.
+///
+/// What was removed stays removed, also where the service kept it, for instance because the user
+/// did not unlock it: the settings remember that until the service has confirmed the removal, or
+/// has taken a new value, and a later run of the program tries again before it searches.
 class SecretServiceStore : public SecretStore
 {
 public:
-    explicit SecretServiceStore(std::chrono::milliseconds patience = std::chrono::seconds(2));
+    /// \p defaults must outlive this object.
+    explicit SecretServiceStore(Defaults &defaults,
+                                std::chrono::milliseconds patience = std::chrono::seconds(2));
 
     /// Waits as long as a find() for what is still to be written.
     ~SecretServiceStore() override;
@@ -30,7 +41,13 @@ public:
     void remove(const QString &service, const QString &account) override;
 
 private:
+    void change(const QString &mark, std::function<bool()> call);
+    void forgetConfirmed();
+
+    Defaults &m_defaults;
     std::chrono::milliseconds m_patience;
     QFuture<std::optional<QString>> m_lastAnswer;
+    QMap<QString, QFuture<bool>> m_changes; ///< the last one of each item: whether it succeeded
+    QObject m_context;                      ///< ends what waits for the changes
     std::shared_ptr<SecretWorker> m_worker; ///< shared with its thread, which may outlive the store
 };
