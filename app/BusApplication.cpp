@@ -18,6 +18,9 @@ const auto interface = u"org.freedesktop.Application"_s;
 
 constexpr int answerLimitMilliseconds = 10'000;
 
+/// Of one call. A sign-in returns with one; each one more costs a look at it and lines in the log.
+constexpr qsizetype mostAddresses = 16;
+
 /// Without a bus, too, there is one writer of the list of recordings.
 QString lockPath()
 {
@@ -39,7 +42,7 @@ QStringList BusApplication::ownAddresses(const QStringList &addresses)
 {
     QStringList own;
     for (const QString &address : addresses) {
-        if (address.startsWith("parlovance:"_L1, Qt::CaseInsensitive))
+        if (own.size() < mostAddresses && address.startsWith("parlovance:"_L1, Qt::CaseInsensitive))
             own.append(address);
     }
     return own;
