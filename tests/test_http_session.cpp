@@ -431,6 +431,9 @@ private Q_SLOTS:
         const HttpOutcome outcome = fetch(request(server.origin()));
         QVERIFY2(outcome->body().contains("Authorization: JWT ***"), outcome->body());
         QVERIFY(!outcome->body().contains(token));
+        HttpRequest withoutToken("GET", server.origin());
+        withoutToken.addHeader("Authorization", "JWT ");
+        QVERIFY(!fetch(withoutToken)->body().contains("***"));
     }
 
     void storedIsStoredWhateverTheReplySays()

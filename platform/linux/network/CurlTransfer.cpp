@@ -180,9 +180,12 @@ HttpOutcome CurlTransfer::outcome(CURLcode code)
 /// What an error page repeats of the request must not get to where its text is shown or kept.
 void CurlTransfer::concealCredentials()
 {
+    // What is shorter is no secret, and stands in many a text by chance.
+    constexpr qsizetype shortestSecret = 8;
     for (const HttpRequest::Header &header : m_request.headers()) {
         const QByteArray credentials = header.value.mid(header.value.indexOf(' ') + 1);
-        if (header.name.compare("Authorization", Qt::CaseInsensitive) == 0)
+        if (header.name.compare("Authorization", Qt::CaseInsensitive) == 0 &&
+            credentials.size() >= shortestSecret)
             m_reply.replace(credentials, "***");
     }
 }
