@@ -131,8 +131,8 @@ TransportError CurlTransfer::failure(CURLcode code) const
 {
     if (m_ownFailure)
         return *m_ownFailure;
-    // What curl says of a single header line above its own limit.
-    if (code == CURLE_OUT_OF_MEMORY && !m_isHeadWhole)
+    // A single header line above curl's own limit; newer ones call that CURLE_TOO_LARGE.
+    if (!m_isHeadWhole && (code == CURLE_OUT_OF_MEMORY || static_cast<int>(code) == 100))
         return TransportError(kindOf(code), u"a header is too long"_s);
     const char *const text = m_errorText[0] != '\0' ? m_errorText.data() : curl_easy_strerror(code);
     return TransportError(kindOf(code), QString::fromUtf8(text));
