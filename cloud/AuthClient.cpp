@@ -1,6 +1,7 @@
 #include "cloud/AuthClient.h"
 
 #include "cloud/CallbackUrl.h"
+#include "cloud/JsonMembers.h"
 #include "cloud/PresentableText.h"
 #include "cloud/ServiceReplies.h"
 #include "cloud/ServiceRequests.h"
@@ -26,10 +27,10 @@ QString truth(bool holds)
     return holds ? u"true"_s : u"false"_s;
 }
 
-/// The address of an account, unless it could disguise what is around it.
+/// The address of an account, unless it could disguise what is around it, or is none at its length.
 std::optional<QString> undisguised(std::optional<QString> email)
 {
-    if (email && presentable(*email) != *email)
+    if (email && (presentable(*email) != *email || !JsonMembers::isShort(*email)))
         return std::nullopt;
     return email;
 }
