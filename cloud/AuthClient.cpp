@@ -1,7 +1,6 @@
 #include "cloud/AuthClient.h"
 
 #include "cloud/CallbackUrl.h"
-#include "cloud/JsonMembers.h"
 #include "cloud/PresentableText.h"
 #include "cloud/ServiceReplies.h"
 #include "cloud/ServiceRequests.h"
@@ -30,7 +29,7 @@ QString truth(bool holds)
 /// The address of an account, unless it could disguise what is around it, or is none at its length.
 std::optional<QString> undisguised(std::optional<QString> email)
 {
-    if (email && (presentable(*email) != *email || !JsonMembers::isShort(*email)))
+    if (email && (presentable(*email) != *email || !isShort(*email)))
         return std::nullopt;
     return email;
 }
