@@ -27,6 +27,8 @@ namespace
 
 const QString service = u"com.parlovance.mac"_s;
 const QString key = u"session"_s;
+/// With a service that answers, on a machine with other work.
+constexpr auto patience = 1s;
 const QString daemonName = u"org.freedesktop.secrets"_s;
 
 bool isOnTheBus()
@@ -156,7 +158,7 @@ private Q_SLOTS:
     void keepsTexts()
     {
         const SecretDaemon daemon(m_folder->path());
-        SecretServiceStore store(m_defaults);
+        SecretServiceStore store(m_defaults, patience);
         QVERIFY(!store.find(service, key));
         store.remove(service, key);
 
@@ -170,7 +172,7 @@ private Q_SLOTS:
         QVERIFY(!store.find(u"com.example.other"_s, key));
 
         // A new run of the program finds it, too.
-        QCOMPARE(SecretServiceStore(m_defaults).find(service, key), value);
+        QCOMPARE(SecretServiceStore(m_defaults, patience).find(service, key), value);
         store.remove(service, key);
         QVERIFY(!store.find(service, key));
         QVERIFY(store.find(service, u"other"_s));
@@ -180,20 +182,20 @@ private Q_SLOTS:
     {
         const SecretDaemon daemon(m_folder->path());
         {
-            SecretServiceStore store(m_defaults);
+            SecretServiceStore store(m_defaults, patience);
             Keychain keychain(store);
             for (const QString &value : {u"first"_s, u"second"_s})
                 keychain.set(value, key);
         } // waits until it is written
         QCOMPARE(itemsWith({{u"service"_s, service}, {u"account"_s, key}}), 1);
         QCOMPARE(itemsWith({{u"xdg:schema"_s, service}}), 1);
-        QCOMPARE(SecretServiceStore(m_defaults).find(service, key), u"second"_s);
+        QCOMPARE(SecretServiceStore(m_defaults, patience).find(service, key), u"second"_s);
     }
 
     void bytesThatAreNoTextCountAsNone()
     {
         const SecretDaemon daemon(m_folder->path());
-        SecretServiceStore store(m_defaults);
+        SecretServiceStore store(m_defaults, patience);
         const SecretItems::Key stored{service.toStdString(), key.toStdString()};
         for (const std::string bytes : {"\xff\xfe", "half \xe4\xbc"}) {
             SecretItems::store(stored, bytes);
@@ -204,7 +206,7 @@ private Q_SLOTS:
 
     void withoutAServiceEverythingIsSilent()
     {
-        SecretServiceStore store(m_defaults);
+        SecretServiceStore store(m_defaults, patience);
         QVERIFY(millisecondsOf([&] {
                     store.add(service, key, u"lost"_s);
                     QVERIFY(!store.find(service, key));
@@ -215,7 +217,7 @@ private Q_SLOTS:
 
     void outlivesTheDaemon()
     {
-        SecretServiceStore store(m_defaults);
+        SecretServiceStore store(m_defaults, patience);
         {
             SecretDaemon daemon(m_folder->path());
             store.add(service, key, u"kept"_s);
@@ -231,11 +233,11 @@ private Q_SLOTS:
     {
         Prompter prompter;
         const SecretDaemon daemon(m_folder->path());
-        auto store = std::make_unique<SecretServiceStore>(m_defaults, 500ms);
+        auto store = std::make_unique<SecretServiceStore>(m_defaults, patience);
         store->add(service, key, u"locked"_s);
         QVERIFY(store->find(service, key));
         lock();
-        QVERIFY(millisecondsOf([&] { QVERIFY(!store->find(service, key)); }) < 1500);
+        QVERIFY(millisecondsOf([&] { QVERIFY(!store->find(service, key)); }) < 2000);
         store->add(service, key, u"new"_s);
         QVERIFY(millisecondsOf([&] { store.reset(); }) < 1500);
     }
@@ -245,7 +247,7 @@ private Q_SLOTS:
         {
             Prompter prompter;
             const SecretDaemon daemon(m_folder->path());
-            SecretServiceStore store(m_defaults, 100ms);
+            SecretServiceStore store(m_defaults, patience, 100ms);
             store.add(service, key, u"removed"_s);
             QVERIFY(store.find(service, key));
             lock();
@@ -253,9 +255,9 @@ private Q_SLOTS:
             QTRY_VERIFY(prompter.isAsked);
         } // nobody has unlocked
         const SecretDaemon daemon(m_folder->path());
-        QVERIFY(!SecretServiceStore(m_defaults).find(service, key));
+        QVERIFY(!SecretServiceStore(m_defaults, patience).find(service, key));
         QCOMPARE(itemsWith({{u"service"_s, service}, {u"account"_s, key}}), 0);
-        SecretServiceStore store(m_defaults);
+        SecretServiceStore store(m_defaults, patience);
         Keychain(store).set(u"new"_s, key);
         QCOMPARE(store.find(service, key), u"new"_s);
     }
@@ -263,12 +265,14 @@ private Q_SLOTS:
     void hangingDaemonHoldsUpOnce()
     {
         const SecretDaemon daemon(m_folder->path());
-        auto store = std::make_unique<SecretServiceStore>(m_defaults, 500ms);
+        auto store = std::make_unique<SecretServiceStore>(m_defaults, patience);
         store->add(service, key, u"kept"_s);
         QCOMPARE(store->find(service, key), u"kept"_s);
         daemon.signal(SIGSTOP);
         const qint64 first = millisecondsOf([&] { QVERIFY(!store->find(service, key)); });
-        QVERIFY2(first >= 500 && first < 1500, qPrintable(QString::number(first)));
+        QVERIFY2(first >= 1000 && first < 2000, qPrintable(QString::number(first)));
+        SecretServiceStore atLaunch(m_defaults);
+        QVERIFY(millisecondsOf([&] { QVERIFY(!atLaunch.find(service, key)); }) < 1000);
         const auto late = store->lastAnswer();
         QVERIFY(!late.isFinished());
         QVERIFY(millisecondsOf([&] {
@@ -289,7 +293,7 @@ private Q_SLOTS:
     /// Last: there is no bus afterwards. GLib would end the process with it.
     void outlivesTheBus()
     {
-        SecretServiceStore store(m_defaults);
+        SecretServiceStore store(m_defaults, patience);
         {
             const SecretDaemon daemon(m_folder->path());
             store.add(service, key, u"kept"_s);

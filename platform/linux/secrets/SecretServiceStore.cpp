@@ -34,9 +34,11 @@ std::optional<QString> textOf(const std::string &bytes)
 
 } // namespace
 
-SecretServiceStore::SecretServiceStore(Defaults &defaults, std::chrono::milliseconds patience)
+SecretServiceStore::SecretServiceStore(Defaults &defaults, std::chrono::milliseconds patience,
+                                       std::chrono::milliseconds patienceAtEnd)
     : m_defaults(defaults)
     , m_patience(patience)
+    , m_patienceAtEnd(patienceAtEnd)
     , m_worker(std::make_shared<SecretWorker>())
 {
     SecretWorker::start(m_worker);
@@ -44,7 +46,7 @@ SecretServiceStore::SecretServiceStore(Defaults &defaults, std::chrono::millisec
 
 SecretServiceStore::~SecretServiceStore()
 {
-    m_worker->close(m_patience);
+    m_worker->close(m_patienceAtEnd);
     forgetConfirmed();
 }
 

@@ -25,11 +25,12 @@ class SecretWorker;
 class SecretServiceStore : public SecretStore
 {
 public:
-    /// \p defaults must outlive this object.
+    /// \p defaults must outlive this object. A find() waits for \p patience: the launch does, too.
     explicit SecretServiceStore(Defaults &defaults,
-                                std::chrono::milliseconds patience = std::chrono::seconds(2));
+                                std::chrono::milliseconds patience = std::chrono::milliseconds(250),
+                                std::chrono::milliseconds patienceAtEnd = std::chrono::seconds(2));
 
-    /// Waits as long as a find() for what is still to be written.
+    /// Waits for what is still to be written, unless the worker is silent already.
     ~SecretServiceStore() override;
 
     SecretServiceStore(const SecretServiceStore &) = delete;
@@ -45,7 +46,8 @@ private:
     void forgetConfirmed();
 
     Defaults &m_defaults;
-    std::chrono::milliseconds m_patience;
+    const std::chrono::milliseconds m_patience;
+    const std::chrono::milliseconds m_patienceAtEnd;
     QFuture<std::optional<QString>> m_lastAnswer;
     QMap<QString, QFuture<bool>> m_changes; ///< the last one of each item: whether it succeeded
     QObject m_context;                      ///< ends what waits for the changes
