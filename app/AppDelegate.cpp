@@ -76,8 +76,9 @@ void AppDelegate::open(const QStringList &addresses)
         // What follows may be a token.
         m_logger.info(u"open url: "_s + address.section(u'?', 0, 0).left(loggedAddressLength));
         m_auth.handleCallback(address);
-        runDetached(m_appState.reconcileUploadedSessions());
     }
+    if (!addresses.isEmpty())
+        m_appState.startReconcile();
 }
 
 void AppDelegate::activate()

@@ -43,7 +43,7 @@ public:
     /// lock. Whether this is the one instance then.
     bool succeed(std::chrono::seconds patience = std::chrono::seconds(30));
 
-    /// Of \p addresses those that the application takes.
+    /// Of \p addresses those that the application takes, a few at most: anybody may send many.
     static QStringList ownAddresses(const QStringList &addresses);
 
 Q_SIGNALS:

@@ -49,7 +49,7 @@ private:
     PipeWireCaptureService m_captureService;
     PipeWireMicrophones m_microphones;
     RememberedAccess m_access{m_defaults, m_microphones, m_captureService};
-    SecretServiceStore m_secrets;
+    SecretServiceStore m_secrets{m_defaults};
     DesktopWorkspace m_workspace;
     LoginSleepInhibitor m_sleepInhibitor;
 };

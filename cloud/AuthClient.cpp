@@ -26,10 +26,10 @@ QString truth(bool holds)
     return holds ? u"true"_s : u"false"_s;
 }
 
-/// The address of an account, unless it could disguise what is around it.
+/// The address of an account, unless it could disguise what is around it, or is none at its length.
 std::optional<QString> undisguised(std::optional<QString> email)
 {
-    if (email && presentable(*email) != *email)
+    if (email && (presentable(*email) != *email || !isShort(*email)))
         return std::nullopt;
     return email;
 }

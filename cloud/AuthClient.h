@@ -26,8 +26,8 @@ enum class SessionStatus {
 /// Signs the user in through the browser, keeps the session in the secret store, checks it against
 /// the service and tells the rest of the program whether uploads can be made.
 ///
-/// One for the process, made at launch. Main thread; nothing waits for the network. The secret
-/// store decides how long creation and sign-in wait (at most about two seconds for each access).
+/// One for the process, made at launch. Main thread; nothing waits for the network, and only
+/// the creation waits for the secret store, for a moment.
 class AuthClient : public QObject
 {
     Q_OBJECT

@@ -4,6 +4,7 @@
 #include "cloud/ServiceRequests.h"
 
 #include <QJsonDocument>
+#include <QJsonObject>
 
 using namespace Qt::StringLiterals;
 
@@ -17,12 +18,11 @@ QString encoded(const AuthSession &session)
 
 std::optional<AuthSession> decodedSession(const QString &text)
 {
-    const auto object = parsedObject(text.toUtf8());
-    if (!object)
+    const auto document = JsonDocument::parse(text.toUtf8());
+    if (!document)
         return std::nullopt;
-    JsonMembers members(*object);
-    AuthSession session{.token = members.text(u"token"_s),
-                        .email = members.optionalText(u"email"_s)};
+    JsonMembers members(document->root());
+    AuthSession session{.token = members.text("token"), .email = members.optionalText("email")};
     if (members.error() || !ServiceRequests::isUsableToken(session.token))
         return std::nullopt;
     return session;

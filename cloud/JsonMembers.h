@@ -1,64 +1,61 @@
 #pragma once
 
+#include "cloud/DecodingError.h"
+
 #include <QByteArray>
-#include <QJsonArray>
-#include <QJsonObject>
 #include <QString>
 
+#include <simdjson.h>
+
 #include <expected>
+#include <memory>
 #include <optional>
 
-/// Why bytes are not the record that was expected. Names members and kinds, never their contents:
-/// some of them are secrets.
-class DecodingError
+/// A JSON object with all that is in it, read as strictly as the list of recordings: valid UTF-8,
+/// no half of a surrogate pair, at most 1024 levels. A mark of the byte order in front is forgiven.
+/// Of two members with one name the first counts.
+class JsonDocument
 {
 public:
-    explicit DecodingError(QString technicalText)
-        : m_technicalText(std::move(technicalText))
-    {
-    }
+    /// A number beyond all that the parser knows makes nothing unreadable: it becomes a fraction.
+    static std::expected<JsonDocument, DecodingError> parse(const QByteArray &text);
 
-    /// The sentence that the user reads, with the technical text behind it.
-    QString description() const;
-
-    bool operator==(const DecodingError &) const = default;
+    /// As long as the document lives.
+    simdjson::dom::object root() const { return m_root; }
 
 private:
-    QString m_technicalText;
+    std::unique_ptr<simdjson::dom::parser> m_parser; ///< holds everything
+    simdjson::dom::object m_root;
 };
 
-/// The JSON object that \p text is, as UTF-8. Bounded: the parser refuses a depth above 1024. Of
-/// two members with one name the last counts.
-std::expected<QJsonObject, DecodingError> parsedObject(const QByteArray &text);
-
 /// Takes the members of one object by name and kind, and remembers the first one that was not as it
-/// has to be. A text with half a surrogate pair counts as no text.
+/// has to be. The document must outlive it.
 class JsonMembers
 {
 public:
-    explicit JsonMembers(QJsonObject object)
-        : m_object(std::move(object))
+    explicit JsonMembers(simdjson::dom::object object)
+        : m_object(object)
     {
     }
 
-    QString text(const QString &name);
+    QString text(const char *name);
 
     /// None where the member is absent or null.
-    std::optional<QString> optionalText(const QString &name);
+    std::optional<QString> optionalText(const char *name);
 
     /// The same for what is kept and shown: a longer text than isShort() allows is no such text.
-    QString shortText(const QString &name);
-    std::optional<QString> optionalShortText(const QString &name);
-    static bool isShort(const QString &text) { return text.toUtf8().size() <= 1024; }
+    QString shortText(const char *name);
+    std::optional<QString> optionalShortText(const char *name);
 
-    QJsonObject object(const QString &name);
-    QJsonArray array(const QString &name);
+    // None where the member is not as it has to be.
+    std::optional<simdjson::dom::object> object(const char *name);
+    std::optional<simdjson::dom::array> array(const char *name);
 
     const std::optional<DecodingError> &error() const { return m_error; }
 
 private:
-    void require(bool holds, const QString &name, const char *kind);
+    void require(bool holds, const char *name, const char *kind);
 
-    QJsonObject m_object;
+    simdjson::dom::object m_object;
     std::optional<DecodingError> m_error;
 };

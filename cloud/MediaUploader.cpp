@@ -1,6 +1,7 @@
 #include "cloud/MediaUploader.h"
 
 #include "base/Tasks.h"
+#include "cloud/PresentableText.h"
 #include "cloud/ServiceReplies.h"
 #include "cloud/ServiceRequests.h"
 
@@ -10,6 +11,13 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+/// The service decides how long a key is; a store takes at most 1024 bytes.
+QString loggable(const QString &objectKey)
+{
+    constexpr qsizetype longest = 1024;
+    return presentable(objectKey.left(longest));
+}
+
 QFuture<HttpRequest> builtInBackground(ServiceOrigin origin, QStringList ids, QString token)
 {
     return inBackground(
@@ -50,7 +58,7 @@ QCoro::Task<MediaUploader::Uploaded> MediaUploader::uploadWith(MediaUploader upl
     const auto signature = co_await uploader.requestSignedURL(request.fileURL.fileName(), token);
     if (!signature)
         co_return std::unexpected(signature.error());
-    uploader.m_logger.info("got signed url, key="_L1 + signature->objectKey);
+    uploader.m_logger.info("got signed url, key="_L1 + loggable(signature->objectKey));
 
     const auto stored = co_await uploader.putToOSS(request.fileURL, signature->uploadURL);
     if (!stored)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Error.h"
-#include "cloud/JsonMembers.h"
+#include "cloud/DecodingError.h"
 #include "platform/HttpSession.h"
 
 #include <QString>

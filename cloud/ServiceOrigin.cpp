@@ -67,7 +67,6 @@ QString ServiceOrigin::downloadPage() const
 
 bool ServiceOrigin::allows(const QString &address) const
 {
-    const auto loopbackHttp =
-        m_isLoopback ? WebAddress::LoopbackHttp::allowed : WebAddress::LoopbackHttp::refused;
-    return WebAddress::parse(address, loopbackHttp).has_value();
+    const auto parsed = WebAddress::parse(address, WebAddress::LoopbackHttp::allowed);
+    return parsed && (m_isLoopback || !parsed->isLoopback());
 }

@@ -36,7 +36,7 @@ public:
     QString downloadPage() const;
 
     /// Whether something may be sent to \p address, which came from outside: an address as
-    /// WebAddress describes it, with http to this machine only where the origin is there too.
+    /// WebAddress describes it, on this machine only where the origin is there too.
     bool allows(const QString &address) const;
 
 private:

@@ -1,7 +1,14 @@
 #include "cloud/ServiceRecords.h"
 
-#include <QJsonDocument>
+#include "cloud/JsonMembers.h"
+#include "cloud/PresentableText.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <string_view>
+#include <tuple>
 #include <utility>
 
 using namespace Qt::StringLiterals;
@@ -22,15 +29,16 @@ std::expected<Record, DecodingError> whole(const JsonMembers &members, Record re
     return record;
 }
 
-std::expected<ReconciledMeeting, DecodingError> decodedMeeting(const QJsonValue &element)
+std::expected<ReconciledMeeting, DecodingError> decodedMeeting(simdjson::dom::element element)
 {
-    if (!element.isObject())
+    simdjson::dom::object object;
+    if (element.get(object) != simdjson::SUCCESS)
         return std::unexpected(DecodingError(u"\"meetings\" holds something else than objects"_s));
-    JsonMembers members(element.toObject());
+    JsonMembers members(object);
     ReconciledMeeting meeting{
-        .id = members.shortText(u"id"_s),
-        .clientRecordingId = members.text(u"clientRecordingId"_s),
-        .status = members.optionalText(u"status"_s),
+        .id = members.shortText("id"),
+        .clientRecordingId = members.text("clientRecordingId"),
+        .status = members.optionalText("status"),
     };
     return whole(members, std::move(meeting));
 }
@@ -62,77 +70,83 @@ QByteArray encoded(const ReconcileMeetingsRequest &request)
 
 std::expected<SignUploadResponse, DecodingError> decodedSignUpload(const QByteArray &body)
 {
-    const auto object = parsedObject(body);
-    if (!object)
-        return std::unexpected(object.error());
-    JsonMembers members(*object);
+    const auto document = JsonDocument::parse(body);
+    if (!document)
+        return std::unexpected(document.error());
+    JsonMembers members(document->root());
     SignUploadResponse response{
-        .uploadURL = members.text(u"uploadURL"_s),
-        .publicURL = members.text(u"publicURL"_s),
-        .objectKey = members.text(u"objectKey"_s),
+        .uploadURL = members.text("uploadURL"),
+        .publicURL = members.text("publicURL"),
+        .objectKey = members.text("objectKey"),
     };
     return whole(members, std::move(response));
 }
 
 std::expected<ReconcileMeetingsResponse, DecodingError> decodedReconcile(const QByteArray &body)
 {
-    const auto object = parsedObject(body);
-    if (!object)
-        return std::unexpected(object.error());
-    JsonMembers members(*object);
-    const QJsonArray elements = members.array(u"meetings"_s);
+    const auto document = JsonDocument::parse(body);
+    if (!document)
+        return std::unexpected(document.error());
+    JsonMembers members(document->root());
+    const auto elements = members.array("meetings");
+    if (!elements)
+        return std::unexpected(*members.error());
     ReconcileMeetingsResponse response;
-    response.meetings.reserve(elements.size());
-    for (const auto &element : elements) {
+    response.meetings.reserve(static_cast<qsizetype>(elements->size()));
+    for (const simdjson::dom::element element : *elements) {
         auto meeting = decodedMeeting(element);
         if (!meeting)
             return std::unexpected(meeting.error());
         response.meetings.append(std::move(*meeting));
     }
-    return whole(members, std::move(response));
+    return response;
 }
 
 std::expected<MeResponse, DecodingError> decodedMe(const QByteArray &body)
 {
-    const auto object = parsedObject(body);
+    const auto document = JsonDocument::parse(body);
+    if (!document)
+        return std::unexpected(document.error());
+    JsonMembers members(document->root());
+    const auto object = members.object("user");
     if (!object)
-        return std::unexpected(object.error());
-    JsonMembers members(*object);
-    JsonMembers user(members.object(u"user"_s));
+        return std::unexpected(*members.error());
+    JsonMembers user(*object);
     MeResponse response{
-        .user = {.id = user.optionalText(u"id"_s), .email = user.optionalShortText(u"email"_s)}};
-    if (user.error())
-        return std::unexpected(*user.error());
-    return whole(members, std::move(response));
+        .user = {.id = user.optionalText("id"), .email = user.optionalShortText("email")}};
+    return whole(user, std::move(response));
 }
 
 std::expected<LatestReleaseResponse, DecodingError> decodedLatestRelease(const QByteArray &body)
 {
-    const auto object = parsedObject(body);
-    if (!object)
-        return std::unexpected(object.error());
-    JsonMembers members(*object);
+    const auto document = JsonDocument::parse(body);
+    if (!document)
+        return std::unexpected(document.error());
+    JsonMembers members(document->root());
     LatestReleaseResponse response{
-        .version = members.optionalText(u"version"_s),
-        .publishedAt = members.optionalText(u"publishedAt"_s),
-        .htmlUrl = members.optionalText(u"htmlUrl"_s),
-        .downloadUrl = members.optionalText(u"downloadUrl"_s),
-        .notes = members.optionalText(u"notes"_s),
+        .version = members.optionalText("version"),
+        .publishedAt = members.optionalText("publishedAt"),
+        .htmlUrl = members.optionalText("htmlUrl"),
+        .downloadUrl = members.optionalText("downloadUrl"),
+        .notes = members.optionalText("notes"),
     };
     return whole(members, std::move(response));
 }
 
 std::optional<QString> decodedMeetingId(const QByteArray &body)
 {
-    const auto object = parsedObject(body);
-    if (!object)
+    const auto document = JsonDocument::parse(body);
+    if (!document)
         return std::nullopt;
-    const QJsonValue doc = object->value("doc"_L1);
-    const QJsonValue id = (doc.isObject() ? doc.toObject() : *object).value("id"_L1);
-    if (id.isString() && id.toString().isValidUtf16() && JsonMembers::isShort(id.toString()))
-        return id.toString();
-    // What is no integer of 64 bits gives whichever default is asked for.
-    if (!id.isDouble() || id.toInteger(0) != id.toInteger(1))
-        return std::nullopt;
-    return QString::number(id.toInteger());
+    simdjson::dom::object object = document->root();
+    std::ignore = object["doc"].get(object); // stays what it is where there is none
+    const auto id = object["id"];
+    std::string_view utf8;
+    if (id.get(utf8) == simdjson::SUCCESS) {
+        const QString text = QString::fromUtf8(utf8);
+        return isShort(text) ? std::optional(text) : std::nullopt;
+    }
+    int64_t number = 0;
+    return id.get(number) == simdjson::SUCCESS ? std::optional(QString::number(number))
+                                               : std::nullopt;
 }

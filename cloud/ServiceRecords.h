@@ -1,6 +1,6 @@
 #pragma once
 
-#include "cloud/JsonMembers.h"
+#include "cloud/DecodingError.h"
 
 #include <QByteArray>
 #include <QDateTime>

@@ -13,12 +13,14 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QPromise>
 #include <QString>
 #include <QTimer>
 #include <QUuid>
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <stop_token>
 
@@ -101,8 +103,13 @@ public:
     /// entry, where the last to end has the last word.
     void retryUpload(QUuid sessionID);
 
-    /// Asks the service which recordings of the list it holds, and marks those. Silent.
+    /// Asks the service which recordings of the list it holds, and marks those. Silent. One runs at
+    /// a time: all calls during it together start one more behind it, with which they complete.
     QCoro::Task<> reconcileUploadedSessions();
+
+    /// The same without an end to wait for, and at no cost during one: anybody can have it started
+    /// any number of times, by handing in addresses.
+    void startReconcile();
 
 Q_SIGNALS:
     void stateChanged();
@@ -158,7 +165,7 @@ private:
 
     std::optional<RecentSession> session(QUuid sessionID) const;
     std::optional<QString> token() const;
-    void startReconcile();
+    QCoro::Task<> reconcileOnce();
     void uploadAfterStop(const RecentSession &entry);
     void beginUpload(const RecentSession &entry, const QString &clientRecordingId);
     QCoro::Task<> upload(QUuid sessionID, UploadRequest request);
@@ -187,6 +194,8 @@ private:
     QPointer<AuthClient> m_auth;
     QTimer m_timer;
     QDateTime m_recordingStartedAt;
+    std::unique_ptr<QPromise<void>> m_reconciling; ///< while one runs
+    bool m_isReconcileWanted = false;
     bool m_isRecovering = false;
     int m_savesInFlight = 0;
     std::stop_source m_recoveryStop;

@@ -4,10 +4,12 @@
 #include "core/RecordingFile.h"
 #include "settings/PrefsStore.h"
 
+#include <QCoroFuture>
 #include <QFileInfo>
 #include <QHash>
 
 #include <algorithm>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -101,7 +103,10 @@ void AppState::setAuth(AuthClient *auth)
 
 void AppState::startReconcile()
 {
-    runDetached(reconcileUploadedSessions());
+    if (m_reconciling)
+        m_isReconcileWanted = true;
+    else
+        runDetached(reconcileUploadedSessions());
 }
 
 std::optional<QString> AppState::token() const
@@ -215,6 +220,25 @@ void AppState::updateSession(QUuid sessionID, const std::function<void(RecentSes
 }
 
 QCoro::Task<> AppState::reconcileUploadedSessions()
+{
+    m_isReconcileWanted = true;
+    if (m_reconciling) {
+        const QFuture<void> running = m_reconciling->future();
+        co_await running;
+        co_return;
+    }
+    m_reconciling = std::make_unique<QPromise<void>>();
+    m_reconciling->start();
+    const QPointer self(this);
+    while (self && std::exchange(m_isReconcileWanted, false))
+        co_await reconcileOnce();
+    if (!self)
+        co_return; // which has ended the others' wait
+    m_reconciling->finish();
+    m_reconciling.reset();
+}
+
+QCoro::Task<> AppState::reconcileOnce()
 {
     const QPointer self(this);
     co_await loaded();

@@ -6,7 +6,7 @@
 #include <optional>
 
 /// The user's secret store: small texts by service and account. Reports nothing: what is refused,
-/// locked or absent counts as not there. Main thread; never waits longer than about two seconds.
+/// locked or absent counts as not there. Main thread; find() waits a moment, the others do not.
 class SecretStore
 {
 public:
@@ -22,5 +22,7 @@ public:
     /// the user is being asked to unlock the store. May finish without a result.
     virtual QFuture<std::optional<QString>> lastAnswer() const { return {}; }
 
+    /// It is not found any more, also by a later run of the program, whether the store obeyed or
+    /// not.
     virtual void remove(const QString &service, const QString &account) = 0;
 };

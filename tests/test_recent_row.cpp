@@ -83,7 +83,7 @@ private Q_SLOTS:
         QTest::newRow("failed, no reason") << Status::failed << none << none << u"上传失败 · 刚刚"_s
                                            << QStringList(u"retry"_s) << QString() << MS::ember;
         QTest::newRow("failed after an upload")
-            << Status::failed << Text(u"<b>&"_s) << meeting << u"<b>& · 刚刚"_s
+            << Status::failed << Text(u"<b>\u202e&"_s) << meeting << u"<b>& · 刚刚"_s
             << QStringList(u"retry"_s) << QString() << MS::ember;
     }
 
@@ -165,9 +165,8 @@ private Q_SLOTS:
 
         const int one = RecentRow::heightFor(session(Status::failed, u"短"_s, {}), width);
         QCOMPARE(row->height(), one + (2 * line));
-        const int two =
-            RecentRow::heightFor(session(Status::failed, u"第一行\n\n第二行"_s, {}), width);
-        QCOMPARE(two, one + line);
+        const auto broken = session(Status::failed, u"第一行\n\n第二行"_s, {});
+        QCOMPARE(RecentRow::heightFor(broken, width), one);
         // Words without a space are broken too.
         const QString word = u"x"_s.repeated(300);
         QCOMPARE(RecentRow::heightFor(session(Status::failed, word, {}), width), row->height());

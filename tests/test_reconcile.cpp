@@ -103,20 +103,21 @@ private Q_SLOTS:
         }
     }
 
-    void everyClientStartsOne()
+    void everyClientStartsOneButOnlyOneWaits()
     {
         UploadStage stage;
         stage.start({stage.recording(u"a"_s)});
+        stage.script.holdAt(u"reconcile 1"_s);
         stage.app->setAuth(nullptr);
         stage.app->setAuth(&*stage.auth);
-        stage.app->setAuth(&*stage.auth);
+        stage.waitAt(u"reconcile 1"_s);
         // By the time they run, all find the client.
-        Q_EMIT stage.auth->sessionCameLate();
-        const QStringList calls{u"reconcile 1"_s, u"reconcile 2"_s, u"reconcile 3"_s,
-                                u"reconcile 4"_s};
-        stage.waitUntil([&] { return !stage.http.isBusy() && stage.script.calls.size() == 4; });
-        stage.script.calls.sort();
-        QCOMPARE(stage.script.calls, calls);
+        for (int i = 0; i < 50; ++i)
+            Q_EMIT stage.auth->sessionCameLate();
+        QCoreApplication::processEvents();
+        stage.script.releaseAt(u"reconcile 1"_s);
+        stage.waitUntil([&] { return !stage.http.isBusy() && stage.script.calls.size() >= 2; });
+        QCOMPARE(stage.script.calls, QStringList({u"reconcile 1"_s, u"reconcile 2"_s}));
     }
 
     void failureIsSilent_data()

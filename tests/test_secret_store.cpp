@@ -1,6 +1,7 @@
 #include "cloud/Keychain.h"
 #include "platform/linux/secrets/SecretItems.h"
 #include "platform/linux/secrets/SecretServiceStore.h"
+#include "tests/support/FakeDefaults.h"
 #include "tests/support/PrivateBus.h"
 
 #include <QDBusConnection>
@@ -9,6 +10,7 @@
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QDBusReply>
+#include <QDBusVirtualObject>
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -25,6 +27,8 @@ namespace
 
 const QString service = u"com.parlovance.mac"_s;
 const QString key = u"session"_s;
+/// With a service that answers, on a machine with other work.
+constexpr auto patience = 1s;
 const QString daemonName = u"org.freedesktop.secrets"_s;
 
 bool isOnTheBus()
@@ -36,17 +40,15 @@ bool isOnTheBus()
 class SecretDaemon
 {
 public:
-    /// \p unlock: with the user's password, as at log-in; otherwise its keyring stays locked.
-    explicit SecretDaemon(const QString &folder, bool unlock = true)
+    /// Unlocked with the user's password, as at log-in.
+    explicit SecretDaemon(const QString &folder)
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         for (const QString &name : {u"HOME"_s, u"XDG_DATA_HOME"_s, u"XDG_RUNTIME_DIR"_s})
             environment.insert(name, folder);
         m_process.setProcessEnvironment(environment);
-        QStringList arguments{u"--foreground"_s, u"--components=secrets"_s};
-        if (unlock)
-            arguments << u"--unlock"_s;
-        m_process.start(u"gnome-keyring-daemon"_s, arguments);
+        m_process.start(u"gnome-keyring-daemon"_s,
+                        {u"--foreground"_s, u"--components=secrets"_s, u"--unlock"_s});
         m_process.write("password");
         m_process.closeWriteChannel();
         if (!QTest::qWaitFor([] { return isOnTheBus(); }, 10'000))
@@ -74,6 +76,28 @@ private:
     QProcess m_process;
 };
 
+/// Where the daemon has the user asked for a password; never gives one.
+class Prompter : public QDBusVirtualObject
+{
+public:
+    Prompter()
+    {
+        QDBusConnection::sessionBus().registerVirtualObject(u"/org/gnome/keyring/Prompter"_s, this);
+        QDBusConnection::sessionBus().registerService(u"org.gnome.keyring.SystemPrompter"_s);
+    }
+    ~Prompter() override
+    {
+        QDBusConnection::sessionBus().unregisterService(u"org.gnome.keyring.SystemPrompter"_s);
+    }
+    QString introspect(const QString &) const override { return {}; }
+    bool handleMessage(const QDBusMessage &, const QDBusConnection &) override
+    {
+        isAsked = true;
+        return false;
+    }
+    bool isAsked = false;
+};
+
 using Attributes = QMap<QString, QString>;
 
 /// How many items another program of the user's sees.
@@ -85,6 +109,16 @@ qsizetype itemsWith(const Attributes &attributes)
     search << QVariant::fromValue(attributes);
     const QDBusReply<QList<QDBusObjectPath>> unlocked = QDBusConnection::sessionBus().call(search);
     return unlocked.isValid() ? unlocked.value().size() : -1;
+}
+
+/// As another program of the user's may do.
+void lock()
+{
+    QDBusMessage lock = QDBusMessage::createMethodCall(
+        daemonName, u"/org/freedesktop/secrets"_s, u"org.freedesktop.Secret.Service"_s, u"Lock"_s);
+    lock << QVariant::fromValue(
+        QList{QDBusObjectPath(u"/org/freedesktop/secrets/collection/login"_s)});
+    QDBusConnection::sessionBus().call(lock);
 }
 
 qint64 millisecondsOf(const std::function<void()> &work)
@@ -105,6 +139,7 @@ class TestSecretStore : public QObject
 private:
     std::unique_ptr<QTemporaryDir> m_folder;
     std::unique_ptr<PrivateBus> m_bus;
+    FakeDefaults m_defaults;
 
 private Q_SLOTS:
     void initTestCase()
@@ -114,12 +149,16 @@ private Q_SLOTS:
         QVERIFY(m_bus->isRunning());
     }
 
-    void init() { m_folder = std::make_unique<QTemporaryDir>(); }
+    void init()
+    {
+        m_folder = std::make_unique<QTemporaryDir>();
+        m_defaults = FakeDefaults();
+    }
 
     void keepsTexts()
     {
         const SecretDaemon daemon(m_folder->path());
-        SecretServiceStore store;
+        SecretServiceStore store(m_defaults, patience);
         QVERIFY(!store.find(service, key));
         store.remove(service, key);
 
@@ -133,7 +172,7 @@ private Q_SLOTS:
         QVERIFY(!store.find(u"com.example.other"_s, key));
 
         // A new run of the program finds it, too.
-        QCOMPARE(SecretServiceStore().find(service, key), value);
+        QCOMPARE(SecretServiceStore(m_defaults, patience).find(service, key), value);
         store.remove(service, key);
         QVERIFY(!store.find(service, key));
         QVERIFY(store.find(service, u"other"_s));
@@ -143,20 +182,20 @@ private Q_SLOTS:
     {
         const SecretDaemon daemon(m_folder->path());
         {
-            SecretServiceStore store;
+            SecretServiceStore store(m_defaults, patience);
             Keychain keychain(store);
             for (const QString &value : {u"first"_s, u"second"_s})
                 keychain.set(value, key);
         } // waits until it is written
         QCOMPARE(itemsWith({{u"service"_s, service}, {u"account"_s, key}}), 1);
         QCOMPARE(itemsWith({{u"xdg:schema"_s, service}}), 1);
-        QCOMPARE(SecretServiceStore().find(service, key), u"second"_s);
+        QCOMPARE(SecretServiceStore(m_defaults, patience).find(service, key), u"second"_s);
     }
 
     void bytesThatAreNoTextCountAsNone()
     {
         const SecretDaemon daemon(m_folder->path());
-        SecretServiceStore store;
+        SecretServiceStore store(m_defaults, patience);
         const SecretItems::Key stored{service.toStdString(), key.toStdString()};
         for (const std::string bytes : {"\xff\xfe", "half \xe4\xbc"}) {
             SecretItems::store(stored, bytes);
@@ -167,7 +206,7 @@ private Q_SLOTS:
 
     void withoutAServiceEverythingIsSilent()
     {
-        SecretServiceStore store;
+        SecretServiceStore store(m_defaults, patience);
         QVERIFY(millisecondsOf([&] {
                     store.add(service, key, u"lost"_s);
                     QVERIFY(!store.find(service, key));
@@ -178,7 +217,7 @@ private Q_SLOTS:
 
     void outlivesTheDaemon()
     {
-        SecretServiceStore store;
+        SecretServiceStore store(m_defaults, patience);
         {
             SecretDaemon daemon(m_folder->path());
             store.add(service, key, u"kept"_s);
@@ -192,28 +231,48 @@ private Q_SLOTS:
 
     void lockedKeyringDoesNotHoldUp()
     {
-        {
-            const SecretDaemon daemon(m_folder->path());
-            SecretServiceStore store;
-            store.add(service, key, u"locked"_s);
-            QVERIFY(store.find(service, key));
-        }
-        const SecretDaemon daemon(m_folder->path(), false);
-        auto store = std::make_unique<SecretServiceStore>(500ms);
-        QVERIFY(millisecondsOf([&] { QVERIFY(!store->find(service, key)); }) < 1500);
+        Prompter prompter;
+        const SecretDaemon daemon(m_folder->path());
+        auto store = std::make_unique<SecretServiceStore>(m_defaults, patience);
+        store->add(service, key, u"locked"_s);
+        QVERIFY(store->find(service, key));
+        lock();
+        QVERIFY(millisecondsOf([&] { QVERIFY(!store->find(service, key)); }) < 2000);
         store->add(service, key, u"new"_s);
         QVERIFY(millisecondsOf([&] { store.reset(); }) < 1500);
+    }
+
+    void whatIsRemovedWhileLockedIsNotFoundAgain()
+    {
+        {
+            Prompter prompter;
+            const SecretDaemon daemon(m_folder->path());
+            SecretServiceStore store(m_defaults, patience, 100ms);
+            store.add(service, key, u"removed"_s);
+            QVERIFY(store.find(service, key));
+            lock();
+            store.remove(service, key);
+            QTRY_VERIFY(prompter.isAsked);
+        } // nobody has unlocked
+        const SecretDaemon daemon(m_folder->path());
+        QVERIFY(!SecretServiceStore(m_defaults, patience).find(service, key));
+        QCOMPARE(itemsWith({{u"service"_s, service}, {u"account"_s, key}}), 0);
+        SecretServiceStore store(m_defaults, patience);
+        Keychain(store).set(u"new"_s, key);
+        QCOMPARE(store.find(service, key), u"new"_s);
     }
 
     void hangingDaemonHoldsUpOnce()
     {
         const SecretDaemon daemon(m_folder->path());
-        auto store = std::make_unique<SecretServiceStore>(500ms);
+        auto store = std::make_unique<SecretServiceStore>(m_defaults, patience);
         store->add(service, key, u"kept"_s);
         QCOMPARE(store->find(service, key), u"kept"_s);
         daemon.signal(SIGSTOP);
         const qint64 first = millisecondsOf([&] { QVERIFY(!store->find(service, key)); });
-        QVERIFY2(first >= 500 && first < 1500, qPrintable(QString::number(first)));
+        QVERIFY2(first >= 1000 && first < 2000, qPrintable(QString::number(first)));
+        SecretServiceStore atLaunch(m_defaults);
+        QVERIFY(millisecondsOf([&] { QVERIFY(!atLaunch.find(service, key)); }) < 1000);
         const auto late = store->lastAnswer();
         QVERIFY(!late.isFinished());
         QVERIFY(millisecondsOf([&] {
@@ -234,7 +293,7 @@ private Q_SLOTS:
     /// Last: there is no bus afterwards. GLib would end the process with it.
     void outlivesTheBus()
     {
-        SecretServiceStore store;
+        SecretServiceStore store(m_defaults, patience);
         {
             const SecretDaemon daemon(m_folder->path());
             store.add(service, key, u"kept"_s);

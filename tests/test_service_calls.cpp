@@ -116,8 +116,17 @@ void ServiceCallsTest::signRows()
         u"undecodable"_s);
     row("half a pair", 200, R"({"uploadURL":"\ud800","publicURL":"p","objectKey":"k"})",
         u"undecodable"_s);
-    row("twice", 200, R"({"uploadURL":1,"uploadURL":"u","publicURL":"p","objectKey":"k"})",
+    row("twice", 200, R"({"uploadURL":"u","uploadURL":1,"publicURL":"p","objectKey":"k"})",
         u"u p k"_s);
+    row("numbers beyond all in members", 200,
+        whole.chopped(1) + R"(,"x":[1e999,-9223372036854775809,0.1e-999],"9e999":{"y":)" +
+            QByteArray(5000, '9') + "}}",
+        u"u p k"_s);
+    row("beside a broken one", 200, whole.chopped(1) + R"(,"x":1e999,"y":01e999})",
+        u"undecodable"_s);
+    row("key beyond all", 200, R"({"uploadURL":"u","publicURL":"p","objectKey":1e999})",
+        u"undecodable"_s);
+    row("half a pair in a member", 200, whole.chopped(1) + R"(,"x":"\ud800"})", u"undecodable"_s);
     row("too deep in a member", 200, whole.chopped(1) + ",\"x\":" + nested(100'000) + "}",
         u"undecodable"_s);
 }
@@ -149,6 +158,7 @@ void ServiceCallsTest::createRows()
     row("beyond doubles", 200, R"({"id":9007199254740993})", u"id 9007199254740993"_s);
     row("64 bits", 200, R"({"id":9223372036854775807})", u"id 9223372036854775807"_s);
     row("beyond 64 bits", 200, R"({"id":9223372036854775808})", invalid);
+    row("beyond all", 200, R"({"id":1e999})", invalid);
     row("fraction", 200, R"({"id":4.5})", invalid);
     row("null", 200, R"({"id":null})", invalid);
     row("boolean", 200, R"({"id":true})", invalid);

@@ -86,6 +86,8 @@ private Q_SLOTS:
         QTest::newRow("https") << far << u"https://o.example/b/k?Signature=a%2Fb%3D&x"_s << true;
         QTest::newRow("http") << far << u"http://o.example/k"_s << false;
         QTest::newRow("http to this machine") << far << u"http://127.0.0.1/k"_s << false;
+        QTest::newRow("https to this machine") << far << u"https://localhost/k"_s << false;
+        QTest::newRow("https beside the origin") << near << u"https://localhost/k"_s << true;
         QTest::newRow("http beside the origin") << near << u"http://localhost:9/k"_s << true;
         QTest::newRow("http away from the origin") << near << u"http://o.example/k"_s << false;
         QTest::newRow("line break") << far << u"https://o.example/k\r\nX: y"_s << false;

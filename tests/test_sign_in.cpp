@@ -77,6 +77,9 @@ void SignInTest::callback_data()
     row("empty token", u"parlovance://auth?token=&state=%1"_s, u"verified  - -"_s, noAddress);
     row("empty address", u"parlovance://auth?token=t&email=&state=%1"_s, u"verified t - -"_s,
         noAddress);
+    row("address that is too long",
+        u"parlovance://auth?token=t&email=%2@b.c&state=%1"_s.replace(u"%2"_s, QString(1025, u'a')),
+        u"verified t - -"_s, noAddress);
     row("address with a line break", u"parlovance://auth?token=t&email=a%0Ab&state=%1"_s,
         u"verified t - -"_s, noAddress);
 }

@@ -78,6 +78,9 @@ private Q_SLOTS:
         QDBusConnection::sessionBus().call(message, QDBus::BlockWithGui);
         QCOMPARE(openings.size(), 1);
         QCOMPARE(openings[0][0].toStringList(), QStringList{u"parlovance://auth?a=b"_s});
+        message.setArguments({QStringList(10'000, u"parlovance://auth"_s), QVariantMap()});
+        QDBusConnection::sessionBus().call(message, QDBus::BlockWithGui);
+        QCOMPARE(openings[1][0].toStringList().size(), 16);
 
         const auto seen = QDBusConnection::sessionBus().call(
             QDBusMessage::createMethodCall(name, u"/com/parlovance/Parlovance"_s,

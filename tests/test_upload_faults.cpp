@@ -54,8 +54,11 @@ void addTransportFaults(qsizetype step)
     addRow(step, "silence", Misbehaviour::late(60s), sentence(Kind::timedOut));
     addRow(step, "cut off in the head", Misbehaviour::bytes("HTTP/1.1 200 O"),
            sentence(Kind::brokenReply));
-    addRow(step, "cut off in the body", Misbehaviour::cutOff(R"({"meetings":[]})", 5),
-           sentence(Kind::brokenReply));
+    // A store that says it has the file has it, however its text ends.
+    if (chain.at(step).exchange != Exchange::objectUpload) {
+        addRow(step, "cut off in the body", Misbehaviour::cutOff(R"({"meetings":[]})", 5),
+               sentence(Kind::brokenReply));
+    }
     addRow(step, "not HTTP", Misbehaviour::bytes("\x16\x03\x01garbage\r\n\r\n"),
            sentence(Kind::brokenReply));
     addRow(step, "done, but the reply is lost", Misbehaviour::replyLost(),

@@ -1,5 +1,6 @@
 #include "ui/RecentRow.h"
 
+#include "cloud/PresentableText.h"
 #include "ui/KeyboardFocus.h"
 #include "ui/MS.h"
 #include "ui/PlainButton.h"
@@ -109,8 +110,11 @@ RecentRow::RecentRow(QWidget *parent)
 QString RecentRow::subtitle(const RecentSession &session)
 {
     const auto separator = u" · "_s;
-    if (isFailed(session))
-        return session.uploadProgress.value_or(u"上传失败"_s) + separator + session.when;
+    // The reason may be the service's own text.
+    if (isFailed(session)) {
+        return presentable(session.uploadProgress.value_or(u"上传失败"_s).simplified()) +
+               separator + session.when;
+    }
     if (needsUpload(session))
         return session.duration + separator + u"待上传"_s + separator + session.when;
     return session.duration + separator + session.when;

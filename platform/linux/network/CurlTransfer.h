@@ -36,7 +36,8 @@ public:
     /// Goes on with an upload that was held back to read what has come in.
     void resume();
 
-    /// Whether nothing moved for the limit. To be asked again by nextLook() at the latest.
+    /// Whether nothing moved for the limit, or a store that has the whole file goes on talking. To
+    /// be asked again by nextLook() at the latest.
     bool hasStalled(Clock::time_point now);
     Clock::time_point nextLook() const { return m_nextLook; }
 
@@ -46,6 +47,9 @@ private:
     bool setHeaders();
     int status() const;
     bool isSuccess() const;
+    bool isStored() const;
+    int64_t fileBytesSent() const;
+    uint64_t movedBytes() const;
     size_t takeReply(const char *data, size_t size);
     size_t takeHeader(std::string_view line);
     size_t giveFile(std::span<char> target);
@@ -68,13 +72,14 @@ private:
     QByteArray m_reply;
     bool m_isCutShort = false; ///< it was longer than the limit
     size_t m_headerBytes = 0;
-    bool m_isHeadWhole = false;
+    bool m_isHeadWhole = false; ///< of the reply; not of a provisional one
     bool m_isHeldBack = false;
 
     SocketTraffic m_traffic;
     uint64_t m_seenBytes = 0;
     Clock::time_point m_lastActivity;
     Clock::time_point m_nextLook;
+    std::optional<Clock::time_point> m_storedAt;
 
     std::array<char, CURL_ERROR_SIZE> m_errorText{};
     CurlList m_headers;

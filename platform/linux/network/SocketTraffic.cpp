@@ -7,16 +7,30 @@
 
 #include <algorithm>
 
-uint64_t SocketTraffic::bytes() const
+namespace
+{
+template<class Count>
+uint64_t sum(const std::vector<int> &sockets, Count tcp_info::*count)
 {
     uint64_t total = 0;
-    for (const int socket : m_sockets) {
+    for (const int socket : sockets) {
         tcp_info info{};
         socklen_t size = sizeof(info);
         if (getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0)
-            total += info.tcpi_bytes_acked + info.tcpi_bytes_received;
+            total += info.*count;
     }
     return total;
+}
+} // namespace
+
+uint64_t SocketTraffic::acknowledgedBytes() const
+{
+    return sum(m_sockets, &tcp_info::tcpi_bytes_acked);
+}
+
+uint64_t SocketTraffic::receivedBytes() const
+{
+    return sum(m_sockets, &tcp_info::tcpi_bytes_received);
 }
 
 bool SocketTraffic::hasInput() const

@@ -13,8 +13,9 @@ public:
     void add(int socket) { m_sockets.push_back(socket); }
     void remove(int socket) { std::erase(m_sockets, socket); }
 
-    /// Bytes that arrived and bytes that the other side acknowledged, of the sockets still open.
-    uint64_t bytes() const;
+    // Of the sockets still open.
+    uint64_t acknowledgedBytes() const;
+    uint64_t receivedBytes() const;
 
     /// Whether something has come in that nobody has read yet.
     bool hasInput() const;

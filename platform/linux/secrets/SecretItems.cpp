@@ -66,28 +66,36 @@ bool isWorthAnotherAttempt(const GError *error)
     return error->domain == G_DBUS_ERROR || error->domain == G_IO_ERROR;
 }
 
-/// \p call gets the place of its error. The library goes on addressing a service that has died,
-/// until it is told to look for the service again.
+/// \p call once, with the place of its error; none where it left one there.
 template<class Call>
-auto withFreshService(const Call &call)
+auto attempt(const Call &call, bool &isWorthAnother)
 {
     outliveTheBus();
     GError *error = nullptr;
-    auto result = call(&error);
-    if (!error)
-        return result;
-    const bool again = isWorthAnotherAttempt(error);
-    g_clear_error(&error);
-    secret_service_disconnect();
-    if (again) {
-        outliveTheBus();
-        result = call(&error);
+    auto result = std::optional(call(&error));
+    if (error) {
+        isWorthAnother = isWorthAnotherAttempt(error);
         g_clear_error(&error);
+        result.reset();
     }
     return result;
 }
 
-Items search(const SecretItems::Key &key, int flags)
+/// The result of \p call, none where it failed. The library goes on addressing a service that has
+/// died, until it is told to look for the service again.
+template<class Call>
+auto withFreshService(const Call &call)
+{
+    bool isWorthAnother = false;
+    auto result = attempt(call, isWorthAnother);
+    if (result)
+        return result;
+    secret_service_disconnect();
+    return isWorthAnother ? attempt(call, isWorthAnother) : std::nullopt;
+}
+
+/// None where the service cannot be asked.
+std::optional<Items> search(const SecretItems::Key &key, int flags)
 {
     const Attributes attributes = attributesOf(key);
     return withFreshService([&](GError **error) {
@@ -114,33 +122,39 @@ std::optional<std::string> firstUnlocked(const Items &items)
 
 } // namespace
 
-void SecretItems::store(const Key &key, const std::string &value)
+bool SecretItems::store(const Key &key, const std::string &value)
 {
     const Attributes attributes = attributesOf(key);
     const Value secret(
         secret_value_new(value.data(), static_cast<gssize>(value.size()), "text/plain"));
-    withFreshService([&](GError **error) {
+    const auto isStored = withFreshService([&](GError **error) {
         return secret_password_storev_binary_sync(&schema, attributes.get(),
                                                   SECRET_COLLECTION_DEFAULT, "Parlovance",
                                                   secret.get(), nullptr, error);
     });
+    return isStored.value_or(FALSE) != FALSE;
 }
 
 std::optional<std::string> SecretItems::find(const Key &key)
 {
     constexpr int everything = SECRET_SEARCH_ALL | SECRET_SEARCH_LOAD_SECRETS;
-    const Items items = search(key, everything);
-    if (!items)
+    const auto items = search(key, everything);
+    if (!items || !*items)
         return std::nullopt;
-    if (auto value = firstUnlocked(items))
+    if (auto value = firstUnlocked(*items))
         return value;
-    return firstUnlocked(search(key, everything | SECRET_SEARCH_UNLOCK));
+    const auto unlocked = search(key, everything | SECRET_SEARCH_UNLOCK);
+    return unlocked ? firstUnlocked(*unlocked) : std::nullopt;
 }
 
-void SecretItems::remove(const Key &key)
+bool SecretItems::remove(const Key &key)
 {
+    // Clearing passes over what is locked, and calls that a success.
+    search(key, SECRET_SEARCH_ALL | SECRET_SEARCH_UNLOCK);
     const Attributes attributes = attributesOf(key);
     withFreshService([&](GError **error) {
         return secret_password_clearv_sync(&schema, attributes.get(), nullptr, error);
     });
+    const auto left = search(key, SECRET_SEARCH_ALL);
+    return left && !*left;
 }

@@ -16,11 +16,13 @@ struct Key {
     std::string account;
 };
 
-void store(const Key &key, const std::string &value);
+/// Whether it is stored.
+bool store(const Key &key, const std::string &value);
 
 /// Asks the user to unlock only when there is an item, and it is locked.
 std::optional<std::string> find(const Key &key);
 
-void remove(const Key &key);
+/// Asks the user to unlock as find() does. Whether there is no such item any more.
+bool remove(const Key &key);
 
 } // namespace SecretItems

@@ -1,10 +1,13 @@
 #include "platform/linux/secrets/SecretServiceStore.h"
 
+#include "platform/Defaults.h"
 #include "platform/linux/secrets/SecretItems.h"
 #include "platform/linux/secrets/SecretWorker.h"
 
 #include <QPromise>
 #include <QStringDecoder>
+
+using namespace Qt::StringLiterals;
 
 namespace
 {
@@ -12,6 +15,12 @@ namespace
 SecretItems::Key keyOf(const QString &service, const QString &account)
 {
     return {service.toStdString(), account.toStdString()};
+}
+
+/// Where the settings remember that the item was removed.
+QString markOf(const QString &service, const QString &account)
+{
+    return "secrets.removed."_L1 + service + u'.' + account;
 }
 
 /// None when \p bytes are not valid UTF-8.
@@ -25,8 +34,11 @@ std::optional<QString> textOf(const std::string &bytes)
 
 } // namespace
 
-SecretServiceStore::SecretServiceStore(std::chrono::milliseconds patience)
-    : m_patience(patience)
+SecretServiceStore::SecretServiceStore(Defaults &defaults, std::chrono::milliseconds patience,
+                                       std::chrono::milliseconds patienceAtEnd)
+    : m_defaults(defaults)
+    , m_patience(patience)
+    , m_patienceAtEnd(patienceAtEnd)
     , m_worker(std::make_shared<SecretWorker>())
 {
     SecretWorker::start(m_worker);
@@ -34,31 +46,65 @@ SecretServiceStore::SecretServiceStore(std::chrono::milliseconds patience)
 
 SecretServiceStore::~SecretServiceStore()
 {
-    m_worker->close(m_patience);
+    m_worker->close(m_patienceAtEnd);
+    forgetConfirmed();
 }
 
 void SecretServiceStore::add(const QString &service, const QString &account, const QString &value)
 {
-    m_worker->queue([key = keyOf(service, account), secret = value.toStdString()] {
-        SecretItems::store(key, secret);
+    change(markOf(service, account), [key = keyOf(service, account), secret = value.toStdString()] {
+        return SecretItems::store(key, secret);
     });
 }
 
 std::optional<QString> SecretServiceStore::find(const QString &service, const QString &account)
 {
+    const QString mark = markOf(service, account);
+    if (!m_changes.contains(mark) && m_defaults.boolean(mark).value_or(false))
+        remove(service, account);
     // Shared: a call that comes back late still finishes it.
     const auto answer = std::make_shared<QPromise<std::optional<QString>>>();
     m_lastAnswer = answer->future();
     answer->start();
-    const auto search = [key = keyOf(service, account), answer] {
-        const auto found = SecretItems::find(key);
+    const auto search = [key = keyOf(service, account), answer, change = m_changes.value(mark)] {
+        // After a change that failed, the service may still have what it replaced or removed.
+        const bool isCurrent = !change.isValid() || change.result();
+        const auto found = isCurrent ? SecretItems::find(key) : std::nullopt;
         answer->addResult(found ? textOf(*found) : std::nullopt);
         answer->finish();
     };
-    return m_worker->runWithin(m_patience, search) ? m_lastAnswer.result() : std::nullopt;
+    const bool isAnswered = m_worker->runWithin(m_patience, search);
+    forgetConfirmed();
+    return isAnswered ? m_lastAnswer.result() : std::nullopt;
 }
 
 void SecretServiceStore::remove(const QString &service, const QString &account)
 {
-    m_worker->queue([key = keyOf(service, account)] { SecretItems::remove(key); });
+    const QString mark = markOf(service, account);
+    // At once: the process may end while the service waits for the user.
+    m_defaults.setBoolean(mark, true);
+    change(mark, [key = keyOf(service, account)] { return SecretItems::remove(key); });
+}
+
+/// Queues \p call, which tells whether the service did what was asked.
+void SecretServiceStore::change(const QString &mark, std::function<bool()> call)
+{
+    const auto outcome = std::make_shared<QPromise<bool>>();
+    outcome->start();
+    QFuture<bool> future = outcome->future();
+    m_changes.insert(mark, future);
+    future.then(&m_context, [this](bool) { forgetConfirmed(); });
+    m_worker->queue([call = std::move(call), outcome] {
+        outcome->addResult(call());
+        outcome->finish();
+    });
+}
+
+void SecretServiceStore::forgetConfirmed()
+{
+    for (const auto &[mark, isDone] : m_changes.asKeyValueRange()) {
+        const bool isConfirmed = isDone.isFinished() && isDone.resultCount() > 0 && isDone.result();
+        if (isConfirmed && m_defaults.boolean(mark).value_or(false))
+            m_defaults.setBoolean(mark, false);
+    }
 }

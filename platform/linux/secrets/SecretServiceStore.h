@@ -2,9 +2,14 @@
 
 #include "platform/SecretStore.h"
 
+#include <QMap>
+#include <QObject>
+
 #include <chrono>
+#include <functional>
 #include <memory>
 
+class Defaults;
 class SecretWorker;
 
 /// The secret store on the Secret Service of the session bus, one item for each service and
@@ -13,12 +18,19 @@ class SecretWorker;
 /// A worker makes all calls in their order. Only find() waits for it, and a worker that did not
 /// answer in time is not waited for again before it has moved on: the user may be looking at a
 /// prompt, or the service may hang.
+///
+/// What was removed stays removed, also where the service kept it, for instance because the user
+/// did not unlock it: the settings remember that until the service has confirmed the removal, or
+/// has taken a new value, and a later run of the program tries again before it searches.
 class SecretServiceStore : public SecretStore
 {
 public:
-    explicit SecretServiceStore(std::chrono::milliseconds patience = std::chrono::seconds(2));
+    /// \p defaults must outlive this object. A find() waits for \p patience: the launch does, too.
+    explicit SecretServiceStore(Defaults &defaults,
+                                std::chrono::milliseconds patience = std::chrono::milliseconds(250),
+                                std::chrono::milliseconds patienceAtEnd = std::chrono::seconds(2));
 
-    /// Waits as long as a find() for what is still to be written.
+    /// Waits for what is still to be written, unless the worker is silent already.
     ~SecretServiceStore() override;
 
     SecretServiceStore(const SecretServiceStore &) = delete;
@@ -30,7 +42,14 @@ public:
     void remove(const QString &service, const QString &account) override;
 
 private:
-    std::chrono::milliseconds m_patience;
+    void change(const QString &mark, std::function<bool()> call);
+    void forgetConfirmed();
+
+    Defaults &m_defaults;
+    const std::chrono::milliseconds m_patience;
+    const std::chrono::milliseconds m_patienceAtEnd;
     QFuture<std::optional<QString>> m_lastAnswer;
+    QMap<QString, QFuture<bool>> m_changes; ///< the last one of each item: whether it succeeded
+    QObject m_context;                      ///< ends what waits for the changes
     std::shared_ptr<SecretWorker> m_worker; ///< shared with its thread, which may outlive the store
 };
