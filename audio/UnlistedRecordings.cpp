@@ -108,6 +108,11 @@ recoverRecording(AudioAssets &assets, UnlistedRecording recording, std::stop_tok
         co_return RecoveredRecording{
             .file = file, .startedAt = recordingStart(file), .durationSeconds = *duration};
     }
+    if (!hasAnything && !recording.isFinished) {
+        co_await removeFile(files.system.toLocalFile());
+        co_await removeFile(files.mic.toLocalFile());
+        co_return RecoveredRecording{.file = files.mix, .startedAt = {}, .durationSeconds = 0.0};
+    }
     if (hasAnything)
         logger.error(u"recovering %1 failed: it cannot be read"_s.arg(files.mix.fileName()));
     co_return std::nullopt;

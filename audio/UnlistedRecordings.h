@@ -36,7 +36,8 @@ struct RecoveredRecording {
     double durationSeconds = 0.0;
 };
 
-/// Concludes \p recording, unless it is finished, and finds its file. No value: nothing in it can
+/// Concludes \p recording, unless it is finished, and finds its file. One that had just begun, with
+/// nothing in its tracks, is none second long, and its tracks are gone. No value: nothing in it can
 /// be read, or \p stop was asked for, which leaves it for the next time. Main thread; \p assets
 /// must outlive it.
 QCoro::Task<std::optional<RecoveredRecording>>

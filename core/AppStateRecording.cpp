@@ -227,13 +227,14 @@ bool AppState::listRecovered(const UnlistedRecording &recording,
     };
     const bool isTooShort = recovered.durationSeconds < shortestKeptSeconds;
     const bool isListed = std::ranges::any_of(recents(), isOfIt);
-    // Nothing says that it is not a file that the user has put there.
-    if (recording.isFinished && (isTooShort || isListed))
+    if (recording.isFinished && isTooShort != isListed)
         return true;
     list().removeIf(isOfIt);
     const RecentSession entry = makeEntry(recovered);
     if (isTooShort) {
-        QFile::remove(recovered.file.toLocalFile());
+        // Nothing says that a finished one is not a file that the user has put there.
+        if (!recording.isFinished)
+            QFile::remove(recovered.file.toLocalFile());
     } else {
         const auto older = std::ranges::find_if(list(), [&entry](const RecentSession &listed) {
             return listed.startedAt < entry.startedAt;

@@ -311,6 +311,8 @@ private Q_SLOTS:
             << none << mix << true << u"earlier"_s << 75.0 << entry << mix;
         QTest::newRow("finished, too short")
             << none << mix << true << u"."_s << 9.9 << QString() << mix;
+        QTest::newRow("finished, too short, no list")
+            << none << mix << false << u"."_s << 9.9 << QString() << mix;
         QTest::newRow("put there") << none << mix << true << QString() << 75.0 << QString() << mix;
         QTest::newRow("none") << none << none << true << u"."_s << 75.0 << QString() << none;
     }
