@@ -3,7 +3,9 @@
 #include "tools/localservice/LocalService.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
+#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -68,6 +70,28 @@ private Q_SLOTS:
         QVERIFY(done && done->status() == 303);
         QVERIFY(done->body().contains("&amp;state=A-1&amp;email=a%2Bb%26c%40example.com"));
         QCOMPARE(send("POST", u"/desktop-auth"_s, "state=&email=x")->status(), 400);
+    }
+
+    void keepsToItselfWhatItStores()
+    {
+        QTcpSocket browser;
+        const QUrl origin(m_service->origin());
+        const auto ask = [&](const QByteArray &host, const QByteArray &token) {
+            browser.connectToHost(u"127.0.0.1"_s, static_cast<quint16>(origin.port()));
+            browser.write("GET /app HTTP/1.1\r\nHost: " + host +
+                          "\r\nCookie: a=b; parlovance-session=" + token + "\r\n\r\n");
+            QByteArray reply;
+            while (browser.waitForReadyRead())
+                reply += browser.readAll();
+            return reply.mid(9, 3);
+        };
+        const QByteArray port = ':' + QByteArray::number(origin.port());
+        QCOMPARE(ask("127.0.0.1" + port, m_token.toUtf8()), "200");
+        QCOMPARE(ask("localhost" + port, "guessed"), "401");
+        QCOMPARE(ask("elsewhere.example" + port, m_token.toUtf8()), "421");
+        const auto others = QFile::ReadGroup | QFile::ReadOther | QFile::ExeGroup | QFile::ExeOther;
+        for (const QString &name : {u"."_s, u"objects"_s, u"service.json"_s})
+            QVERIFY(!(QFileInfo(m_folder.filePath(name)).permissions() & others));
     }
 
     void refusesWhatTheRealOneRefuses()

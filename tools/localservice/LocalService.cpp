@@ -13,6 +13,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
+const QByteArray cookieName("parlovance-session=");
 
 /// The refusals of object storage are XML.
 QByteArray storageRefusal(const QByteArray &code)
@@ -42,6 +43,13 @@ bool LocalService::listen(int port)
 QString LocalService::origin() const
 {
     return m_server->origin();
+}
+
+bool LocalService::isOwnHost(const QString &host) const
+{
+    const QString port = u':' + QString::number(m_server->port());
+    return host == u"127.0.0.1"_s + port ||
+           host.compare(u"localhost"_s + port, Qt::CaseInsensitive) == 0;
 }
 
 void LocalService::setLatestRelease(const QJsonObject &release)
@@ -81,6 +89,12 @@ const std::array<LocalService::Route, 12> LocalService::routes{{
 
 void LocalService::serve(ServiceCall call)
 {
+    // Another site can let its own name lead to this address, and would read what is answered.
+    const QString host = QString::fromLatin1(call.header("Host"));
+    if (!isOwnHost(host)) {
+        call.answerPage(421, Pages::problem(u"这个地址不属于本机服务。"_s));
+        return call.sendAnswer();
+    }
     const QString path = call.path();
     const QString anyName = path.chopped(call.name().size()) + u'*';
     const auto *const route = std::ranges::find_if(routes, [&](const Route &candidate) {
@@ -142,6 +156,21 @@ std::optional<QString> LocalService::account(ServiceCall &call)
     return email;
 }
 
+/// The account whose sign-in the browser remembers; without one the page is answered here.
+std::optional<QString> LocalService::reader(ServiceCall &call)
+{
+    for (const QByteArray &part : call.header("Cookie").split(';')) {
+        const QByteArray cookie = part.trimmed();
+        const auto email = cookie.startsWith(cookieName)
+                               ? m_store.emailOf(QString::fromLatin1(cookie.mid(cookieName.size())))
+                               : std::nullopt;
+        if (email)
+            return email;
+    }
+    call.answerPage(401, Pages::problem(u"请先从应用中登录。"_s));
+    return std::nullopt;
+}
+
 void LocalService::signUpload(ServiceCall &call)
 {
     if (!account(call))
@@ -171,7 +200,7 @@ void LocalService::storeObject(ServiceCall &call)
     const QString path = m_store.objectPath(place.key);
     QFile part(path + u".part"_s);
     const bool isStored =
-        part.open(QIODevice::WriteOnly) &&
+        part.open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner) &&
         call.readBody(-1,
                       [&](QByteArrayView bytes) {
                           return part.write(bytes.data(), bytes.size()) == bytes.size();
@@ -249,7 +278,10 @@ void LocalService::finishSignIn(ServiceCall &call)
     };
     const QString callback = u"parlovance://auth?token=%1&state=%2&email=%3"_s.arg(
         escaped(m_store.signIn(email)), escaped(state), escaped(email));
-    call.answerPage(303, Pages::signedIn(callback), "Location: " + callback.toUtf8() + "\r\n");
+    const QByteArray cookie = cookieName + m_store.signIn(email).toLatin1();
+    call.answerPage(303, Pages::signedIn(callback),
+                    "Location: " + callback.toUtf8() + "\r\nSet-Cookie: " + cookie +
+                        "; Path=/; HttpOnly; SameSite=Lax\r\n");
 }
 
 void LocalService::homePage(ServiceCall &call)
@@ -259,12 +291,25 @@ void LocalService::homePage(ServiceCall &call)
 
 void LocalService::meetingsPage(ServiceCall &call)
 {
-    call.answerPage(200, Pages::meetings(m_store.meetings()));
+    const auto email = reader(call);
+    if (!email)
+        return;
+    QJsonArray own;
+    const QJsonArray all = m_store.meetings();
+    for (const auto &meeting : all) {
+        if (meeting[u"account"_s] == *email)
+            own.append(meeting);
+    }
+    call.answerPage(200, Pages::meetings(own));
 }
 
 void LocalService::meetingPage(ServiceCall &call)
 {
-    if (const auto meeting = m_store.meeting(call.name()))
+    const auto email = reader(call);
+    if (!email)
+        return;
+    const auto meeting = m_store.meeting(call.name());
+    if (meeting && (*meeting)[u"account"_s] == *email)
         call.answerPage(200, Pages::meeting(*meeting));
     else
         call.answerPage(404, Pages::problem(u"没有这个会议。"_s));
@@ -272,5 +317,6 @@ void LocalService::meetingPage(ServiceCall &call)
 
 void LocalService::sendObject(ServiceCall &call)
 {
-    call.answerFile(m_store.objectPath(call.name()), "audio/mp4");
+    if (reader(call))
+        call.answerFile(m_store.objectPath(call.name()), "audio/mp4");
 }

@@ -70,7 +70,9 @@ private:
     void serve(ServiceCall call);
     std::optional<Misbehaviour> takeFault(std::optional<Exchange> exchange);
     void fail(const Misbehaviour &misbehaviour, ServiceCall &call, const Route &route);
+    bool isOwnHost(const QString &host) const;
     std::optional<QString> account(ServiceCall &call);
+    std::optional<QString> reader(ServiceCall &call);
 
     void signUpload(ServiceCall &call);
     void storeObject(ServiceCall &call);

@@ -1,10 +1,11 @@
 #include "tools/localservice/ServiceStore.h"
 
-#include <QDir>
+#include "base/AtomicFile.h"
+#include "base/PrivateFolder.h"
+
 #include <QFile>
 #include <QJsonDocument>
 #include <QRegularExpression>
-#include <QSaveFile>
 #include <QUuid>
 
 using namespace Qt::StringLiterals;
@@ -20,7 +21,8 @@ QString newName()
 ServiceStore::ServiceStore(const QString &folder)
     : m_folder(folder)
 {
-    QDir().mkpath(m_folder + u"/objects"_s);
+    (void)makePrivateFolder(m_folder + u"/objects"_s); // otherwise nothing can be stored
+    QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     QFile file(m_folder + u"/service.json"_s);
     if (!file.open(QIODevice::ReadOnly))
         return;
@@ -127,9 +129,6 @@ QString ServiceStore::objectPath(const QString &key) const
 
 void ServiceStore::save() const
 {
-    QSaveFile file(m_folder + u"/service.json"_s);
-    if (!file.open(QIODevice::WriteOnly))
-        return;
-    file.write(QJsonDocument({{u"accounts"_s, m_accounts}, {u"meetings"_s, m_meetings}}).toJson());
-    file.commit();
+    const QJsonObject all{{u"accounts"_s, m_accounts}, {u"meetings"_s, m_meetings}};
+    (void)AtomicFile::replace(m_folder + u"/service.json"_s, QJsonDocument(all).toJson());
 }

@@ -8,7 +8,8 @@
 #include <mutex>
 #include <optional>
 
-/// Accounts, meetings and stored objects of the local service, in one folder. Any thread.
+/// Accounts, meetings and stored objects of the local service, in one folder that only its owner
+/// may enter. Any thread.
 class ServiceStore
 {
 public:
