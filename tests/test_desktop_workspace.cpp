@@ -3,6 +3,7 @@
 
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QFile>
 #include <QTemporaryDir>
@@ -32,11 +33,19 @@ public:
     QStringList opened;
 
 public Q_SLOTS:
-    QDBusObjectPath OpenURI(const QString &, const QString &address, const QVariantMap &)
+    QDBusObjectPath OpenURI(const QString &, const QString &address, const QVariantMap &options)
     {
         opened.append(address);
         if (address.endsWith(u"/silent"))
             sendErrorReply(QDBusError::NoReply);
+        if (address.endsWith(u"/failing")) {
+            QDBusMessage response =
+                QDBusMessage::createSignal(u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(
+                                               message().service().mid(1).replace(u'.', u'_'),
+                                               options[u"handle_token"_s].toString()),
+                                           u"org.freedesktop.portal.Request"_s, u"Response"_s);
+            m_bus.send(response << 2U << QVariantMap());
+        }
         return QDBusObjectPath(u"/request"_s);
     }
 
@@ -84,10 +93,15 @@ private:
     /// A program in \p folder that logs \p name and its arguments.
     void makeCommand(const QTemporaryDir &folder, const QString &file, const QByteArray &name) const
     {
-        QFile command(folder.filePath(file));
+        makeScript(folder.filePath(file), "exec >>'" + m_folder.filePath(u"log"_s).toUtf8() +
+                                              "'\necho " + name + " \"$@\"");
+    }
+
+    static void makeScript(const QString &path, const QByteArray &text)
+    {
+        QFile command(path);
         QVERIFY(command.open(QIODevice::WriteOnly));
-        command.write("#!/bin/sh\nexec >>'" + m_folder.filePath(u"log"_s).toUtf8() + "'\necho " +
-                      name + " \"$@\"\n");
+        command.write("#!/bin/sh\n" + text + '\n');
         QVERIFY(command.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     }
 
@@ -146,6 +160,31 @@ private Q_SLOTS:
         QTRY_COMPARE(openedByCommand(), u"https://example.com/?state=1\n"_s);
         m_workspace.revealFile(u"/tmp/a b/c.m4a"_s);
         QTRY_COMPARE(openedByCommand(), u"https://example.com/?state=1\n/tmp/a b\n"_s);
+    }
+
+    void obstaclesOfASignInAreTold()
+    {
+        const QTemporaryDir programs;
+        qputenv("PATH", programs.path().toUtf8() + ':' + m_path);
+        QStringList told;
+        const auto open = [&](const QString &address) {
+            m_workspace.openSignInPage(address, [&](const QString &other) { told.append(other); });
+        };
+        const QString query = programs.filePath(u"xdg-mime"_s);
+        makeScript(query, "echo com.parlovance.Parlovance.desktop");
+        {
+            const FakeDesktop desktop;
+            open(u"https://example.com/failing"_s);
+            QTRY_COMPARE(told, QStringList(u""_s));
+        }
+        makeScript(query, R"([ "$*" = 'query default x-scheme-handler/parlovance' ] &&)"
+                          " echo org.other.desktop");
+        makeScript(programs.filePath(u"xdg-open"_s), "exit 3");
+        open(u"https://example.com/"_s);
+        QTRY_COMPARE(told.size(), 3);
+        told.sort();
+        QCOMPARE(told, QStringList({u""_s, u""_s, u"org.other"_s}));
+        qputenv("PATH", m_folder.path().toUtf8() + ':' + m_path);
     }
 
     void settingsOfTheRunningDesktop_data()

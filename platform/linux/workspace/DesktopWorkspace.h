@@ -18,6 +18,8 @@ public:
     }
 
     void openAddress(const QString &address) override;
+    void openSignInPage(const QString &address,
+                        std::function<void(const QString &otherProgram)> obstructed) override;
     void revealFile(const QString &path) override;
     void openSettings(SettingsPage page) override;
     void startNewInstance(std::function<void()> reported) override;
