@@ -89,7 +89,40 @@ private Q_SLOTS:
              {u"/api/oss/sign-upload"_s, u"/api/meetings"_s, u"/api/meetings/reconcile"_s})
             QCOMPARE(send("POST", path, "{}")->status(), 401);
         QCOMPARE(send("GET", u"/api/auth/me"_s)->status(), 401);
-        QCOMPARE(send("GET", u"/objects/../service.json"_s)->status(), 404);
+    }
+
+    void showsMeetingsOnlyToTheBrowserThatSignedIn()
+    {
+        const QJsonObject meeting = m_service->store().createMeeting(u"a@example.com"_s, {});
+        const QString page = u"/app/meetings/"_s + meeting[u"id"_s].toString();
+        const auto shown = [&](const QString &path, const QString &email, const char *host) {
+            HttpRequest request("GET", m_service->origin() + path);
+            if (!email.isEmpty())
+                request.addHeader("Cookie",
+                                  "a=b; session=" + m_service->store().signIn(email).toLatin1());
+            if (host)
+                request.addHeader("Host", host);
+            return answerTo(request)->status();
+        };
+        const auto a = u"a@example.com"_s;
+        QCOMPARE(shown(page, a, nullptr), 200);
+        QCOMPARE(shown(page, u"b@example.com"_s, nullptr), 404);
+        QCOMPARE(shown(u"/objects/../service.json"_s, a, nullptr), 404);
+        for (const QString &path : {page, u"/app"_s, u"/objects/x"_s})
+            QCOMPARE(shown(path, {}, nullptr), 401);
+        QCOMPARE(shown(page, a, "rebound.example:80"), 421);
+    }
+
+    void keepsEverythingPrivate()
+    {
+        const QString folder = m_folder.filePath(u"new/service"_s);
+        ServiceStore store(folder);
+        store.signIn(u"a@example.com"_s);
+        constexpr auto own = QFileDevice::ReadUser | QFileDevice::WriteUser;
+        for (const QString &path : {folder, folder + u"/objects"_s})
+            QCOMPARE(QFile::permissions(path) & ~ServiceStore::privateFile & ~own,
+                     QFileDevice::ExeOwner | QFileDevice::ExeUser);
+        QCOMPARE(QFile::permissions(folder + u"/service.json"_s), ServiceStore::privateFile | own);
     }
 
     void misbehavesAsTold()

@@ -20,6 +20,9 @@ QByteArray storageRefusal(const QByteArray &code)
     return R"(<?xml version="1.0" encoding="UTF-8"?><Error><Code>)" + code + "</Code></Error>";
 }
 
+/// What the cookie of a browser that has signed in begins with; a token comes behind it.
+const QByteArray pageSession = "session=";
+
 constexpr std::array exchangeNames{
     "signUpload", "objectUpload",  "createMeeting", "reconcile",
     "identity",   "latestRelease", "signInPage",
@@ -81,6 +84,10 @@ const std::array<LocalService::Route, 12> LocalService::routes{{
 
 void LocalService::serve(ServiceCall call)
 {
+    if (!isOwnHost(call.header("Host"))) {
+        call.answerPage(421, Pages::problem(u"这个地址不属于本机服务。"_s));
+        return call.sendAnswer();
+    }
     const QString path = call.path();
     const QString anyName = path.chopped(call.name().size()) + u'*';
     const auto *const route = std::ranges::find_if(routes, [&](const Route &candidate) {
@@ -142,6 +149,27 @@ std::optional<QString> LocalService::account(ServiceCall &call)
     return email;
 }
 
+bool LocalService::isOwnHost(const QByteArray &host) const
+{
+    const QByteArray port = ':' + QByteArray::number(m_server->port());
+    return host == "127.0.0.1" + port || host == "localhost" + port;
+}
+
+/// The account that was signed in with in this browser; without one the page is answered here.
+std::optional<QString> LocalService::visitor(ServiceCall &call)
+{
+    for (const QByteArray &cookie : call.header("Cookie").split(';')) {
+        const QByteArray pair = cookie.trimmed();
+        const auto email = pair.startsWith(pageSession)
+                               ? m_store.emailOf(QString::fromLatin1(pair.mid(pageSession.size())))
+                               : std::nullopt;
+        if (email)
+            return email;
+    }
+    call.answerPage(401, Pages::problem(u"请先从应用中登录。"_s));
+    return std::nullopt;
+}
+
 void LocalService::signUpload(ServiceCall &call)
 {
     if (!account(call))
@@ -171,7 +199,7 @@ void LocalService::storeObject(ServiceCall &call)
     const QString path = m_store.objectPath(place.key);
     QFile part(path + u".part"_s);
     const bool isStored =
-        part.open(QIODevice::WriteOnly) &&
+        part.open(QIODevice::WriteOnly, ServiceStore::privateFile) &&
         call.readBody(-1,
                       [&](QByteArrayView bytes) {
                           return part.write(bytes.data(), bytes.size()) == bytes.size();
@@ -249,7 +277,10 @@ void LocalService::finishSignIn(ServiceCall &call)
     };
     const QString callback = u"parlovance://auth?token=%1&state=%2&email=%3"_s.arg(
         escaped(m_store.signIn(email)), escaped(state), escaped(email));
-    call.answerPage(303, Pages::signedIn(callback), "Location: " + callback.toUtf8() + "\r\n");
+    const QByteArray cookie =
+        pageSession + m_store.signIn(email).toLatin1() + "; Path=/; HttpOnly; SameSite=Strict";
+    call.answerPage(303, Pages::signedIn(callback),
+                    "Location: " + callback.toUtf8() + "\r\nSet-Cookie: " + cookie + "\r\n");
 }
 
 void LocalService::homePage(ServiceCall &call)
@@ -259,12 +290,17 @@ void LocalService::homePage(ServiceCall &call)
 
 void LocalService::meetingsPage(ServiceCall &call)
 {
-    call.answerPage(200, Pages::meetings(m_store.meetings()));
+    if (const auto email = visitor(call))
+        call.answerPage(200, Pages::meetings(m_store.meetings(*email)));
 }
 
 void LocalService::meetingPage(ServiceCall &call)
 {
-    if (const auto meeting = m_store.meeting(call.name()))
+    const auto email = visitor(call);
+    if (!email)
+        return;
+    const auto meeting = m_store.meeting(call.name());
+    if (meeting && (*meeting)[u"account"_s] == *email)
         call.answerPage(200, Pages::meeting(*meeting));
     else
         call.answerPage(404, Pages::problem(u"没有这个会议。"_s));
@@ -272,5 +308,6 @@ void LocalService::meetingPage(ServiceCall &call)
 
 void LocalService::sendObject(ServiceCall &call)
 {
-    call.answerFile(m_store.objectPath(call.name()), "audio/mp4");
+    if (visitor(call))
+        call.answerFile(m_store.objectPath(call.name()), "audio/mp4");
 }

@@ -8,6 +8,7 @@ is fetched into the session's folder.
 """
 
 import html.parser
+import http.cookiejar
 import os
 import pathlib
 import subprocess
@@ -49,7 +50,11 @@ class NoRedirect(urllib.request.HTTPRedirectHandler):
 def main():
     address = sys.argv[1]
     folder = pathlib.Path(os.environ["PARLOVANCE_SESSION"])
-    opener = urllib.request.build_opener(NoRedirect, urllib.request.ProxyHandler({}))
+    cookies = http.cookiejar.LWPCookieJar(folder / "cookies")
+    if (folder / "cookies").exists():
+        cookies.load(ignore_discard=True)
+    opener = urllib.request.build_opener(NoRedirect, urllib.request.ProxyHandler({}),
+                                         urllib.request.HTTPCookieProcessor(cookies))
     with opener.open(address) as reply:
         page = Page(reply.read().decode())
     if page.action:
@@ -59,6 +64,7 @@ def main():
         except urllib.error.HTTPError as answer:
             if answer.code != 303:
                 raise
+            cookies.save(ignore_discard=True)
             subprocess.run(["xdg-open", answer.headers["Location"]], check=True)
     if page.audio:
         part = folder / "fetched.part"
