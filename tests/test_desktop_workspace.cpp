@@ -10,6 +10,8 @@
 #include <QTest>
 #include <QVariantMap>
 
+#include <memory>
+
 using namespace Qt::StringLiterals;
 
 namespace
@@ -164,26 +166,28 @@ private Q_SLOTS:
 
     void obstaclesOfASignInAreTold()
     {
-        const QTemporaryDir programs;
-        qputenv("PATH", programs.path().toUtf8() + ':' + m_path);
-        QStringList told;
-        const auto open = [&](const QString &address) {
-            m_workspace.openSignInPage(address, [&](const QString &other) { told.append(other); });
+        const auto told = std::make_shared<QStringList>();
+        const auto open = [&](const QTemporaryDir &programs, const QString &address) {
+            qputenv("PATH", programs.path().toUtf8() + ':' + m_path);
+            m_workspace.openSignInPage(address,
+                                       [told](const QString &other) { told->append(other); });
         };
-        const QString query = programs.filePath(u"xdg-mime"_s);
-        makeScript(query, "echo com.parlovance.Parlovance.desktop");
+        const QTemporaryDir own;
+        makeScript(own.filePath(u"xdg-mime"_s), "echo com.parlovance.Parlovance.desktop");
+        const QTemporaryDir other;
+        makeScript(other.filePath(u"xdg-mime"_s),
+                   R"([ "$*" = 'query default x-scheme-handler/parlovance' ] &&)"
+                   " echo org.other.desktop");
+        makeScript(other.filePath(u"xdg-open"_s), "exit 3");
         {
             const FakeDesktop desktop;
-            open(u"https://example.com/failing"_s);
-            QTRY_COMPARE(told, QStringList(u""_s));
+            open(own, u"https://example.com/failing"_s);
+            QTRY_COMPARE(*told, QStringList(u""_s));
         }
-        makeScript(query, R"([ "$*" = 'query default x-scheme-handler/parlovance' ] &&)"
-                          " echo org.other.desktop");
-        makeScript(programs.filePath(u"xdg-open"_s), "exit 3");
-        open(u"https://example.com/"_s);
-        QTRY_COMPARE(told.size(), 3);
-        told.sort();
-        QCOMPARE(told, QStringList({u""_s, u""_s, u"org.other"_s}));
+        open(other, u"https://example.com/"_s);
+        QTRY_COMPARE(told->size(), 3);
+        told->sort();
+        QCOMPARE(*told, QStringList({u""_s, u""_s, u"org.other"_s}));
         qputenv("PATH", m_folder.path().toUtf8() + ':' + m_path);
     }
 

@@ -21,14 +21,15 @@ constexpr std::chrono::minutes responseLimit{10};
 constexpr uint endedOtherwise = 2;
 } // namespace
 
-void BrowserOpening::start(const QString &address, std::function<void()> failed)
+void BrowserOpening::start(QObject &owner, const QString &address, std::function<void()> failed)
 {
-    auto *const opening = new BrowserOpening(address, std::move(failed));
+    auto *const opening = new BrowserOpening(address, std::move(failed), &owner);
     opening->askPortal();
 }
 
-BrowserOpening::BrowserOpening(QString address, std::function<void()> failed)
-    : m_address(std::move(address))
+BrowserOpening::BrowserOpening(QString address, std::function<void()> failed, QObject *parent)
+    : QObject(parent)
+    , m_address(std::move(address))
     , m_failed(std::move(failed))
 {
 }

@@ -72,7 +72,7 @@ void DesktopWorkspace::openAddress(const QString &address)
     const auto allowed = WebAddress::parse(address, WebAddress::LoopbackHttp::allowed);
     if (!allowed)
         return;
-    BrowserOpening::start(QString::fromLatin1(allowed->encoded()), {});
+    BrowserOpening::start(m_openings, QString::fromLatin1(allowed->encoded()), {});
 }
 
 void DesktopWorkspace::openSignInPage(const QString &address,
@@ -82,7 +82,7 @@ void DesktopWorkspace::openSignInPage(const QString &address,
     if (!allowed)
         return;
     findOtherProgram(obstructed);
-    BrowserOpening::start(QString::fromLatin1(allowed->encoded()),
+    BrowserOpening::start(m_openings, QString::fromLatin1(allowed->encoded()),
                           [obstructed] { obstructed(QString()); });
 }
 

@@ -2,6 +2,7 @@
 
 #include "platform/Workspace.h"
 
+#include <QObject>
 #include <QStringList>
 
 #include <utility>
@@ -26,4 +27,5 @@ public:
 
 private:
     const QStringList m_newInstance;
+    QObject m_openings; ///< owns the openings of pages that have not ended
 };
