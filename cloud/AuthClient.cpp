@@ -33,6 +33,14 @@ std::optional<QString> undisguised(std::optional<QString> email)
         return std::nullopt;
     return email;
 }
+/// Empty: no browser could be opened.
+QString obstacle(const QString &otherProgram)
+{
+    if (otherProgram.isEmpty())
+        return u"无法打开浏览器，请在系统设置中选择默认浏览器后重试"_s;
+    return u"登录后会回跳到“%1”，请在系统设置中让 Parlovance 打开 parlovance 链接后重试"_s.arg(
+        presentable(otherProgram));
+}
 } // namespace
 
 AuthClient::AuthClient(ConfiguredOrigin origin, HttpSession &http, SecretStore &secrets,
@@ -116,9 +124,23 @@ void AuthClient::beginLogin()
 {
     const QString state = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
     m_pendingState = state;
+    setSignInProblem(std::nullopt);
     // Silent: every other call tells that the origin is not configured properly.
-    if (m_origin)
-        m_workspace.openAddress(m_origin->signInPage(state));
+    if (!m_origin)
+        return;
+    const auto tell = [self = QPointer(this), state](const QString &otherProgram) {
+        if (self && self->m_pendingState == state)
+            self->setSignInProblem(obstacle(otherProgram));
+    };
+    m_workspace.openSignInPage(m_origin->signInPage(state), tell);
+}
+
+void AuthClient::setSignInProblem(const std::optional<QString> &problem)
+{
+    if (m_signInProblem == problem)
+        return;
+    m_signInProblem = problem;
+    Q_EMIT changed();
 }
 
 void AuthClient::handleCallback(const QString &url)
@@ -141,12 +163,15 @@ void AuthClient::handleCallback(const QString &url)
         truth(callback.hasItem(u"token")), truth(callback.hasItem(u"state")),
         m_pendingState.value_or(u"nil"_s)));
     m_lastError = u"登录回调验证失败"_s;
+    if (m_pendingState)
+        m_signInProblem = m_lastError;
     Q_EMIT changed();
 }
 
 void AuthClient::completeLogin(const QString &token, std::optional<QString> email)
 {
     m_pendingState.reset();
+    m_signInProblem.reset();
     email = undisguised(std::move(email));
     if (email && email->isEmpty())
         email.reset();

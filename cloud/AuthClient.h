@@ -52,6 +52,10 @@ public:
     /// The last failed sign-in or refused session, for the user. Nothing clears it.
     const std::optional<QString> &lastError() const { return m_lastError; }
 
+    /// What keeps the sign-in under way from its end, and what the user can do; none where nothing
+    /// is known to.
+    const std::optional<QString> &signInProblem() const { return m_signInProblem; }
+
     /// Opens the sign-in page in the browser. Only the latest attempt can be completed, and none
     /// after a restart. Without a usable origin nothing is opened; the attempt counts all the same.
     void beginLogin();
@@ -84,6 +88,7 @@ private:
     void adoptWhenItComes(const QFuture<std::optional<QString>> &text);
     void saveSession(const AuthSession &session);
     void deleteSession();
+    void setSignInProblem(const std::optional<QString> &problem);
     void completeLogin(const QString &token, std::optional<QString> email);
     void adoptEmail(const std::optional<QString> &email);
     bool judgeStatus(int status, const QString &token);
@@ -98,4 +103,5 @@ private:
     bool m_hasChangedSession = false; // since it was loaded, or not found
     std::optional<QString> m_lastError;
     std::optional<QString> m_pendingState; // of the sign-in under way
+    std::optional<QString> m_signInProblem;
 };

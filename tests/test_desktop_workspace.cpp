@@ -3,11 +3,14 @@
 
 #include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QVariantMap>
+
+#include <memory>
 
 using namespace Qt::StringLiterals;
 
@@ -32,11 +35,19 @@ public:
     QStringList opened;
 
 public Q_SLOTS:
-    QDBusObjectPath OpenURI(const QString &, const QString &address, const QVariantMap &)
+    QDBusObjectPath OpenURI(const QString &, const QString &address, const QVariantMap &options)
     {
         opened.append(address);
         if (address.endsWith(u"/silent"))
             sendErrorReply(QDBusError::NoReply);
+        if (address.endsWith(u"/failing")) {
+            QDBusMessage response =
+                QDBusMessage::createSignal(u"/org/freedesktop/portal/desktop/request/%1/%2"_s.arg(
+                                               message().service().mid(1).replace(u'.', u'_'),
+                                               options[u"handle_token"_s].toString()),
+                                           u"org.freedesktop.portal.Request"_s, u"Response"_s);
+            m_bus.send(response << 2U << QVariantMap());
+        }
         return QDBusObjectPath(u"/request"_s);
     }
 
@@ -84,10 +95,15 @@ private:
     /// A program in \p folder that logs \p name and its arguments.
     void makeCommand(const QTemporaryDir &folder, const QString &file, const QByteArray &name) const
     {
-        QFile command(folder.filePath(file));
+        makeScript(folder.filePath(file), "exec >>'" + m_folder.filePath(u"log"_s).toUtf8() +
+                                              "'\necho " + name + " \"$@\"");
+    }
+
+    static void makeScript(const QString &path, const QByteArray &text)
+    {
+        QFile command(path);
         QVERIFY(command.open(QIODevice::WriteOnly));
-        command.write("#!/bin/sh\nexec >>'" + m_folder.filePath(u"log"_s).toUtf8() + "'\necho " +
-                      name + " \"$@\"\n");
+        command.write("#!/bin/sh\n" + text + '\n');
         QVERIFY(command.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     }
 
@@ -146,6 +162,33 @@ private Q_SLOTS:
         QTRY_COMPARE(openedByCommand(), u"https://example.com/?state=1\n"_s);
         m_workspace.revealFile(u"/tmp/a b/c.m4a"_s);
         QTRY_COMPARE(openedByCommand(), u"https://example.com/?state=1\n/tmp/a b\n"_s);
+    }
+
+    void obstaclesOfASignInAreTold()
+    {
+        const auto told = std::make_shared<QStringList>();
+        const auto open = [&](const QTemporaryDir &programs, const QString &address) {
+            qputenv("PATH", programs.path().toUtf8() + ':' + m_path);
+            m_workspace.openSignInPage(address,
+                                       [told](const QString &other) { told->append(other); });
+        };
+        const QTemporaryDir own;
+        makeScript(own.filePath(u"xdg-mime"_s), "echo com.parlovance.Parlovance.desktop");
+        const QTemporaryDir other;
+        makeScript(other.filePath(u"xdg-mime"_s),
+                   R"([ "$*" = 'query default x-scheme-handler/parlovance' ] &&)"
+                   " echo org.other.desktop");
+        makeScript(other.filePath(u"xdg-open"_s), "exit 3");
+        {
+            const FakeDesktop desktop;
+            open(own, u"https://example.com/failing"_s);
+            QTRY_COMPARE(*told, QStringList(u""_s));
+        }
+        open(other, u"https://example.com/"_s);
+        QTRY_COMPARE(told->size(), 3);
+        told->sort();
+        QCOMPARE(*told, QStringList({u""_s, u""_s, u"org.other"_s}));
+        qputenv("PATH", m_folder.path().toUtf8() + ':' + m_path);
     }
 
     void settingsOfTheRunningDesktop_data()

@@ -3,9 +3,7 @@
 #include "tools/localservice/LocalService.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
-#include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -72,28 +70,6 @@ private Q_SLOTS:
         QCOMPARE(send("POST", u"/desktop-auth"_s, "state=&email=x")->status(), 400);
     }
 
-    void keepsToItselfWhatItStores()
-    {
-        QTcpSocket browser;
-        const QUrl origin(m_service->origin());
-        const auto ask = [&](const QByteArray &host, const QByteArray &token) {
-            browser.connectToHost(u"127.0.0.1"_s, static_cast<quint16>(origin.port()));
-            browser.write("GET /app HTTP/1.1\r\nHost: " + host +
-                          "\r\nCookie: a=b; parlovance-session=" + token + "\r\n\r\n");
-            QByteArray reply;
-            while (browser.waitForReadyRead())
-                reply += browser.readAll();
-            return reply.mid(9, 3);
-        };
-        const QByteArray port = ':' + QByteArray::number(origin.port());
-        QCOMPARE(ask("127.0.0.1" + port, m_token.toUtf8()), "200");
-        QCOMPARE(ask("localhost" + port, "guessed"), "401");
-        QCOMPARE(ask("elsewhere.example" + port, m_token.toUtf8()), "421");
-        const auto others = QFile::ReadGroup | QFile::ReadOther | QFile::ExeGroup | QFile::ExeOther;
-        for (const QString &name : {u"."_s, u"objects"_s, u"service.json"_s})
-            QVERIFY(!(QFileInfo(m_folder.filePath(name)).permissions() & others));
-    }
-
     void refusesWhatTheRealOneRefuses()
     {
         QFile recording(m_folder.filePath(u"recording.m4a"_s));
@@ -113,7 +89,40 @@ private Q_SLOTS:
              {u"/api/oss/sign-upload"_s, u"/api/meetings"_s, u"/api/meetings/reconcile"_s})
             QCOMPARE(send("POST", path, "{}")->status(), 401);
         QCOMPARE(send("GET", u"/api/auth/me"_s)->status(), 401);
-        QCOMPARE(send("GET", u"/objects/../service.json"_s)->status(), 404);
+    }
+
+    void showsMeetingsOnlyToTheBrowserThatSignedIn()
+    {
+        const QJsonObject meeting = m_service->store().createMeeting(u"a@example.com"_s, {});
+        const QString page = u"/app/meetings/"_s + meeting[u"id"_s].toString();
+        const auto shown = [&](const QString &path, const QString &email, const char *host) {
+            HttpRequest request("GET", m_service->origin() + path);
+            if (!email.isEmpty())
+                request.addHeader("Cookie",
+                                  "a=b; session=" + m_service->store().signIn(email).toLatin1());
+            if (host)
+                request.addHeader("Host", host);
+            return answerTo(request)->status();
+        };
+        const auto a = u"a@example.com"_s;
+        QCOMPARE(shown(page, a, nullptr), 200);
+        QCOMPARE(shown(page, u"b@example.com"_s, nullptr), 404);
+        QCOMPARE(shown(u"/objects/../service.json"_s, a, nullptr), 404);
+        for (const QString &path : {page, u"/app"_s, u"/objects/x"_s})
+            QCOMPARE(shown(path, {}, nullptr), 401);
+        QCOMPARE(shown(page, a, "rebound.example:80"), 421);
+    }
+
+    void keepsEverythingPrivate()
+    {
+        const QString folder = m_folder.filePath(u"new/service"_s);
+        ServiceStore store(folder);
+        store.signIn(u"a@example.com"_s);
+        constexpr auto own = QFileDevice::ReadUser | QFileDevice::WriteUser;
+        for (const QString &path : {folder, folder + u"/objects"_s})
+            QCOMPARE(QFile::permissions(path) & ~ServiceStore::privateFile & ~own,
+                     QFileDevice::ExeOwner | QFileDevice::ExeUser);
+        QCOMPARE(QFile::permissions(folder + u"/service.json"_s), ServiceStore::privateFile | own);
     }
 
     void misbehavesAsTold()

@@ -227,6 +227,8 @@ private Q_SLOTS:
         stage.auth->handleUnauthorized(u"t0"_s);
         QVERIFY(!stage.isShown(u"account"_s) && stage.isShown(u"connect"_s));
         stage.click(u"connect"_s);
+        stage.desktop.workspace.obstructed(QString());
+        QVERIFY(stage.find<QLabel>(u"explanation"_s).text().startsWith(u"无法打开浏览器"_s));
         stage.desktop.returnFromBrowser(); // without an address
         QCOMPARE(stage.texts(u"account"_s), QStringList({u"已登录"_s, u"已连接"_s}));
     }

@@ -100,6 +100,8 @@ private Q_SLOTS:
         stage.click(u"signIn"_s);
         QVERIFY(stage.desktop.workspace.opened.last().startsWith(
             u"https://s.example/desktop-auth?state="_s));
+        stage.desktop.workspace.obstructed(QString());
+        QVERIFY(shown().last().startsWith(u"无法打开浏览器"_s));
         stage.desktop.returnFromBrowser(u"a@b.c"_s);
         QVERIFY(shown().isEmpty());
         stage.auth->handleUnauthorized(u"t1"_s);

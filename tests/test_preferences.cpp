@@ -282,6 +282,8 @@ private Q_SLOTS:
         QCOMPARE(stage.texts(), QStringList({row, u"未登录"_s, u"[连接网页账号]"_s}));
         QVERIFY(!stage.isShown(u"accountDot"_s));
         stage.click(u"signIn"_s);
+        stage.desktop.workspace.obstructed(QString());
+        QVERIFY(stage.texts().last().startsWith(u"无法打开浏览器"_s));
         stage.desktop.returnFromBrowser(u"a@b.c"_s);
         QCOMPARE(stage.texts(), QStringList({row, u"a@b.c"_s, out}));
         QVERIFY(stage.isShown(u"accountDot"_s));

@@ -14,6 +14,7 @@ private Q_SLOTS:
     void callback_data();
     void callback();
     void callbackOfAnEarlierAttemptFails();
+    void obstaclesAreToldUntilTheNextAttempt();
     void callbackWithoutAttemptFails();
     void sessionLivesOnWhereItCannotBeStored();
     void tokenIsNowhereElse();
@@ -121,6 +122,27 @@ void SignInTest::callbackOfAnEarlierAttemptFails()
 
     desktop.client->handleCallback(u"parlovance://auth?token=t&state="_s + desktop.openedState());
     QVERIFY(desktop.client->isLoggedIn());
+}
+
+void SignInTest::obstaclesAreToldUntilTheNextAttempt()
+{
+    AuthDesktop desktop;
+    const AuthClient &client = desktop.start();
+    desktop.client->beginLogin();
+    const auto ofEarlierAttempt = desktop.workspace.obstructed;
+    ofEarlierAttempt(QString());
+    QVERIFY(client.signInProblem().value().contains(u"无法打开浏览器"_s));
+
+    desktop.client->beginLogin();
+    ofEarlierAttempt(QString());
+    QCOMPARE(client.signInProblem(), std::nullopt);
+    desktop.workspace.obstructed(u"org.other"_s);
+    QVERIFY(client.signInProblem().value().contains(u"“org.other”"_s));
+    desktop.client->handleCallback(u"parlovance://auth?token=t&state=x"_s);
+    QCOMPARE(client.signInProblem(), u"登录回调验证失败"_s);
+
+    desktop.returnFromBrowser();
+    QCOMPARE(client.signInProblem(), std::nullopt);
 }
 
 void SignInTest::callbackWithoutAttemptFails()

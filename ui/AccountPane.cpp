@@ -26,11 +26,15 @@ AccountPane::AccountPane(AuthClient &auth, QWidget *parent)
     , m_account(new TextLabel({}, MS::system(12), MS::text))
     , m_signOut(new PlainButton(raisedFace(12, MS::ember, buttonPadding), u"退出登录"_s))
     , m_signIn(new PlainButton(amberFace(12, buttonPadding), u"连接网页账号"_s))
+    , m_problem(new TextLabel({}, MS::system(11), MS::ember))
 {
     m_dot->setObjectName(u"accountDot"_s);
     m_account->setObjectName(u"account"_s);
     m_signOut->setObjectName(u"signOut"_s);
     m_signIn->setObjectName(u"signIn"_s);
+    m_problem->setObjectName(u"problem"_s);
+    m_problem->setMaximumLines(3);
+    m_problem->setContentsMargins(20, 0, 20, 14);
     connect(m_signOut, &QAbstractButton::clicked, &m_auth, &AuthClient::logout);
     connect(m_signIn, &QAbstractButton::clicked, &m_auth, &AuthClient::beginLogin);
 
@@ -44,6 +48,7 @@ AccountPane::AccountPane(AuthClient &auth, QWidget *parent)
     column->setSpacing(0);
     column->addWidget(new PrefRow(u"当前账号"_s, {}, makeAccount()));
     column->addLayout(buttons);
+    column->addWidget(m_problem);
 
     connect(&m_auth, &AuthClient::changed, this, &AccountPane::refresh);
     refresh();
@@ -71,4 +76,6 @@ void AccountPane::refresh()
     m_account->setColor(email ? MS::text : MS::muted);
     setShown(*m_signOut, m_auth.isLoggedIn());
     setShown(*m_signIn, !m_auth.isLoggedIn());
+    m_problem->setText(m_auth.signInProblem().value_or(QString()));
+    setShown(*m_problem, m_auth.signInProblem().has_value());
 }

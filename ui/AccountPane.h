@@ -24,4 +24,5 @@ private:
     TextLabel *m_account;
     PlainButton *m_signOut;
     PlainButton *m_signIn;
+    TextLabel *m_problem;
 };

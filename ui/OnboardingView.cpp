@@ -44,7 +44,7 @@ OnboardingView::OnboardingView(AuthClient &auth, PermissionChecker &perms, Prefs
 void OnboardingView::build(const ConfiguredOrigin &origin)
 {
     auto *const signIn = new SignInStep(m_auth);
-    auto *const wait = new SignInWaitStep(origin);
+    auto *const wait = new SignInWaitStep(m_auth, origin);
     connect(signIn, &SignInStep::signInRequested, this, &OnboardingView::beginSignIn);
     connect(wait, &SignInWaitStep::cancelled, this, [this] { setWaiting(false); });
     m_pages->addWidget(new WelcomeStep);

@@ -36,6 +36,7 @@ SignInBanner::SignInBanner(AuthClient &auth, QWidget *parent)
     setObjectName(u"signInBanner"_s);
     m_title->setObjectName(u"title"_s);
     m_subtitle->setObjectName(u"subtitle"_s);
+    m_subtitle->setMaximumLines(3);
     auto *const signIn = new PlainButton(signInFace(), u"登录 →"_s, this);
     signIn->setObjectName(u"signIn"_s);
     connect(signIn, &QAbstractButton::clicked, &m_auth, &AuthClient::beginLogin);
@@ -60,8 +61,10 @@ void SignInBanner::refresh()
     const bool isExpired = m_auth.sessionStatus() == SessionStatus::expired;
     m_icon->setSymbol(isExpired ? u"exclamationmark.triangle.fill"_s : u"cloud"_s, MS::amber);
     m_title->setText(isExpired ? u"登录已过期，请重新登录"_s : u"登录网页版账号以云端同步"_s);
-    m_subtitle->setText(isExpired ? u"上一次会话已失效，重新登录后可继续上传"_s
-                                  : u"未登录时会议仅保存在本机"_s);
+    const QString advice =
+        isExpired ? u"上一次会话已失效，重新登录后可继续上传"_s : u"未登录时会议仅保存在本机"_s;
+    m_subtitle->setText(m_auth.signInProblem().value_or(advice));
+    m_subtitle->setColor(m_auth.signInProblem() ? MS::ember : MS::faint);
     setShown(*this, !m_auth.isLoggedIn());
 }
 

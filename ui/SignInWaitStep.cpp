@@ -1,5 +1,6 @@
 #include "ui/SignInWaitStep.h"
 
+#include "cloud/AuthClient.h"
 #include "ui/MS.h"
 #include "ui/PlainButton.h"
 #include "ui/RoundedBox.h"
@@ -40,13 +41,20 @@ QWidget *makeWaitBox()
 }
 } // namespace
 
-SignInWaitStep::SignInWaitStep(const ConfiguredOrigin &origin, QWidget *parent)
+SignInWaitStep::SignInWaitStep(const AuthClient &auth, const ConfiguredOrigin &origin,
+                               QWidget *parent)
     : QWidget(parent)
 {
     setObjectName(u"signInWaitStep"_s);
-    auto *const line = new TextLabel(explanation(origin), MS::system(12), MS::muted);
+    auto *const line = new TextLabel({}, MS::system(12), MS::muted);
     line->setObjectName(u"explanation"_s);
     line->setMaximumLines(3);
+    const auto explain = [line, &auth, text = explanation(origin)] {
+        line->setText(auth.signInProblem().value_or(text));
+        line->setColor(auth.signInProblem() ? MS::ember : MS::muted);
+    };
+    connect(&auth, &AuthClient::changed, this, explain);
+    explain();
     const ButtonFace cancelFace{.font = MS::system(11),
                                 .textColor = MS::muted,
                                 .radius = 5.0,

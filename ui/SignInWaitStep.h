@@ -4,13 +4,17 @@
 
 #include <QWidget>
 
+class AuthClient;
+
 /// The third step of the onboarding while the user is signing in with the browser. Main thread.
 class SignInWaitStep : public QWidget
 {
     Q_OBJECT
 
 public:
-    explicit SignInWaitStep(const ConfiguredOrigin &origin, QWidget *parent = nullptr);
+    /// \p auth must outlive this object.
+    SignInWaitStep(const AuthClient &auth, const ConfiguredOrigin &origin,
+                   QWidget *parent = nullptr);
 
 Q_SIGNALS:
     void cancelled();

@@ -13,13 +13,15 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-const QByteArray cookieName("parlovance-session=");
 
 /// The refusals of object storage are XML.
 QByteArray storageRefusal(const QByteArray &code)
 {
     return R"(<?xml version="1.0" encoding="UTF-8"?><Error><Code>)" + code + "</Code></Error>";
 }
+
+/// What the cookie of a browser that has signed in begins with; a token comes behind it.
+const QByteArray pageSession = "session=";
 
 constexpr std::array exchangeNames{
     "signUpload", "objectUpload",  "createMeeting", "reconcile",
@@ -43,13 +45,6 @@ bool LocalService::listen(int port)
 QString LocalService::origin() const
 {
     return m_server->origin();
-}
-
-bool LocalService::isOwnHost(const QString &host) const
-{
-    const QString port = u':' + QString::number(m_server->port());
-    return host == u"127.0.0.1"_s + port ||
-           host.compare(u"localhost"_s + port, Qt::CaseInsensitive) == 0;
 }
 
 void LocalService::setLatestRelease(const QJsonObject &release)
@@ -89,9 +84,7 @@ const std::array<LocalService::Route, 12> LocalService::routes{{
 
 void LocalService::serve(ServiceCall call)
 {
-    // Another site can let its own name lead to this address, and would read what is answered.
-    const QString host = QString::fromLatin1(call.header("Host"));
-    if (!isOwnHost(host)) {
+    if (!isOwnHost(call.header("Host"))) {
         call.answerPage(421, Pages::problem(u"这个地址不属于本机服务。"_s));
         return call.sendAnswer();
     }
@@ -156,13 +149,19 @@ std::optional<QString> LocalService::account(ServiceCall &call)
     return email;
 }
 
-/// The account whose sign-in the browser remembers; without one the page is answered here.
-std::optional<QString> LocalService::reader(ServiceCall &call)
+bool LocalService::isOwnHost(const QByteArray &host) const
 {
-    for (const QByteArray &part : call.header("Cookie").split(';')) {
-        const QByteArray cookie = part.trimmed();
-        const auto email = cookie.startsWith(cookieName)
-                               ? m_store.emailOf(QString::fromLatin1(cookie.mid(cookieName.size())))
+    const QByteArray port = ':' + QByteArray::number(m_server->port());
+    return host == "127.0.0.1" + port || host == "localhost" + port;
+}
+
+/// The account that was signed in with in this browser; without one the page is answered here.
+std::optional<QString> LocalService::visitor(ServiceCall &call)
+{
+    for (const QByteArray &cookie : call.header("Cookie").split(';')) {
+        const QByteArray pair = cookie.trimmed();
+        const auto email = pair.startsWith(pageSession)
+                               ? m_store.emailOf(QString::fromLatin1(pair.mid(pageSession.size())))
                                : std::nullopt;
         if (email)
             return email;
@@ -200,7 +199,7 @@ void LocalService::storeObject(ServiceCall &call)
     const QString path = m_store.objectPath(place.key);
     QFile part(path + u".part"_s);
     const bool isStored =
-        part.open(QIODevice::WriteOnly, QFile::ReadOwner | QFile::WriteOwner) &&
+        part.open(QIODevice::WriteOnly, ServiceStore::privateFile) &&
         call.readBody(-1,
                       [&](QByteArrayView bytes) {
                           return part.write(bytes.data(), bytes.size()) == bytes.size();
@@ -278,10 +277,10 @@ void LocalService::finishSignIn(ServiceCall &call)
     };
     const QString callback = u"parlovance://auth?token=%1&state=%2&email=%3"_s.arg(
         escaped(m_store.signIn(email)), escaped(state), escaped(email));
-    const QByteArray cookie = cookieName + m_store.signIn(email).toLatin1();
+    const QByteArray cookie =
+        pageSession + m_store.signIn(email).toLatin1() + "; Path=/; HttpOnly; SameSite=Strict";
     call.answerPage(303, Pages::signedIn(callback),
-                    "Location: " + callback.toUtf8() + "\r\nSet-Cookie: " + cookie +
-                        "; Path=/; HttpOnly; SameSite=Lax\r\n");
+                    "Location: " + callback.toUtf8() + "\r\nSet-Cookie: " + cookie + "\r\n");
 }
 
 void LocalService::homePage(ServiceCall &call)
@@ -291,21 +290,13 @@ void LocalService::homePage(ServiceCall &call)
 
 void LocalService::meetingsPage(ServiceCall &call)
 {
-    const auto email = reader(call);
-    if (!email)
-        return;
-    QJsonArray own;
-    const QJsonArray all = m_store.meetings();
-    for (const auto &meeting : all) {
-        if (meeting[u"account"_s] == *email)
-            own.append(meeting);
-    }
-    call.answerPage(200, Pages::meetings(own));
+    if (const auto email = visitor(call))
+        call.answerPage(200, Pages::meetings(m_store.meetings(*email)));
 }
 
 void LocalService::meetingPage(ServiceCall &call)
 {
-    const auto email = reader(call);
+    const auto email = visitor(call);
     if (!email)
         return;
     const auto meeting = m_store.meeting(call.name());
@@ -317,6 +308,6 @@ void LocalService::meetingPage(ServiceCall &call)
 
 void LocalService::sendObject(ServiceCall &call)
 {
-    if (reader(call))
+    if (visitor(call))
         call.answerFile(m_store.objectPath(call.name()), "audio/mp4");
 }

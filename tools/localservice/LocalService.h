@@ -16,7 +16,9 @@
 class ServiceCall;
 
 /// Plays the web service on a loopback port: the calls of the program, the sign-in page, the pages
-/// of the meetings. Works on threads of its own; the operations may be called on any thread.
+/// of the meetings. Takes no request for another host, by which a page of any site could reach it,
+/// and shows meetings and recordings only to the browser that has signed in. Works on threads of
+/// its own; the operations may be called on any thread.
 class LocalService
 {
 public:
@@ -70,9 +72,9 @@ private:
     void serve(ServiceCall call);
     std::optional<Misbehaviour> takeFault(std::optional<Exchange> exchange);
     void fail(const Misbehaviour &misbehaviour, ServiceCall &call, const Route &route);
-    bool isOwnHost(const QString &host) const;
+    bool isOwnHost(const QByteArray &host) const;
     std::optional<QString> account(ServiceCall &call);
-    std::optional<QString> reader(ServiceCall &call);
+    std::optional<QString> visitor(ServiceCall &call);
 
     void signUpload(ServiceCall &call);
     void storeObject(ServiceCall &call);

@@ -1,11 +1,11 @@
 #include "tools/localservice/ServiceStore.h"
 
-#include "base/AtomicFile.h"
-#include "base/PrivateFolder.h"
-
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QSaveFile>
 #include <QUuid>
 
 using namespace Qt::StringLiterals;
@@ -21,8 +21,12 @@ QString newName()
 ServiceStore::ServiceStore(const QString &folder)
     : m_folder(folder)
 {
-    (void)makePrivateFolder(m_folder + u"/objects"_s); // otherwise nothing can be stored
-    QFile::setPermissions(m_folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    constexpr QFileDevice::Permissions privateFolder = privateFile | QFileDevice::ExeOwner;
+    // One that is there already may hold other things, too.
+    QDir().mkpath(QFileInfo(m_folder).absolutePath());
+    QDir().mkdir(m_folder, privateFolder);
+    QDir().mkdir(m_folder + u"/objects"_s, privateFolder);
+    QFile::setPermissions(m_folder + u"/objects"_s, privateFolder);
     QFile file(m_folder + u"/service.json"_s);
     if (!file.open(QIODevice::ReadOnly))
         return;
@@ -97,10 +101,17 @@ std::optional<QJsonObject> ServiceStore::meeting(const QString &id) const
     return std::nullopt;
 }
 
-QJsonArray ServiceStore::meetings() const
+QJsonArray ServiceStore::meetings(const std::optional<QString> &email) const
 {
     const std::scoped_lock lock(m_mutex);
-    return m_meetings;
+    if (!email)
+        return m_meetings;
+    QJsonArray own;
+    for (const auto &meeting : m_meetings) {
+        if (meeting[u"account"_s] == *email)
+            own.append(meeting);
+    }
+    return own;
 }
 
 ServiceStore::Place ServiceStore::newPlace()
@@ -129,6 +140,9 @@ QString ServiceStore::objectPath(const QString &key) const
 
 void ServiceStore::save() const
 {
-    const QJsonObject all{{u"accounts"_s, m_accounts}, {u"meetings"_s, m_meetings}};
-    (void)AtomicFile::replace(m_folder + u"/service.json"_s, QJsonDocument(all).toJson());
+    QSaveFile file(m_folder + u"/service.json"_s);
+    if (!file.open(QIODevice::WriteOnly) || !file.setPermissions(privateFile))
+        return;
+    file.write(QJsonDocument({{u"accounts"_s, m_accounts}, {u"meetings"_s, m_meetings}}).toJson());
+    file.commit();
 }

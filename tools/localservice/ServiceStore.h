@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QFileDevice>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -8,11 +9,14 @@
 #include <mutex>
 #include <optional>
 
-/// Accounts, meetings and stored objects of the local service, in one folder that only its owner
-/// may enter. Any thread.
+/// Accounts, meetings and stored objects of the local service, in one folder. Nobody but its user
+/// can read them. Any thread.
 class ServiceStore
 {
 public:
+    static constexpr QFileDevice::Permissions privateFile =
+        QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+
     /// Takes up what an earlier run left in \p folder, which is made when it is missing.
     explicit ServiceStore(const QString &folder);
 
@@ -32,8 +36,8 @@ public:
 
     std::optional<QJsonObject> meeting(const QString &id) const;
 
-    /// All of them, the newest first.
-    QJsonArray meetings() const;
+    /// All of them, or those of an account, the newest first.
+    QJsonArray meetings(const std::optional<QString> &email = std::nullopt) const;
 
     /// A key for a new object, and the signature with which it may be stored once.
     struct Place {

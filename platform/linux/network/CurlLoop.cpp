@@ -67,7 +67,7 @@ void CurlLoop::run()
                 end(message->easy_handle, message->data.result);
         }
         for (const auto &transfer : m_running)
-            transfer->resume();
+            transfer->resume(CurlTransfer::Clock::now());
         endStalled();
         curl_multi_poll(m_multi.get(), nullptr, 0, waitMilliseconds(), nullptr);
     }

@@ -11,6 +11,9 @@ using namespace Qt::StringLiterals;
 namespace
 {
 
+/// How long a store has to refuse an upload by its head before the file follows.
+constexpr std::chrono::milliseconds refusalTime{300};
+
 /// How long we read what a store says after it has taken a file.
 constexpr std::chrono::seconds thanksLimit{2};
 
@@ -138,10 +141,18 @@ TransportError CurlTransfer::failure(CURLcode code) const
     return TransportError(kindOf(code), QString::fromUtf8(text));
 }
 
-void CurlTransfer::resume()
+void CurlTransfer::resume(Clock::time_point now)
 {
-    if (std::exchange(m_isHeldBack, false))
-        curl_easy_pause(easy(), CURLPAUSE_CONT);
+    if (!m_heldUntil || (now < *m_heldUntil && !m_isHeadWhole))
+        return;
+    m_heldUntil.reset();
+    curl_easy_pause(easy(), CURLPAUSE_CONT);
+}
+
+size_t CurlTransfer::holdBack(Clock::duration duration)
+{
+    m_heldUntil = Clock::now() + duration;
+    return CURL_READFUNC_PAUSE;
 }
 
 bool CurlTransfer::hasStalled(Clock::time_point now)
@@ -200,6 +211,12 @@ size_t CurlTransfer::takeHeader(std::string_view line)
 
 size_t CurlTransfer::giveFile(std::span<char> target)
 {
+    // A store refuses by the head of the request, and closes. The file waits for that, because a
+    // reset that comes while a piece of it is encrypted and sent hides the refusal. A plain
+    // connection needs no wait: there hardly any time lies between our last look and the sending.
+    if (!std::exchange(m_isBodyBegun, true) &&
+        m_address.encoded().first(5).compare("https", Qt::CaseInsensitive) == 0)
+        return holdBack(refusalTime);
     const auto count = m_file->read(target);
     if (!count) {
         m_ownFailure.emplace(TransportError::Kind::unreadableFile, count.error().description());
@@ -210,8 +227,7 @@ size_t CurlTransfer::giveFile(std::span<char> target)
     // Behind the head of a success curl leaves alone what else comes in.
     if (!m_isHeadWhole && m_traffic.hasInput()) {
         m_file->unread(*count);
-        m_isHeldBack = true;
-        return CURL_READFUNC_PAUSE;
+        return holdBack({});
     }
     return *count;
 }

@@ -6,6 +6,7 @@
 #include "platform/linux/network/SocketTraffic.h"
 #include "platform/linux/network/UploadFile.h"
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <optional>
@@ -33,13 +34,16 @@ public:
     /// What to report when curl has ended with \p code.
     HttpOutcome outcome(CURLcode code);
 
-    /// Goes on with an upload that was held back to read what has come in.
-    void resume();
+    /// Goes on with an upload that was held back for what comes in.
+    void resume(Clock::time_point now);
 
     /// Whether nothing moved for the limit, or a store that has the whole file goes on talking. To
     /// be asked again by nextLook() at the latest.
     bool hasStalled(Clock::time_point now);
-    Clock::time_point nextLook() const { return m_nextLook; }
+    Clock::time_point nextLook() const
+    {
+        return m_heldUntil ? std::min(*m_heldUntil, m_nextLook) : m_nextLook;
+    }
 
 private:
     void setConnection();
@@ -53,6 +57,7 @@ private:
     size_t takeReply(const char *data, size_t size);
     size_t takeHeader(std::string_view line);
     size_t giveFile(std::span<char> target);
+    size_t holdBack(Clock::duration duration);
     TransportError failure(CURLcode code) const;
     void concealCredentials();
 
@@ -73,7 +78,8 @@ private:
     bool m_isCutShort = false; ///< it was longer than the limit
     size_t m_headerBytes = 0;
     bool m_isHeadWhole = false; ///< of the reply; not of a provisional one
-    bool m_isHeldBack = false;
+    std::optional<Clock::time_point> m_heldUntil;
+    bool m_isBodyBegun = false;
 
     SocketTraffic m_traffic;
     uint64_t m_seenBytes = 0;

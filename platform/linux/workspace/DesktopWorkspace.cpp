@@ -2,6 +2,7 @@
 
 #include "base/CoreFiles.h"
 #include "platform/WebAddress.h"
+#include "platform/linux/workspace/BrowserOpening.h"
 
 #include <QDBusConnection>
 #include <QDBusError>
@@ -30,19 +31,32 @@ bool startApart(const QStringList &command)
     return process.startDetached();
 }
 
-/// Opens \p target with xdg-open if nobody takes \p message. The portal comes first because command
-/// lines can be read by every user of the machine.
+/// Opens \p target with xdg-open if nobody takes \p message.
 void callOrOpen(const QDBusMessage &message, const QString &target)
 {
     const QDBusPendingCall call =
         QDBusConnection::sessionBus().asyncCall(message, answerLimitMilliseconds);
     auto *const watcher = new QDBusPendingCallWatcher(call);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, target] {
-        // Who took the message and is silent may still do what it says; a page is not opened twice.
+        // Who took the message and is silent may still do what it says.
         if (watcher->isError() && watcher->error().type() != QDBusError::NoReply)
             startApart({u"xdg-open"_s, target});
         watcher->deleteLater();
     });
+}
+
+/// Tells \p found which program the desktop opens our addresses with, unless it is this one.
+void findOtherProgram(const std::function<void(const QString &)> &found)
+{
+    auto *const query = new QProcess;
+    QObject::connect(query, &QProcess::finished, query, [query, found] {
+        query->deleteLater();
+        const QString entry = QString::fromLocal8Bit(query->readAllStandardOutput()).trimmed();
+        if (!entry.isEmpty() && entry != u"com.parlovance.Parlovance.desktop")
+            found(entry.chopped(entry.endsWith(u".desktop") ? 8 : 0));
+    });
+    QObject::connect(query, &QProcess::errorOccurred, query, &QObject::deleteLater);
+    query->start(u"xdg-mime"_s, {u"query"_s, u"default"_s, u"x-scheme-handler/parlovance"_s});
 }
 
 /// A command that shows settings, and the desktop (as XDG_CURRENT_DESKTOP names it) that has it.
@@ -69,12 +83,18 @@ void DesktopWorkspace::openAddress(const QString &address)
     const auto allowed = WebAddress::parse(address, WebAddress::LoopbackHttp::allowed);
     if (!allowed)
         return;
-    const QString encoded = QString::fromLatin1(allowed->encoded());
-    QDBusMessage message = QDBusMessage::createMethodCall(
-        u"org.freedesktop.portal.Desktop"_s, u"/org/freedesktop/portal/desktop"_s,
-        u"org.freedesktop.portal.OpenURI"_s, u"OpenURI"_s);
-    message << QString() << encoded << QVariantMap();
-    callOrOpen(message, encoded);
+    BrowserOpening::start(m_openings, QString::fromLatin1(allowed->encoded()), {});
+}
+
+void DesktopWorkspace::openSignInPage(const QString &address,
+                                      std::function<void(const QString &otherProgram)> obstructed)
+{
+    const auto allowed = WebAddress::parse(address, WebAddress::LoopbackHttp::allowed);
+    if (!allowed)
+        return;
+    findOtherProgram(obstructed);
+    BrowserOpening::start(m_openings, QString::fromLatin1(allowed->encoded()),
+                          [obstructed] { obstructed(QString()); });
 }
 
 void DesktopWorkspace::revealFile(const QString &path)

@@ -2,6 +2,7 @@
 
 #include "platform/Workspace.h"
 
+#include <QObject>
 #include <QStringList>
 
 #include <utility>
@@ -18,10 +19,13 @@ public:
     }
 
     void openAddress(const QString &address) override;
+    void openSignInPage(const QString &address,
+                        std::function<void(const QString &otherProgram)> obstructed) override;
     void revealFile(const QString &path) override;
     void openSettings(SettingsPage page) override;
     void startNewInstance(std::function<void()> reported) override;
 
 private:
     const QStringList m_newInstance;
+    QObject m_openings; ///< owns the openings of pages that have not ended
 };
