@@ -19,6 +19,7 @@
 #include <QProcess>
 #include <QTest>
 
+#include <unistd.h>
 #include <xcb/xcb.h>
 
 #include <algorithm>
