@@ -4,7 +4,7 @@
 #include "platform/SleepInhibitor.h"
 #include "platform/Workspace.h"
 #include "settings/PrefsStore.h"
-#include "ui/AppNotifications.h"
+#include "ui/parts/AppNotifications.h"
 
 #include <QEvent>
 #include <QGuiApplication>

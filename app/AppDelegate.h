@@ -6,11 +6,11 @@
 #include "cloud/AuthClient.h"
 #include "cloud/UpdateChecker.h"
 #include "core/AppState.h"
-#include "ui/ClassicTray.h"
-#include "ui/OnboardingWindowController.h"
-#include "ui/PreferencesWindowController.h"
-#include "ui/StatusBarController.h"
-#include "ui/TrayGate.h"
+#include "ui/onboarding/OnboardingWindowController.h"
+#include "ui/preferences/PreferencesWindowController.h"
+#include "ui/tray/ClassicTray.h"
+#include "ui/tray/StatusBarController.h"
+#include "ui/tray/TrayGate.h"
 
 #include <QCoroTask>
 #include <QObject>

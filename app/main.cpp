@@ -4,8 +4,8 @@
 #include "base/CoreFiles.h"
 #include "base/Logger.h"
 #include "settings/PrefsStore.h"
-#include "ui/AlertBox.h"
-#include "ui/ChineseTexts.h"
+#include "ui/parts/ChineseTexts.h"
+#include "ui/windows/AlertBox.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

@@ -3,7 +3,7 @@
 #include "core/AppState.h"
 #include "tests/support/AppRig.h"
 #include "tests/support/AuthDesktop.h"
-#include "ui/PopoverView.h"
+#include "ui/panel/PopoverView.h"
 
 #include <QTest>
 

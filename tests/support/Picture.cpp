@@ -1,6 +1,6 @@
 #include "tests/support/Picture.h"
 
-#include "ui/MS.h"
+#include "ui/parts/MS.h"
 
 #include <QWidget>
 

@@ -6,7 +6,7 @@
 #include "tests/support/FakeHttpSession.h"
 #include "tests/support/FakeSecretStore.h"
 #include "tests/support/FakeWorkspace.h"
-#include "ui/StatusBarController.h"
+#include "ui/tray/StatusBarController.h"
 
 #include <QApplication>
 #include <QSystemTrayIcon>

@@ -1,6 +1,6 @@
 #include "tests/support/WindowStage.h"
 
-#include "ui/PlainButton.h"
+#include "ui/parts/PlainButton.h"
 
 #include <QLabel>
 #include <QTemporaryFile>

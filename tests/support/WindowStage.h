@@ -11,8 +11,8 @@
 #include "tests/support/FakeDefaults.h"
 #include "tests/support/FakeLoginItem.h"
 #include "tests/support/FakeMicrophones.h"
-#include "ui/OnboardingWindowController.h"
-#include "ui/PreferencesWindowController.h"
+#include "ui/onboarding/OnboardingWindowController.h"
+#include "ui/preferences/PreferencesWindowController.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -2,8 +2,8 @@
 // machine. Argument: the folder for them. The scale is the toolkit's (QT_SCALE_FACTOR).
 
 #include "tests/support/TrayStage.h"
-#include "ui/ChineseTexts.h"
-#include "ui/Timeline.h"
+#include "ui/parts/ChineseTexts.h"
+#include "ui/parts/Timeline.h"
 
 #include <QApplication>
 #include <QDir>

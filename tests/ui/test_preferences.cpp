@@ -1,0 +1,411 @@
+#include "tests/support/TimerCount.h"
+#include "tests/support/WindowStage.h"
+#include "ui/parts/MS.h"
+#include "ui/parts/MSSwitch.h"
+#include "ui/parts/TextLabel.h"
+#include "ui/preferences/RadioRow.h"
+
+#include <QApplication>
+#include <QFileDialog>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
+
+namespace
+{
+const auto release = u"GET /api/release/latest"_s;
+
+/// A chooser that notes where it begins, and answers when the test says so.
+struct NotedChooser {
+    FolderChooser chooser()
+    {
+        return [this](QWidget *, const QString &start, const auto &chosen) {
+            starts.append(start);
+            answer = chosen;
+        };
+    }
+
+    QStringList starts;
+    std::function<void(const QString &)> answer;
+};
+
+/// The names of the chosen ones of the radio rows, and of the sidebar.
+QStringList chosen(const WindowStage &stage)
+{
+    QStringList names;
+    for (const auto *const row : stage.window().findChildren<QAbstractButton *>()) {
+        if (row->isVisible() && row->isChecked())
+            names.append(row->objectName());
+    }
+    return names;
+}
+
+QFileDialog *openDialog()
+{
+    for (QWidget *const widget : QApplication::topLevelWidgets()) {
+        if (auto *const dialog = qobject_cast<QFileDialog *>(widget))
+            return dialog;
+    }
+    return nullptr;
+}
+} // namespace
+
+class PreferencesTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void paneOutlivesClosing()
+    {
+        WindowStage stage;
+        stage.showPreferences();
+        stage.click(u"tab account"_s);
+        const QWidget *const window = &stage.window();
+        QTest::keyClick(&stage.window(), Qt::Key_Escape);
+        QVERIFY(!window->isVisible());
+        stage.showPreferences();
+        QCOMPARE(&stage.window(), window);
+        QVERIFY(stage.isShown(u"pane account"_s));
+    }
+
+    void launchAtLogin()
+    {
+        WindowStage stage({{u"prefs.launchAtLogin"_s, true}});
+        stage.showPreferences();
+        stage.click(u"tab general"_s);
+        const auto &toggle = stage.find<MSSwitch>(u"launchAtLogin"_s);
+        QVERIFY(toggle.isChecked());
+        stage.click(u"launchAtLogin"_s);
+        stage.loginItem.failure = Error(u"no desktop"_s);
+        QTest::keyClick(&stage.find(u"launchAtLogin"_s), Qt::Key_Space);
+        QVERIFY(toggle.isChecked()); // what the user wants
+        QCOMPARE(stage.loginItem.calls, QStringList({u"unregister"_s, u"register"_s}));
+        stage.prefs->setLaunchAtLogin(false);
+        QVERIFY(!toggle.isChecked());
+    }
+
+    void choicesAreStored()
+    {
+        // A quality of another version of the program counts as the high one.
+        WindowStage stage({{u"prefs.audioQuality"_s, u"lossless"_s},
+                           {u"prefs.uploadStrategy"_s, u"immediate"_s}});
+        stage.showPreferences();
+        const auto pane = u"tab recording"_s;
+        QCOMPARE(chosen(stage), QStringList({pane, u"quality high"_s, u"upload immediate"_s}));
+        for (const QString &row :
+             {u"quality standard"_s, u"upload manual"_s, u"quality high"_s, u"upload immediate"_s,
+              u"upload wifiOnly"_s /* cannot be chosen */})
+            stage.click(row);
+        QCOMPARE(stage.defaults.writes,
+                 QStringList({u"prefs.audioQuality=standard"_s, u"prefs.uploadStrategy=manual"_s,
+                              u"prefs.audioQuality=high"_s, u"prefs.uploadStrategy=immediate"_s}));
+        QCOMPARE(chosen(stage), QStringList({pane, u"quality high"_s, u"upload immediate"_s}));
+        stage.prefs->setAudioQuality(AudioQuality::standard);
+        stage.prefs->setUploadStrategy(UploadStrategy::manual);
+        QCOMPARE(chosen(stage), QStringList({pane, u"quality standard"_s, u"upload manual"_s}));
+    }
+
+    void arrowKeysChoose()
+    {
+        WindowStage stage;
+        stage.showPreferences();
+        stage.find(u"quality high"_s).setFocus();
+        QTest::keyClick(&stage.find(u"quality high"_s), Qt::Key_Up);
+        QCOMPARE(stage.prefs->audioQuality(), AudioQuality::standard);
+        QVERIFY(stage.find(u"quality standard"_s).hasFocus());
+        stage.find(u"upload manual"_s).setFocus();
+        QTest::keyClick(&stage.find(u"upload manual"_s), Qt::Key_Down);
+        QTest::keyClick(stage.window().focusWidget(),
+                        Qt::Key_Down); // the next one cannot be chosen
+        QCOMPARE(stage.prefs->uploadStrategy(), UploadStrategy::immediate);
+        stage.find(u"tab recording"_s).setFocus();
+        QTest::keyClick(&stage.find(u"tab recording"_s), Qt::Key_Down);
+        QVERIFY(stage.isShown(u"pane permissions"_s));
+    }
+
+    void folderIsChosen()
+    {
+        NotedChooser noted;
+        WindowStage stage({{u"prefs.saveLocation"_s, u"/tmp"_s}});
+        stage.chooser = noted.chooser();
+        stage.showPreferences();
+        stage.click(u"chooseFolder"_s); // cancelled
+        QVERIFY(stage.defaults.writes.isEmpty());
+        stage.click(u"chooseFolder"_s);
+        QCOMPARE(noted.starts, QStringList({u"/tmp"_s, u"/tmp"_s}));
+        noted.answer(stage.home.path());
+        QCOMPARE(stage.defaults.writes, QStringList(u"prefs.saveLocation="_s + stage.home.path()));
+        QCOMPARE(stage.find<QLabel>(u"saveLocation"_s).text(), stage.home.path());
+    }
+
+    void folderThatCannotBeWrittenIsTold_data()
+    {
+        QTest::addColumn<QString>("folder"); // in one with a file "taken"
+        QTest::addColumn<QString>("problem");
+        QTest::newRow("not there yet") << u"new/newer"_s << QString();
+        QTest::newRow("below a file") << u"taken/new"_s << u"此位置不是文件夹，录音将无法保存"_s;
+    }
+
+    void folderThatCannotBeWrittenIsTold()
+    {
+        QFETCH(const QString, folder);
+        QFETCH(const QString, problem);
+        NotedChooser noted;
+        WindowStage stage;
+        stage.chooser = noted.chooser();
+        QFile taken(stage.home.filePath(u"taken"_s));
+        QVERIFY(taken.open(QIODevice::WriteOnly));
+        stage.showPreferences();
+        const auto shown = [&] {
+            const auto &label = stage.find<QLabel>(u"saveLocationProblem"_s);
+            return label.isVisible() ? label.text() : QString();
+        };
+        // Judged one after the other: what was told of the first is gone when the second was
+        // judged.
+        stage.click(u"chooseFolder"_s);
+        noted.answer(taken.fileName());
+        QTRY_VERIFY(!shown().isEmpty());
+        const QString path = stage.home.filePath(folder);
+        noted.answer(path);
+        QCOMPARE(stage.prefs->saveLocation(), path);
+        QThreadPool::globalInstance()->waitForDone();
+        QCoreApplication::processEvents();
+        QTRY_COMPARE(shown(), problem);
+    }
+
+    void folderDialogBlocksNothingElse()
+    {
+        WindowStage stage;
+        stage.prefs->setSaveLocation(stage.home.filePath(u"not/there"_s));
+        QVERIFY(QDir(stage.home.path()).mkdir(u"wanted"_s));
+        stage.showPreferences();
+        stage.click(u"chooseFolder"_s); // returns
+        QFileDialog *const dialog = openDialog();
+        QVERIFY(dialog);
+        QCOMPARE(dialog->windowModality(), Qt::WindowModal);
+        QCOMPARE(dialog->fileMode(), QFileDialog::Directory);
+        QCOMPARE(dialog->directory().path(), stage.home.path());
+        dialog->selectFile(stage.home.filePath(u"wanted"_s));
+        QMetaObject::invokeMethod(dialog, "accept");
+        QCOMPARE(stage.prefs->saveLocation(), stage.home.filePath(u"wanted"_s));
+        QTRY_VERIFY(!openDialog());
+    }
+
+    void permissions_data()
+    {
+        QTest::addColumn<QString>("mic");
+        QTest::addColumn<QString>("screen");
+        QTest::addColumn<QStringList>("micTexts");
+        QTest::addColumn<QStringList>("screenTexts");
+        QTest::addColumn<bool>("hasHint");
+        const auto open = u"[打开系统设置]"_s;
+        const QStringList unknown{u"未请求"_s, open, u"[授权]"_s};
+        const QStringList granted{u"已授权"_s, open};
+        const QStringList denied{u"未授权"_s, open, u"[重新请求]"_s};
+        const QStringList restart{u"需重启"_s, open, u"[重新打开设置]"_s};
+        QTest::newRow("unknown") << u"unknown"_s << u"unknown"_s << unknown << unknown << false;
+        QTest::newRow("granted") << u"granted"_s << u"granted"_s << granted << granted << false;
+        QTest::newRow("denied") << u"denied"_s << u"denied"_s << denied << restart << true;
+    }
+
+    void permissions()
+    {
+        QFETCH(const QString, mic);
+        QFETCH(const QString, screen);
+        WindowStage stage;
+        stage.showPreferences();
+        stage.click(u"tab permissions"_s);
+        stage.setPermissions(mic, screen);
+        QTEST(stage.texts(u"microphone"_s), "micTexts");
+        QTEST(stage.texts(u"screen"_s), "screenTexts");
+        QTEST(stage.isShown(u"restartHint"_s), "hasHint");
+    }
+
+    void permissionButtons()
+    {
+        WindowStage stage;
+        stage.showPreferences();
+        stage.click(u"tab permissions"_s);
+        stage.click(u"microphone/open"_s);
+        stage.click(u"screen/open"_s);
+        QCOMPARE(stage.desktop.workspace.settingsPages,
+                 QList({SettingsPage::microphone, SettingsPage::screenCapture}));
+        stage.desktop.script.failAt(u"mic access"_s);
+        stage.click(u"microphone/grant"_s);
+        QCOMPARE(stage.texts(u"microphone"_s).first(), u"未授权"_s);
+        stage.desktop.script.succeedAt(u"mic access"_s);
+        stage.click(u"microphone/grant"_s);
+        QCOMPARE(stage.texts(u"microphone"_s).first(), u"已授权"_s);
+        stage.click(u"screen/grant"_s);
+        QCOMPARE(stage.texts(u"screen"_s).first(), u"已授权"_s);
+        QVERIFY(!stage.isShown(u"restartHint"_s));
+        // A refusal is looked at again, and holds as long as the desktop says so.
+        stage.defaults.setBoolean(u"access.microphone"_s, false);
+        stage.desktop.script.failAt(u"mic access"_s);
+        stage.click(u"refresh"_s);
+        QCOMPARE(stage.texts(u"microphone"_s).first(), u"未授权"_s);
+        stage.desktop.script.succeedAt(u"mic access"_s);
+        stage.click(u"refresh"_s);
+        QCOMPARE(stage.texts(u"microphone"_s).first(), u"已授权"_s);
+    }
+
+    void refusedRequestOffersARestart()
+    {
+        WindowStage stage;
+        stage.showPreferences();
+        stage.click(u"tab permissions"_s);
+        stage.desktop.script.failAt(u"capture targets"_s);
+        stage.desktop.script.holdAt(u"capture targets"_s);
+        stage.click(u"screen/grant"_s);
+        QVERIFY(!stage.isShown(u"restartHint"_s)); // not answered yet
+        stage.desktop.script.releaseAt(u"capture targets"_s);
+        QCOMPARE(stage.texts(u"screen"_s).last(), u"[重新打开设置]"_s);
+        QCOMPARE(stage.desktop.workspace.settingsPages, QList{SettingsPage::screenCapture});
+        stage.window().close();
+        stage.showPreferences();
+        QVERIFY(stage.isShown(u"restartHint"_s));
+        stage.click(u"restart"_s);
+        QCOMPARE(stage.desktop.workspace.newInstances, 1);
+        stage.defaults.setBoolean(u"access.screen"_s, true);
+        stage.click(u"refresh"_s);
+        QVERIFY(!stage.isShown(u"restartHint"_s));
+    }
+
+    void account()
+    {
+        WindowStage stage;
+        stage.showPreferences();
+        stage.click(u"tab account"_s);
+        const auto row = u"当前账号"_s;
+        const auto out = u"[退出登录]"_s;
+        QCOMPARE(stage.texts(), QStringList({row, u"未登录"_s, u"[连接网页账号]"_s}));
+        QVERIFY(!stage.isShown(u"accountDot"_s));
+        stage.click(u"signIn"_s);
+        stage.desktop.workspace.obstructed(QString());
+        QVERIFY(stage.texts().last().startsWith(u"无法打开浏览器"_s));
+        stage.desktop.returnFromBrowser(u"a@b.c"_s);
+        QCOMPARE(stage.texts(), QStringList({row, u"a@b.c"_s, out}));
+        QVERIFY(stage.isShown(u"accountDot"_s));
+        stage.click(u"signOut"_s);
+        QVERIFY(!stage.auth->isLoggedIn());
+        stage.click(u"signIn"_s);
+        stage.desktop.returnFromBrowser({});
+        QCOMPARE(stage.texts(), QStringList({row, u"未登录"_s, out}));
+        stage.auth->handleUnauthorized(u"t1"_s);
+        QVERIFY(stage.isShown(u"signIn"_s));
+    }
+
+    void updateCheck()
+    {
+        WindowStage stage({}, false, R"({"shortVersion":"1.2.0"})");
+        stage.showPreferences();
+        stage.click(u"tab about"_s);
+        const auto shown = [&stage] {
+            const auto &label = stage.find<TextLabel>(u"updateStatus"_s);
+            return QStringList({stage.texts().at(2), label.text(), label.color().name()});
+        };
+        const auto check = u"[检查更新]"_s;
+        QCOMPARE(shown().first(2), QStringList({check, u""_s}));
+
+        stage.desktop.script.holdAt(release);
+        stage.click(u"update"_s);
+        QCOMPARE(shown(), QStringList({u"(检查中…)"_s, u"检查中…"_s, MS::muted.name()}));
+        stage.click(u"update"_s); // of no effect
+        stage.desktop.script.releaseAt(release);
+        QTRY_COMPARE(shown().first(), check);
+        QVERIFY(shown().at(1).startsWith(u"检查失败：无法连接服务器"));
+        QCOMPARE(shown().last(), MS::ember.name());
+        QCOMPARE(stage.desktop.script.calls.count(release), 1);
+
+        stage.desktop.http.answer(release, 200, R"({"version":"1.2.0"})");
+        stage.click(u"update"_s);
+        QTRY_COMPARE(shown(), QStringList({check, u"已是最新版本"_s, MS::moss.name()}));
+
+        stage.desktop.http.answer(release, 200, R"({"version":"1.3.0"})");
+        stage.click(u"update"_s);
+        QTRY_COMPARE(shown(),
+                     QStringList({u"[前往下载]"_s, u"v1.3.0 可用 — 点击下载"_s, MS::amber.name()}));
+        stage.click(u"update"_s);
+        QCOMPARE(stage.desktop.workspace.opened, QStringList(u"https://s.example/#download"_s));
+        QCOMPARE(stage.desktop.script.calls.count(release), 3);
+
+        stage.click(u"openWeb"_s);
+        QCOMPARE(stage.desktop.workspace.opened.last(), u"https://s.example"_s);
+    }
+
+    void nothingMovesWhileHidden()
+    {
+        WindowStage stage;
+        stage.desktop.script.holdAt(release);
+        stage.showPreferences();
+        stage.click(u"tab about"_s);
+        stage.click(u"update"_s);
+        TimerCount timers;
+        QVERIFY(timers.during(300ms) > 2);
+        stage.click(u"tab recording"_s);
+        QTRY_COMPARE(timers.during(300ms), 0);
+        stage.click(u"tab about"_s);
+        stage.window().close();
+        QCOMPARE(timers.during(300ms), 0);
+        stage.desktop.script.releaseAt(release);
+        QTRY_VERIFY(!stage.desktop.script.isWaitingAnywhere());
+    }
+
+    void sidebarChoosesThePane_data()
+    {
+        QTest::addColumn<QStringList>("stops"); // of the keyboard, in the pane
+        QTest::newRow("general") << QStringList(u"launchAtLogin"_s);
+        QTest::newRow("recording")
+            << QStringList({u"quality high"_s, u"chooseFolder"_s, u"upload manual"_s});
+        QTest::newRow("permissions")
+            << QStringList({u"open"_s, u"grant"_s, u"open"_s, u"grant"_s, u"refresh"_s});
+        QTest::newRow("account") << QStringList(u"signIn"_s);
+        QTest::newRow("hotkey") << QStringList();
+        QTest::newRow("about") << QStringList({u"update"_s, u"openWeb"_s});
+    }
+
+    void sidebarChoosesThePane()
+    {
+        QFETCH(const QStringList, stops);
+        const QString name = QLatin1String(QTest::currentDataTag());
+        const QString tab = u"tab "_s + name;
+        WindowStage stage;
+        stage.showPreferences();
+        QVERIFY(stage.isShown(u"pane recording"_s));
+        stage.find(u"tab recording"_s).setFocus();
+        stage.click(tab);
+        QVERIFY(stage.isShown(u"pane "_s + name));
+        QVERIFY(stage.find(tab).hasFocus());
+        QCOMPARE(stage.tabStops(), QStringList(tab) + stops);
+    }
+
+    void longTextsAreCut()
+    {
+        WindowStage stage;
+        stage.prefs->setSaveLocation(u"/<b>&"_s + u"folder/"_s.repeated(40));
+        stage.showPreferences();
+        auto &path = stage.find<TextLabel>(u"saveLocation"_s);
+        QVERIFY(path.isCut());
+        QHelpEvent asked(QEvent::ToolTip, {}, {});
+        QCoreApplication::sendEvent(&path, &asked);
+        QVERIFY(path.toolTip().contains(u"/&lt;b&gt;&amp;folder"));
+        stage.setPermissions(u"denied"_s, u"denied"_s);
+        stage.auth->beginLogin();
+        stage.desktop.returnFromBrowser(u"somebody"_s.repeated(40));
+        for (const auto &tab : {u"tab general"_s, u"tab recording"_s, u"tab permissions"_s,
+                                u"tab account"_s, u"tab hotkey"_s, u"tab about"_s}) {
+            stage.click(tab);
+            QCoreApplication::processEvents();
+            for (auto *const label : stage.window().findChildren<TextLabel *>()) {
+                const bool mayBeCut = label == &path || label->objectName() == u"account";
+                QVERIFY2(!label->isVisible() || mayBeCut || !label->isCut(),
+                         qPrintable(label->text()));
+            }
+            QCOMPARE(stage.outside(), QStringList());
+        }
+    }
+};
+
+QTEST_MAIN(PreferencesTest)
+#include "test_preferences.moc"

@@ -1,0 +1,332 @@
+#include "tests/support/PanelStage.h"
+#include "ui/panel/RecentList.h"
+#include "ui/panel/RecentRow.h"
+
+#include <QScrollBar>
+#include <QTest>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace
+{
+constexpr int many = 10'000;
+constexpr int fewRows = 8;
+constexpr int gap = 2; // between two rows
+
+/// Every third one failed, so that heights differ.
+QList<RecentSession> manyEntries(int count = many)
+{
+    QList<RecentSession> entries;
+    for (int i = 0; i < count; ++i) {
+        const QString title = QString::number(i);
+        entries.append(i % 3 == 1 ? PanelStage::failed(title, u"原因 "_s.repeated(i % 40))
+                                  : PanelStage::entry(title));
+    }
+    return entries;
+}
+
+class ListStage : public PanelStage
+{
+public:
+    using PanelStage::PanelStage;
+
+    QList<RecentRow *> rows() const { return panel->findChildren<RecentRow *>(); }
+
+    QScrollBar &bar() const { return *find(u"recentList"_s).findChild<QScrollBar *>(); }
+
+    /// "title at y" of what can be seen, from the top.
+    QStringList shown() const
+    {
+        QMap<int, QString> titles;
+        const QRect view = find(u"recentList"_s).rect();
+        for (const RecentRow *const row : rows()) {
+            if (row->isVisible() && view.intersects(row->geometry()))
+                titles.insert(row->y(), row->session().title);
+        }
+        QStringList list;
+        for (auto it = titles.cbegin(); it != titles.cend(); ++it)
+            list.append(it.value() + u" at "_s + QString::number(it.key()));
+        return list;
+    }
+
+    RecentRow &row(const QString &title) const
+    {
+        for (RecentRow *const candidate : rows()) {
+            if (candidate->isVisible() && candidate->session().title == title)
+                return *candidate;
+        }
+        qFatal("no row %s", qPrintable(title));
+    }
+
+    /// Who has the keyboard: "title", or "title button", or the name of another control.
+    QString focus() const
+    {
+        const QWidget *const widget = panel->focusWidget();
+        if (const auto *const own = qobject_cast<const RecentRow *>(widget))
+            return own->session().title;
+        const auto *const outer = qobject_cast<const RecentRow *>(widget->parentWidget());
+        return outer ? outer->session().title + u' ' + widget->objectName() : widget->objectName();
+    }
+
+    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) const
+    {
+        QTest::keyClick(panel->focusWidget(), key, modifiers);
+    }
+};
+} // namespace
+
+class RecentListTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void rowsExistForWhatIsVisible()
+    {
+        const ListStage stage(manyEntries());
+        const auto &recents = stage.app->recents();
+        const int viewHeight = stage.find(u"recentList"_s).height();
+        qsizetype seen = 0;
+        for (int value = 0;; value += viewHeight) {
+            stage.bar().setValue(value);
+            const QStringList shown = stage.shown();
+            QVERIFY(stage.rows().size() <= fewRows);
+            // Each row follows the one above, in the order of the list.
+            qsizetype index = shown.first().section(u' ', 0, 0).toLongLong();
+            QVERIFY(index <= seen);
+            int y = stage.row(shown.first().section(u' ', 0, 0)).y();
+            QVERIFY(y <= gap);
+            for (const QString &text : shown) {
+                const RecentRow &row = stage.row(text.section(u' ', 0, 0));
+                QVERIFY(row.session() == recents.at(index));
+                QCOMPARE(row.y(), y);
+                y += row.height() + gap;
+                ++index;
+            }
+            QVERIFY(y >= viewHeight);
+            seen = index;
+            if (value >= stage.bar().maximum()) {
+                QCOMPARE(y - gap, viewHeight);
+                break;
+            }
+        }
+        QCOMPARE(seen, many);
+    }
+
+    void wheelScrolls()
+    {
+        const ListStage stage(manyEntries(20));
+        QWidget &row = stage.row(u"0"_s);
+        const QPoint where = row.rect().center();
+        QWheelEvent wheel(where, row.mapToGlobal(where), {}, {0, -120}, Qt::NoButton,
+                          Qt::NoModifier, Qt::NoScrollPhase, false);
+        // Only those of the desktop go on from a row to what is around it.
+        QSpontaneKeyEvent::setSpontaneous(&wheel);
+        qApp->notify(&row, &wheel);
+        QVERIFY(stage.bar().value() > 0);
+        QVERIFY(stage.row(u"1"_s).y() < row.height());
+    }
+
+    void changeOfOneEntry()
+    {
+        ListStage stage(manyEntries());
+        stage.holdUploads();
+        stage.bar().setValue(stage.bar().maximum() / 2);
+        const QStringList before = stage.shown();
+        const RecentRow &neighbour = stage.row(before.at(0).section(u' ', 0, 0));
+        const QString title = before.at(1).section(u' ', 0, 0);
+        RecentRow &row = stage.row(title);
+        row.setFocus();
+
+        stage.app->startUpload(row.session().id);
+        QCOMPARE(row.session().status, RecentSession::Status::processing);
+        QVERIFY(row.hasFocus());
+        QCOMPARE(&stage.row(neighbour.session().title), &neighbour);
+        QCOMPARE(stage.shown().first(), before.first());
+
+        // One that is out of sight gets lower, and what is in sight stays.
+        const RecentSession &above = stage.app->recents().at(31);
+        QCOMPARE(above.status, RecentSession::Status::failed);
+        const QStringList settled = stage.shown();
+        const int scrolled = stage.bar().value();
+        stage.app->retryUpload(above.id);
+        QCOMPARE(stage.shown(), settled);
+        QVERIFY(stage.bar().value() < scrolled);
+        QVERIFY(row.hasFocus());
+    }
+
+    void newEntryComesAtTheTop_data()
+    {
+        QTest::addColumn<int>("scrolled");
+        QTest::addColumn<bool>("isSeen");
+        QTest::newRow("at the top") << 0 << true;
+        QTest::newRow("further down") << 500 << false;
+    }
+
+    void newEntryComesAtTheTop()
+    {
+        QFETCH(const int, scrolled);
+        ListStage stage(manyEntries(100), true, std::chrono::milliseconds(1));
+        stage.bar().setValue(scrolled);
+        const QStringList before = stage.shown();
+        const QString title = before.at(1).section(u' ', 0, 0);
+        stage.row(title).setFocus();
+        stage.app->setSessionTitle(u"新"_s);
+        stage.record(RecordingState::recording);
+        QTRY_VERIFY(stage.app->elapsed() >= 12);
+        stage.record(RecordingState::idle);
+
+        QCOMPARE(stage.app->recents().size(), 101);
+        QTEST(stage.shown().first() == u"新 at 0"_s, "isSeen");
+        if (scrolled > 0)
+            QCOMPARE(stage.shown(), before);
+        QCOMPARE(stage.focus(), title);
+    }
+
+    void keysMoveBetweenRows()
+    {
+        const ListStage stage(manyEntries(300));
+        const int height = stage.find(u"recentList"_s).height();
+        const auto isInView = [&] {
+            const QRect row = stage.panel->focusWidget()->geometry();
+            return row.top() >= 0 && row.bottom() < height;
+        };
+        stage.row(u"0"_s).setFocus();
+        stage.press(Qt::Key_Up);
+        QCOMPARE(stage.focus(), u"0"_s);
+        for (int i = 1; i <= 30; ++i) {
+            stage.press(Qt::Key_Down);
+            QCOMPARE(stage.focus(), QString::number(i));
+            QVERIFY(isInView());
+        }
+        stage.press(Qt::Key_PageDown);
+        QVERIFY(stage.focus().toInt() > 31 && stage.focus().toInt() < 40);
+        stage.press(Qt::Key_PageUp);
+        QVERIFY(stage.focus().toInt() <= 31 && stage.focus().toInt() > 25);
+        stage.press(Qt::Key_End);
+        QCOMPARE(stage.focus(), u"299"_s);
+        QVERIFY(isInView());
+        stage.press(Qt::Key_PageDown);
+        stage.press(Qt::Key_Down);
+        QCOMPARE(stage.focus(), u"299"_s);
+
+        // Scrolling takes the row out of view: the keyboard goes to the nearest that is there.
+        stage.bar().setValue(0);
+        const int lowest = stage.focus().toInt();
+        QVERIFY(lowest > 0 && lowest < fewRows);
+        QVERIFY(isInView());
+        stage.press(Qt::Key_Up);
+        QCOMPARE(stage.focus(), QString::number(lowest - 1));
+        stage.press(Qt::Key_Home);
+        QCOMPARE(stage.focus(), u"0"_s);
+        QCOMPARE(stage.bar().value(), 0);
+        QVERIFY(stage.rows().size() <= fewRows);
+    }
+
+    void tabStopsAtOneRow()
+    {
+        const ListStage stage(manyEntries(300));
+        stage.row(u"0"_s).setFocus();
+        stage.press(Qt::Key_Down);
+        QStringList order{stage.focus()};
+        for (int i = 0; i < 3; ++i) {
+            stage.press(Qt::Key_Tab);
+            order.append(stage.focus());
+        }
+        QCOMPARE(order, QStringList({u"1"_s, u"1 retry"_s, u"openWeb"_s, u"account"_s}));
+        stage.press(Qt::Key_Backtab, Qt::ShiftModifier);
+        stage.press(Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(stage.focus(), u"1 retry"_s);
+        stage.press(Qt::Key_Down); // from the button too
+        QCOMPARE(stage.focus(), u"2"_s);
+        stage.press(Qt::Key_Tab);
+        QCOMPARE(stage.focus(), u"2 upload"_s);
+        stage.press(Qt::Key_Backtab, Qt::ShiftModifier);
+        stage.press(Qt::Key_Backtab, Qt::ShiftModifier);
+        QCOMPARE(stage.focus(), u"tag通话"_s);
+    }
+
+    void pressedRowRevealsItsFile()
+    {
+        QList<RecentSession> entries = manyEntries(3);
+        entries[1].fileURL.reset();
+        const ListStage stage(entries);
+        const auto &revealed = stage.desktop.workspace.revealed;
+        QTest::mouseClick(&stage.row(u"0"_s), Qt::LeftButton);
+        QTest::mouseClick(&stage.row(u"1"_s), Qt::LeftButton);
+        QCOMPARE(revealed, QStringList(u"/rec/0.m4a"_s));
+        stage.row(u"2"_s).setFocus();
+        stage.press(Qt::Key_Space);
+        QCOMPARE(revealed.last(), u"/rec/2.m4a"_s);
+        stage.press(Qt::Key_Return);
+        QCOMPARE(revealed.size(), 3);
+    }
+
+    void keyboardOutOfSight()
+    {
+        ListStage stage(manyEntries(30));
+        stage.holdUploads();
+        const auto isInOrder = [&] {
+            const QStringList shown = stage.shown();
+            const int first = shown.first().section(u' ', 0, 0).toInt();
+            for (int i = 0; i < shown.size(); ++i) {
+                if (!shown.at(i).startsWith(QString::number(first + i) + u' '))
+                    return false;
+            }
+            return shown.size() >= 3;
+        };
+        // The row goes out of view by half, and its button must not upload it then.
+        stage.row(u"3"_s).setFocus();
+        stage.press(Qt::Key_Tab);
+        QCOMPARE(stage.focus(), u"3 upload"_s);
+        stage.bar().setValue(stage.bar().value() + stage.row(u"3"_s).geometry().center().y());
+        QCOMPARE(stage.focus(), u"4"_s);
+        stage.press(Qt::Key_Return);
+        QVERIFY(stage.app->recents().at(3).status == RecentSession::Status::ready);
+        QVERIFY(isInOrder());
+
+        // The keyboard follows the click where its own row is far away.
+        stage.bar().setValue(stage.bar().maximum());
+        QTest::mouseClick(&stage.row(u"28"_s), Qt::LeftButton);
+        QCOMPARE(stage.focus(), u"28"_s);
+        QVERIFY(isInOrder());
+        QVERIFY(stage.rows().size() <= fewRows);
+    }
+
+    void buttonsUpload_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("button");
+        QTest::addColumn<bool>("isSignedIn");
+        QTest::addColumn<QString>("status");
+        QTest::newRow("upload") << u"2"_s << u"upload"_s << true << u"processing"_s;
+        QTest::newRow("retry") << u"1"_s << u"retry"_s << true << u"processing"_s;
+        // Unlike an upload, a retry is shown before it fails again.
+        QTest::newRow("upload, nobody signed in") << u"2"_s << u"upload"_s << false << u"failed"_s;
+        QTest::newRow("retry, nobody signed in")
+            << u"1"_s << u"retry"_s << false << u"processing"_s;
+    }
+
+    void buttonsUpload()
+    {
+        QFETCH(const QString, title);
+        QFETCH(const QString, button);
+        QFETCH(const bool, isSignedIn);
+        const QList<RecentSession> entries = manyEntries(4);
+        ListStage stage(entries, isSignedIn);
+        stage.holdUploads();
+        const RecentRow &row = stage.row(title);
+        QTest::mouseClick(row.findChild<QWidget *>(button), Qt::LeftButton);
+
+        QTEST(rawValue(row.session().status), "status");
+        for (qsizetype i = 0; i < entries.size(); ++i) {
+            const bool isSame = stage.app->recents().at(i).status == entries.at(i).status;
+            QCOMPARE(isSame, entries.at(i).title != title);
+        }
+        QVERIFY(stage.desktop.workspace.revealed.isEmpty());
+    }
+};
+
+QTEST_MAIN(RecentListTest)
+#include "test_recent_list.moc"

@@ -1,7 +1,0 @@
-#include "ui/AppNotifications.h"
-
-AppNotifications &AppNotifications::shared()
-{
-    static AppNotifications notifications;
-    return notifications;
-}

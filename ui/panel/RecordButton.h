@@ -1,0 +1,50 @@
+#pragma once
+
+#include "ui/parts/DrawnButton.h"
+
+#include <QPixmap>
+
+class Timeline;
+
+/// The large round button that starts and stops a recording, 100 x 100 with the rings that spread
+/// around it. Can be pressed while idle and live; its accessible name says what a press does. Main
+/// thread.
+class RecordButton : public DrawnButton
+{
+    Q_OBJECT
+
+public:
+    enum class Look { disabled, idle, live, stopping };
+
+    explicit RecordButton(QWidget *parent = nullptr);
+
+    void setLook(Look look);
+
+    QSize sizeHint() const override;
+
+protected:
+    bool event(QEvent *event) override;
+    bool hitButton(const QPoint &position) const override;
+    void showEvent(QShowEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    /// What stands still, and is the costliest to draw.
+    struct Face {
+        Look look = Look::disabled;
+        bool isDown = false;
+        bool isHovered = false;
+        bool hasFocus = false;
+        double pixelRatio = 0;
+
+        bool operator==(const Face &) const = default;
+    };
+
+    static QPixmap draw(const Face &face);
+
+    Look m_look = Look::disabled;
+    bool m_isHovered = false; // within the circle
+    Timeline *m_timeline;
+    Face m_face; ///< as in the picture
+    QPixmap m_picture;
+};

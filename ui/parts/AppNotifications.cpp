@@ -1,0 +1,7 @@
+#include "ui/parts/AppNotifications.h"
+
+AppNotifications &AppNotifications::shared()
+{
+    static AppNotifications notifications;
+    return notifications;
+}

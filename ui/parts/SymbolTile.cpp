@@ -1,0 +1,49 @@
+#include "ui/parts/SymbolTile.h"
+
+#include "ui/parts/MS.h"
+#include "ui/parts/Symbol.h"
+
+#include <QPainter>
+
+SymbolTile::SymbolTile(const QString &symbol, QWidget *parent)
+    : SymbolTile(symbol, {.symbolColor = MS::muted, .fill = MS::bg, .outline = MS::border}, parent)
+{
+}
+
+SymbolTile::SymbolTile(const QString &symbol, const TileLook &look, QWidget *parent)
+    : QWidget(parent)
+    , m_symbol(symbol)
+{
+    setLook(look);
+}
+
+void SymbolTile::setLook(const TileLook &look)
+{
+    m_look = look;
+    setFixedSize(look.side, look.side);
+    update();
+}
+
+TileLook SymbolTile::amberLook(int side, double symbolPoints, double radius)
+{
+    return {.side = side,
+            .symbolPoints = symbolPoints,
+            .radius = radius,
+            .symbolColor = MS::amber,
+            .fill = MS::amberDim,
+            .outline = MS::borderAmber};
+}
+
+void SymbolTile::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(QPen(m_look.outline, 1.0));
+    painter.setBrush(m_look.fill);
+    const QRectF tile = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.drawRoundedRect(tile, m_look.radius - 0.5, m_look.radius - 0.5);
+    const double length = symbolSide(m_look.symbolPoints);
+    QRectF where(0, 0, length, length);
+    where.moveCenter(QRectF(rect()).center());
+    paintSymbol(painter, where, m_symbol, m_look.symbolColor);
+}
