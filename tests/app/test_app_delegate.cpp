@@ -6,8 +6,8 @@
 #include "tests/support/FakeSleepInhibitor.h"
 #include "tests/support/FakeWorkspace.h"
 #include "tests/support/LogCapture.h"
-#include "ui/windows/AlertBox.h"
 #include "ui/parts/AppNotifications.h"
+#include "ui/windows/AlertBox.h"
 
 #include <QApplication>
 #include <QTest>

@@ -1,10 +1,10 @@
 #include "tests/support/PanelStage.h"
 #include "tests/support/TimerCount.h"
 #include "ui/panel/RecordButton.h"
+#include "ui/parts/AppNotifications.h"
 #include "ui/parts/PlainButton.h"
 #include "ui/parts/TextLabel.h"
 #include "ui/parts/Timeline.h"
-#include "ui/parts/AppNotifications.h"
 
 #include <QInputMethodEvent>
 #include <QLineEdit>

@@ -2,11 +2,11 @@
 
 #include "cloud/AuthClient.h"
 #include "platform/Workspace.h"
+#include "ui/parts/AppNotifications.h"
 #include "ui/parts/KeyboardFocus.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/PlainButton.h"
 #include "ui/parts/TextLabel.h"
-#include "ui/parts/AppNotifications.h"
 
 #include <QHBoxLayout>
 

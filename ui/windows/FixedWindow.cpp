@@ -1,8 +1,8 @@
 #include "ui/windows/FixedWindow.h"
 
+#include "ui/parts/AppNotifications.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/Symbol.h"
-#include "ui/parts/AppNotifications.h"
 
 #include <QGuiApplication>
 #include <QKeyEvent>
