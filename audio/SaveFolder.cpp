@@ -3,6 +3,7 @@
 #include "audio/MicRecorder.h"
 #include "audio/SystemAudioRecorder.h"
 #include "base/PrivateFolder.h"
+#include "platform/AudioAssets.h"
 #include "platform/Volume.h"
 
 #include <QDateTime>
@@ -23,7 +24,6 @@ using namespace Qt::StringLiterals;
 namespace
 {
 constexpr qint64 reserveBytes = 4 * 1024 * 1024;
-constexpr int mixBitRate = 136000;
 const auto namePrefix = u"recording-"_s;
 constexpr QLatin1String mixEnding(".m4a");
 const auto nameFormat = u"yyyy-MM-dd-HH-mm-ss"_s;

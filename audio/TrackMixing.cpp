@@ -35,6 +35,18 @@ QCoro::Task<Composed> compose(AudioAssets &assets, QString system, QString mic)
     }
     co_return Composed(composition);
 }
+
+/// Whether the mix that was made during the recording is the recording's now. A failure is no more
+/// than lost time.
+QCoro::Task<bool> finishAhead(std::unique_ptr<MixAhead> ahead, MixComposition composition)
+{
+    if (!ahead)
+        co_return false;
+    const auto finished = co_await ahead->finish(std::move(composition));
+    if (!finished)
+        logger.info(u"mixing anew: "_s + finished.error().description());
+    co_return finished.has_value();
+}
 } // namespace
 
 QCoro::Task<QUrl> mixTracks(AudioAssets &assets, QUrl systemURL, QUrl micURL,
@@ -55,17 +67,20 @@ QCoro::Task<QUrl> mixTracks(AudioAssets &assets, QUrl systemURL, QUrl micURL,
 
     const QUrl outputURL = mixURL(systemURL);
     const QString output = outputURL.toLocalFile();
-    const auto session = assets.makeExport(**composed, output, std::move(ahead));
-    if (!session) {
-        logger.error(u"mix: AVAssetExportSession init failed"_s);
-        co_return systemURL;
-    }
     co_await removeFile(output); // usually there is none
-    const auto outcome = co_await session->run(stop);
-    if (!outcome.completed) {
-        const QString reason = outcome.error ? outcome.error->description() : u"unknown"_s;
-        logger.error(u"export failed: "_s + reason);
-        co_return systemURL;
+    const bool isMixed = co_await finishAhead(std::move(ahead), **composed);
+    if (!isMixed) {
+        const auto session = assets.makeExport(**composed, output);
+        if (!session) {
+            logger.error(u"mix: AVAssetExportSession init failed"_s);
+            co_return systemURL;
+        }
+        const auto outcome = co_await session->run(stop);
+        if (!outcome.completed) {
+            const QString reason = outcome.error ? outcome.error->description() : u"unknown"_s;
+            logger.error(u"export failed: "_s + reason);
+            co_return systemURL;
+        }
     }
     co_await removeFile(system);
     co_await removeFile(mic);

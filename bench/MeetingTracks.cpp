@@ -31,11 +31,7 @@ EncodedTrack encodeTrack(const QString &rawPath, const AudioEncoding &encoding)
     }
     require(encoder.finish(keep));
     track.frameCount = encoder.frameCount();
-    const auto configuration = encoder.configuration();
-    track.format = {encoding.sampleRate,
-                    encoding.channelCount,
-                    encoding.bitRate,
-                    {configuration.begin(), configuration.end()}};
+    track.format = encoder.format();
     return track;
 }
 } // namespace

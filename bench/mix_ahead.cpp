@@ -102,8 +102,7 @@ void recordAndStop(const QDir &folder, const MeetingTracks &meeting, double hour
         composition.insert(path, require(QCoro::waitFor(assets.durationSeconds(path))));
     }
     const double asked = static_cast<double>(clock.nsecsElapsed()) / 1e6;
-    const auto session = assets.makeExport(composition, output, std::move(ahead));
-    const bool completed = QCoro::waitFor(session->run({})).completed;
+    const bool completed = QCoro::waitFor(ahead->finish(composition)).has_value();
     const double mixed = static_cast<double>(clock.nsecsElapsed()) / 1e6;
     std::printf("%5.2f h: stop to file %.0f ms (tracks closed %.0f, lengths read %.0f, mix %.0f), "
                 "resident %.0f MB after a tenth, %.0f in the end%s%s\n",

@@ -13,6 +13,9 @@
 #include <optional>
 #include <stop_token>
 
+/// Bits per second of a mix.
+inline constexpr int mixBitRate = 136000;
+
 /// Two files to be heard at once, both from time zero.
 class MixComposition
 {
@@ -40,14 +43,17 @@ struct ExportOutcome {
     std::optional<Error> error; ///< may be missing for an export that did not complete
 };
 
-/// A sum of two tracks that is being made while they are still recorded.
-///
-/// Only a head start: an export that is given one uses it when it is whole and beyond doubt, and
-/// otherwise starts from the closed files. Destroying it abandons the work and its temporary file.
+/// A mix of two tracks that is being made while they are still recorded, by whoever records them.
+/// Destroying it drops the mix and its temporary file. Main thread; the work runs elsewhere.
 class MixAhead
 {
 public:
     virtual ~MixAhead() = default;
+
+    /// Completes the mix, once, after both tracks were closed, and gives the file its name. Fails
+    /// without a trace unless the mix is whole and as long as \p composition, the closed tracks,
+    /// says: an export of these makes the same file, only later.
+    virtual QCoro::Task<std::expected<void, Error>> finish(MixComposition composition) = 0;
 };
 
 /// One rendering of a composition into a file. Destroying it during run() is not allowed.
@@ -78,10 +84,9 @@ public:
                                                const QString &outputPath) = 0;
 
     /// An export of \p composition to \p outputPath as 48 kHz stereo AAC in an MPEG-4 audio file.
-    /// \p ahead may be null. Null when the encoder cannot be made.
+    /// Null when the encoder cannot be made.
     virtual std::unique_ptr<ExportSession> makeExport(const MixComposition &composition,
-                                                      const QString &outputPath,
-                                                      std::unique_ptr<MixAhead> ahead) = 0;
+                                                      const QString &outputPath) = 0;
 
     /// Gives a closed track its final form: the index in front, the first sample at zero, the exact
     /// length. When that fails, or \p stop is asked for, the file stays as it was, which plays.

@@ -9,7 +9,7 @@
 
 /// Reads nothing from files; an export puts 3000 bytes into its output. Steps, with "system", "mic"
 /// or "mix" for the file where a name stands: "tracks NAME", "duration NAME", "ahead",
-/// "ahead dropped", "export make", "export make with ahead", "export run", "finish NAME",
+/// "ahead finish", "ahead dropped", "export make", "export run", "finish NAME",
 /// "leftovers". A failing step's text is "assets trouble".
 class FakeAudioAssets : public AudioAssets
 {
@@ -35,21 +35,16 @@ public:
         aheadFiles = {name(first), name(second), name(outputPath)};
         if (!m_script.note(QStringLiteral("ahead")))
             return nullptr;
-        return std::make_unique<Ahead>(m_script);
+        return std::make_unique<Ahead>(m_script, outputPath);
     }
 
     std::unique_ptr<ExportSession> makeExport(const MixComposition &composition,
-                                              const QString &outputPath,
-                                              std::unique_ptr<MixAhead> ahead) override
+                                              const QString &outputPath) override
     {
         lastComposition = composition;
-        const bool succeeds = m_script.note(ahead ? QStringLiteral("export make with ahead")
-                                                  : QStringLiteral("export make"));
-        if (!succeeds)
+        if (!m_script.note(QStringLiteral("export make")))
             return nullptr;
-        if (auto *const own = dynamic_cast<Ahead *>(ahead.get()))
-            own->isUsed = true;
-        return std::make_unique<Export>(*this, outputPath, std::move(ahead));
+        return std::make_unique<Export>(*this, outputPath);
     }
 
     QCoro::Task<std::expected<void, Error>> finishTrack(QString path, std::stop_token) override
@@ -98,29 +93,36 @@ private:
     class Ahead : public MixAhead
     {
     public:
-        explicit Ahead(Script &script)
+        Ahead(Script &script, QString path)
             : m_script(script)
+            , m_path(std::move(path))
         {
         }
-        ~Ahead() override
-        {
-            if (!isUsed)
-                m_script.note(QStringLiteral("ahead dropped"));
-        }
+        ~Ahead() override { m_script.note(QStringLiteral("ahead dropped")); }
 
-        bool isUsed = false;
+        QCoro::Task<std::expected<void, Error>> finish(MixComposition) override
+        {
+            using Finished = std::expected<void, Error>;
+            const bool succeeds = co_await m_script.reach(QStringLiteral("ahead finish"));
+            if (!succeeds)
+                co_return Finished(std::unexpected(Error(QStringLiteral("assets trouble"))));
+            QFile file(m_path);
+            if (file.open(QIODevice::WriteOnly))
+                file.resize(3000);
+            co_return Finished();
+        }
 
     private:
         Script &m_script;
+        const QString m_path;
     };
 
     class Export : public ExportSession
     {
     public:
-        Export(FakeAudioAssets &assets, QString path, std::unique_ptr<MixAhead> ahead)
+        Export(FakeAudioAssets &assets, QString path)
             : m_assets(assets)
             , m_path(std::move(path))
-            , m_ahead(std::move(ahead))
         {
         }
 
@@ -142,7 +144,6 @@ private:
     private:
         FakeAudioAssets &m_assets;
         const QString m_path;
-        const std::unique_ptr<MixAhead> m_ahead;
     };
 
     static QString name(const QString &path) { return QFileInfo(path).fileName(); }

@@ -11,11 +11,7 @@ EncodedSound encodeSound(const AudioEncoding &encoding, std::span<const float> s
     auto encoder = AacEncoder::create(encoding);
     if (!encoder)
         return sound;
-    const auto configuration = encoder->configuration();
-    sound.format = {.sampleRate = encoding.sampleRate,
-                    .channelCount = encoding.channelCount,
-                    .bitRate = encoding.bitRate,
-                    .configuration = {configuration.begin(), configuration.end()}};
+    sound.format = encoder->format();
     const auto keep = [&](AacPacket &&packet) { sound.packets.push_back(std::move(packet)); };
     if (encoder->encode(samples, keep) && encoder->finish(keep))
         sound.frameCount = encoder->frameCount();

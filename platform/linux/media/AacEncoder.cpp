@@ -140,10 +140,14 @@ AacEncoder::AacEncoder(AacEncoder &&) noexcept = default;
 AacEncoder &AacEncoder::operator=(AacEncoder &&) noexcept = default;
 AacEncoder::~AacEncoder() = default;
 
-std::span<const std::byte> AacEncoder::configuration() const
+AacFormat AacEncoder::format() const
 {
-    return {reinterpret_cast<const std::byte *>(m_state->codec->extradata),
-            static_cast<std::size_t>(m_state->codec->extradata_size)};
+    const AVCodecContext &codec = *m_state->codec;
+    const auto *data = reinterpret_cast<const std::byte *>(codec.extradata);
+    return {.sampleRate = codec.sample_rate,
+            .channelCount = codec.ch_layout.nb_channels,
+            .bitRate = static_cast<int>(codec.bit_rate),
+            .configuration = {data, data + codec.extradata_size}};
 }
 
 std::expected<void, Error> AacEncoder::encode(std::span<const float> interleaved,

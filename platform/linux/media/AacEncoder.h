@@ -25,8 +25,8 @@ public:
     AacEncoder &operator=(AacEncoder &&) noexcept;
     ~AacEncoder();
 
-    /// The decoder's configuration (AudioSpecificConfig, ISO/IEC 14496-3).
-    std::span<const std::byte> configuration() const;
+    /// What is encoded, with what a decoder has to know of it.
+    AacFormat format() const;
 
     /// Encodes any number of whole frames; packets come out as they are ready.
     std::expected<void, Error> encode(std::span<const float> interleaved,

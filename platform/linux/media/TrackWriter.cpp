@@ -142,11 +142,7 @@ bool TrackWriter::startWriting()
 {
     if (!m_state->encoder)
         return false;
-    const auto configuration = m_state->encoder->configuration();
-    const AacFormat format{.sampleRate = m_state->encoding.sampleRate,
-                           .channelCount = m_state->encoding.channelCount,
-                           .bitRate = m_state->encoding.bitRate,
-                           .configuration = {configuration.begin(), configuration.end()}};
+    const AacFormat format = m_state->encoder->format();
     auto file = FragmentWriter::create(m_path, format);
     if (!file) {
         m_state->fail(file.error());

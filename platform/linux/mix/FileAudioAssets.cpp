@@ -5,8 +5,7 @@
 #include "platform/linux/media/FinishTrack.h"
 #include "platform/linux/media/LiveTrack.h"
 #include "platform/linux/media/PartFiles.h"
-#include "platform/linux/mix/AheadMix.h"
-#include "platform/linux/mix/MixEncoding.h"
+#include "platform/linux/mix/LiveMix.h"
 #include "platform/linux/mix/MixFile.h"
 #include "platform/linux/mix/TrackFile.h"
 #include "platform/linux/mix/WholeFileMix.h"
@@ -19,22 +18,19 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-constexpr int mostThreads = 8; ///< at 8 MB each
-
 class FileExport : public ExportSession
 {
 public:
-    FileExport(MixComposition composition, QString outputPath, std::unique_ptr<MixAhead> ahead)
+    FileExport(MixComposition composition, QString outputPath)
         : m_composition(std::move(composition))
         , m_outputPath(std::move(outputPath))
-        , m_ahead(std::move(ahead))
     {
     }
 
     QCoro::Task<ExportOutcome> run(std::stop_token stop) override
     {
         const auto exported = [this, stop] {
-            const auto done = write(stop);
+            const auto done = mixWholeFiles(m_composition, m_outputPath, stop);
             return done ? ExportOutcome{.completed = true, .error = {}}
                         : ExportOutcome{.completed = false, .error = done.error()};
         };
@@ -43,33 +39,9 @@ public:
     }
 
 private:
-    std::expected<void, Error> write(const std::stop_token &stop);
-    std::expected<void, Error> publishAhead();
-
     const MixComposition m_composition;
     const QString m_outputPath;
-    std::unique_ptr<MixAhead> m_ahead;
 };
-
-std::expected<void, Error> FileExport::write(const std::stop_token &stop)
-{
-    if (publishAhead()) // why not does not matter: the closed files are what counts
-        return {};
-    const int cores = static_cast<int>(std::thread::hardware_concurrency());
-    return mixWholeFiles(m_composition, m_outputPath, std::clamp(cores, 1, mostThreads), stop);
-}
-
-std::expected<void, Error> FileExport::publishAhead()
-{
-    auto *ahead = dynamic_cast<AheadMix *>(m_ahead.get());
-    if (!ahead)
-        return std::unexpected(Error({}));
-    QList<qint64> frameCounts;
-    for (const MixComposition::Part &part : m_composition.parts())
-        frameCounts.append(std::llround(part.durationSeconds * mixEncoding.sampleRate));
-    const auto file = ahead->finish(frameCounts);
-    return file ? (*file)->publish() : std::unexpected(file.error());
-}
 } // namespace
 
 FileAudioAssets::FileAudioAssets(LiveTracks &tracks)
@@ -108,8 +80,7 @@ std::unique_ptr<MixAhead> FileAudioAssets::mixAhead(const QString &first, const 
         return track && track->format().sampleRate == mixEncoding.sampleRate;
     };
     if (fits(firstTrack) && fits(secondTrack))
-        return std::make_unique<AheadMix>(std::move(firstTrack), std::move(secondTrack),
-                                          outputPath);
+        return std::make_unique<LiveMix>(std::move(firstTrack), std::move(secondTrack), outputPath);
     // Nobody follows the one that there is: it need not keep its packets.
     for (const auto &track : {firstTrack, secondTrack}) {
         if (track)
@@ -119,12 +90,11 @@ std::unique_ptr<MixAhead> FileAudioAssets::mixAhead(const QString &first, const 
 }
 
 std::unique_ptr<ExportSession> FileAudioAssets::makeExport(const MixComposition &composition,
-                                                           const QString &outputPath,
-                                                           std::unique_ptr<MixAhead> ahead)
+                                                           const QString &outputPath)
 {
     if (!AacEncoder::create(mixEncoding))
         return nullptr;
-    return std::make_unique<FileExport>(composition, outputPath, std::move(ahead));
+    return std::make_unique<FileExport>(composition, outputPath);
 }
 
 QCoro::Task<std::expected<void, Error>> FileAudioAssets::finishTrack(QString path,

@@ -9,7 +9,7 @@ class LiveTracks;
 /// Tracks and mixes as MPEG-4 files.
 ///
 /// A mix is ready at once when it could be made while its tracks were recorded; whenever that is in
-/// doubt it is made of the closed files, on all cores.
+/// doubt it is made of the closed files.
 class FileAudioAssets : public AudioAssets
 {
 public:
@@ -21,8 +21,7 @@ public:
     std::unique_ptr<MixAhead> mixAhead(const QString &first, const QString &second,
                                        const QString &outputPath) override;
     std::unique_ptr<ExportSession> makeExport(const MixComposition &composition,
-                                              const QString &outputPath,
-                                              std::unique_ptr<MixAhead> ahead) override;
+                                              const QString &outputPath) override;
     QCoro::Task<std::expected<void, Error>> finishTrack(QString path,
                                                         std::stop_token stop) override;
     QCoro::Task<QStringList> abandonedTracks(QString folder, QStringList nameFilters) override;

@@ -1,88 +1,91 @@
 #include "platform/linux/mix/MixFile.h"
 
-#include "platform/linux/media/AacEncoder.h"
 #include "platform/linux/media/PartFiles.h"
-#include "platform/linux/mix/MixEncoding.h"
-#include "platform/linux/mix/SegmentEncoder.h"
 #include "platform/linux/mix/TrackLength.h"
 
 #include <QFile>
 
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <utility>
+
 using namespace Qt::StringLiterals;
 
-namespace
+void addSound(std::span<float> sum, std::span<const float> sound)
 {
-std::expected<AacFormat, Error> mixFormat()
-{
-    const auto encoder = AacEncoder::create(mixEncoding);
-    if (!encoder)
-        return std::unexpected(encoder.error());
-    const auto configuration = encoder->configuration();
-    return AacFormat{.sampleRate = mixEncoding.sampleRate,
-                     .channelCount = mixEncoding.channelCount,
-                     .bitRate = mixEncoding.bitRate,
-                     .configuration = {configuration.begin(), configuration.end()}};
+    std::ranges::transform(sum, sound, sum.begin(), std::plus());
 }
-} // namespace
+
+void limitToFullScale(std::span<float> sum)
+{
+    for (float &sample : sum)
+        sample = std::isnan(sample) ? 0.0F : std::clamp(sample, -1.0F, 1.0F);
+}
 
 std::expected<std::unique_ptr<MixFile>, Error> MixFile::create(const QString &outputPath)
 {
-    const auto format = mixFormat();
-    if (!format)
-        return std::unexpected(format.error());
-    auto muxer = M4aMuxer::create(partPath(outputPath), *format);
+    auto encoder = AacEncoder::create(mixEncoding);
+    if (!encoder)
+        return std::unexpected(encoder.error());
+    auto muxer = M4aMuxer::create(partPath(outputPath), encoder->format());
     if (!muxer)
         return std::unexpected(muxer.error());
-    return std::unique_ptr<MixFile>(new MixFile(outputPath, std::move(*muxer)));
+    return std::unique_ptr<MixFile>(
+        new MixFile(outputPath, std::move(*encoder), std::move(*muxer)));
 }
 
-MixFile::MixFile(const QString &outputPath, M4aMuxer muxer)
+MixFile::MixFile(const QString &outputPath, AacEncoder encoder, M4aMuxer muxer)
     : m_outputPath(outputPath)
     , m_temporaryPath(partPath(outputPath))
+    , m_encoder(std::move(encoder))
     , m_muxer(std::move(muxer))
 {
 }
 
 MixFile::~MixFile()
 {
-    if (!m_published)
+    if (!m_isPublished)
         QFile::remove(m_temporaryPath);
 }
 
-void MixFile::add(const AacPacket &packet)
+std::expected<void, Error> MixFile::append(std::span<const float> stereo)
 {
-    if (m_failure)
-        return;
-    ++m_packetCount;
-    if (const auto added = m_muxer.addPacket(packet); !added)
-        m_failure = added.error();
+    return outcome(m_encoder.encode(stereo, packetHandler()));
 }
 
-std::expected<void, Error> MixFile::finish(qint64 frameCount)
+std::expected<void, Error> MixFile::finish()
 {
-    if (m_failure)
-        return std::unexpected(*m_failure);
-    if (m_packetCount != packetCount(frameCount))
-        return std::unexpected(Error(u"混音的长度有误：%1 个数据包"_s.arg(m_packetCount)));
-    if (const auto finished = m_muxer.finish(frameCount); !finished)
-        return finished;
-    return check(frameCount);
-}
-
-std::expected<void, Error> MixFile::check(qint64 frameCount) const
-{
+    auto done = outcome(m_encoder.finish(packetHandler()));
+    if (done)
+        done = m_muxer.finish(m_encoder.frameCount());
+    if (!done)
+        return done;
     const auto frames = indexedLength(m_temporaryPath);
     if (!frames)
         return std::unexpected(frames.error());
-    if (*frames != frameCount)
+    if (*frames != m_encoder.frameCount())
         return std::unexpected(
-            Error(u"混音的长度有误：%1 帧，应为 %2 帧"_s.arg(*frames).arg(frameCount)));
+            Error(u"混音的长度有误：%1 帧，应为 %2 帧"_s.arg(*frames).arg(m_encoder.frameCount())));
     return {};
 }
 
 std::expected<void, Error> MixFile::publish()
 {
     const auto published = publishPart(m_outputPath);
-    m_published = published.has_value();
+    m_isPublished = published.has_value();
     return published;
+}
+
+AacEncoder::PacketHandler MixFile::packetHandler()
+{
+    return [this](AacPacket &&packet) {
+        if (m_written)
+            m_written = m_muxer.addPacket(packet);
+    };
+}
+
+std::expected<void, Error> MixFile::outcome(std::expected<void, Error> encoded) const
+{
+    return encoded ? m_written : encoded;
 }

@@ -1,6 +1,6 @@
 #include "platform/linux/mix/TrackDecoder.h"
 
-#include "platform/linux/mix/TrackTimeline.h"
+#include "platform/linux/mix/DecodedSound.h"
 
 #include <algorithm>
 
@@ -69,33 +69,33 @@ std::expected<TrackDecoder, Error> TrackDecoder::create(const AacFormat &format)
     return create(*parameters);
 }
 
-std::expected<void, Error> TrackDecoder::decode(const AVPacket &packet, TrackTimeline &timeline)
+std::expected<void, Error> TrackDecoder::decode(const AVPacket &packet, DecodedSound &sound)
 {
     // Set where the file ends in the middle of a packet.
     if (packet.flags & AV_PKT_FLAG_CORRUPT)
         return failed(AVERROR_INVALIDDATA);
-    return send(&packet, timeline);
+    return send(&packet, sound);
 }
 
 std::expected<void, Error> TrackDecoder::decode(std::span<const std::byte> packet,
-                                                qint64 presentationTime, TrackTimeline &timeline)
+                                                qint64 presentationTime, DecodedSound &sound)
 {
     if (const int result = libav().av_new_packet(m_packet.get(), static_cast<int>(packet.size()));
         result < 0)
         return failed(result);
     std::ranges::copy(packet, reinterpret_cast<std::byte *>(m_packet->data));
     m_packet->pts = presentationTime;
-    const auto sent = send(m_packet.get(), timeline);
+    const auto sent = send(m_packet.get(), sound);
     libav().av_packet_unref(m_packet.get());
     return sent;
 }
 
-std::expected<void, Error> TrackDecoder::finish(TrackTimeline &timeline)
+std::expected<void, Error> TrackDecoder::finish(DecodedSound &sound)
 {
-    return send(nullptr, timeline);
+    return send(nullptr, sound);
 }
 
-std::expected<void, Error> TrackDecoder::send(const AVPacket *packet, TrackTimeline &timeline)
+std::expected<void, Error> TrackDecoder::send(const AVPacket *packet, DecodedSound &sound)
 {
     if (const int result = libav().avcodec_send_packet(m_codec.get(), packet); result < 0)
         return failed(result);
@@ -105,12 +105,12 @@ std::expected<void, Error> TrackDecoder::send(const AVPacket *packet, TrackTimel
             return {};
         if (result < 0)
             return failed(result);
-        if (const auto placed = place(timeline); !placed)
+        if (const auto placed = place(sound); !placed)
             return placed;
     }
 }
 
-std::expected<void, Error> TrackDecoder::place(TrackTimeline &timeline)
+std::expected<void, Error> TrackDecoder::place(DecodedSound &sound)
 {
     const auto frames = static_cast<std::size_t>(m_frame->nb_samples);
     const auto *left = reinterpret_cast<const float *>(m_frame->extended_data[0]);
@@ -122,8 +122,8 @@ std::expected<void, Error> TrackDecoder::place(TrackTimeline &timeline)
         m_stereo[2 * i] = left[i];
         m_stereo[2 * i + 1] = right[i];
     }
-    const qint64 position = m_frame->pts == AV_NOPTS_VALUE ? timeline.end() : m_frame->pts;
-    if (!timeline.place(position, m_stereo))
+    const qint64 position = m_frame->pts == AV_NOPTS_VALUE ? sound.end() : m_frame->pts;
+    if (!sound.place(position, m_stereo))
         return std::unexpected(Error(u"音轨的时间标记有误"_s));
     return {};
 }

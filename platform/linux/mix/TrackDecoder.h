@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-class TrackTimeline;
+class DecodedSound;
 
 /// Decodes the packets of one track as stereo; one channel goes to both sides unchanged.
 ///
@@ -21,22 +21,22 @@ public:
 
     int sampleRate() const { return m_codec->sample_rate; }
 
-    /// Decodes \p packet, whose times are in frames, and puts its sound on \p timeline. A packet
+    /// Decodes \p packet, whose times are in frames, and puts its sound on \p sound. A packet
     /// that cannot be decoded is an error.
-    std::expected<void, Error> decode(const AVPacket &packet, TrackTimeline &timeline);
+    std::expected<void, Error> decode(const AVPacket &packet, DecodedSound &sound);
 
     /// The same for a packet that starts at frame \p presentationTime.
     std::expected<void, Error> decode(std::span<const std::byte> packet, qint64 presentationTime,
-                                      TrackTimeline &timeline);
+                                      DecodedSound &sound);
 
-    /// Puts what the decoder still holds on \p timeline. Nothing can follow.
-    std::expected<void, Error> finish(TrackTimeline &timeline);
+    /// Puts what the decoder still holds on \p sound. Nothing can follow.
+    std::expected<void, Error> finish(DecodedSound &sound);
 
 private:
     explicit TrackDecoder(LibavCodec codec);
 
-    std::expected<void, Error> send(const AVPacket *packet, TrackTimeline &timeline);
-    std::expected<void, Error> place(TrackTimeline &timeline);
+    std::expected<void, Error> send(const AVPacket *packet, DecodedSound &sound);
+    std::expected<void, Error> place(DecodedSound &sound);
 
     LibavCodec m_codec;
     LibavFrame m_frame{av_frame_alloc()};

@@ -33,13 +33,13 @@ std::expected<TrackFollower, Error> TrackFollower::create(std::shared_ptr<LiveTr
 
 std::expected<bool, Error> TrackFollower::prepare(qint64 frames, std::chrono::milliseconds patience)
 {
-    while (!m_frameCount && m_timeline.available() < frames + heldBack) {
+    while (!m_frameCount && m_sound.available() < frames + heldBack) {
         // Asked before the packets: what came before the end must not be overlooked.
         const LiveTrack::State state = m_track->state();
         const auto packet = m_track->next(patience);
         if (packet) {
             const qint64 presentationTime = (m_packets++ - 1) * aacFrameLength;
-            const auto decoded = m_decoder.decode(*packet, presentationTime, m_timeline);
+            const auto decoded = m_decoder.decode(*packet, presentationTime, m_sound);
             if (!decoded)
                 return std::unexpected(decoded.error());
         } else if (state == LiveTrack::State::ended) {
@@ -56,10 +56,10 @@ std::expected<bool, Error> TrackFollower::prepare(qint64 frames, std::chrono::mi
 
 std::expected<void, Error> TrackFollower::end()
 {
-    if (const auto finished = m_decoder.finish(m_timeline); !finished)
+    if (const auto finished = m_decoder.finish(m_sound); !finished)
         return finished;
     const qint64 frames = m_track->frameCount();
-    if (frames < m_timeline.position() || frames > m_timeline.end())
+    if (frames < m_sound.position() || frames > m_sound.end())
         return failed(u"音轨长度与数据不符"_s);
     m_frameCount = frames;
     return {};
@@ -68,9 +68,9 @@ std::expected<void, Error> TrackFollower::end()
 void TrackFollower::read(std::span<float> stereo)
 {
     const auto asked = static_cast<qint64>(stereo.size()) / 2;
-    const qint64 left = m_frameCount.value_or(m_timeline.end()) - m_timeline.position();
+    const qint64 left = m_frameCount.value_or(m_sound.end()) - m_sound.position();
     const qint64 frames = std::clamp<qint64>(left, 0, asked);
     const auto sound = stereo.first(static_cast<std::size_t>(frames) * 2);
-    m_timeline.take(sound);
+    m_sound.take(sound);
     std::ranges::fill(stereo.subspan(sound.size()), 0.0F);
 }

@@ -2,8 +2,8 @@
 
 #include "base/Error.h"
 #include "platform/linux/media/LiveTrack.h"
+#include "platform/linux/mix/DecodedSound.h"
 #include "platform/linux/mix/TrackDecoder.h"
-#include "platform/linux/mix/TrackTimeline.h"
 
 #include <chrono>
 #include <expected>
@@ -36,7 +36,7 @@ private:
 
     std::shared_ptr<LiveTrack> m_track;
     TrackDecoder m_decoder;
-    TrackTimeline m_timeline;
+    DecodedSound m_sound;
     qint64 m_packets = 0; ///< decoded so far
     std::optional<qint64> m_frameCount;
 };

@@ -1,14 +1,15 @@
 #pragma once
 
-#include "platform/linux/mix/StereoQueue.h"
-
+#include <cstddef>
+#include <iterator>
 #include <span>
+#include <vector>
 
 /// The sound of one track in order of time: interleaved stereo from frame 0 on, without holes.
 ///
 /// What a decoder hands over is put where its presentation time says, so that a packet that is
 /// missing does not shift the rest. Used by one thread at a time.
-class TrackTimeline
+class DecodedSound
 {
 public:
     /// Puts \p stereo at frame \p position. What lies before frame 0 or over earlier sound is cut
@@ -19,10 +20,11 @@ public:
     void take(std::span<float> stereo);
 
     qint64 position() const { return m_position; } ///< the next frame to be taken
-    qint64 available() const { return m_queue.frames(); }
+    qint64 available() const { return (std::ssize(m_samples) - m_taken) / 2; }
     qint64 end() const { return m_position + available(); }
 
 private:
-    StereoQueue m_queue;
+    std::vector<float> m_samples;
+    std::ptrdiff_t m_taken = 0; ///< samples at the front that take() has handed out
     qint64 m_position = 0;
 };

@@ -1,9 +1,7 @@
-#include "platform/linux/mix/AheadMix.h"
+#include "platform/linux/mix/LiveMix.h"
 
 #include "base/Tasks.h"
 #include "platform/linux/mix/MixFile.h"
-#include "platform/linux/mix/StreamEncoder.h"
-#include "platform/linux/mix/Sum.h"
 #include "platform/linux/mix/TrackFollower.h"
 
 #include <pthread.h>
@@ -33,7 +31,7 @@ void lowerPriority()
 } // namespace
 
 /// Used by one thread at a time: first its own, then the one that calls finish().
-class AheadMix::Work
+class LiveMix::Work
 {
 public:
     using Tracks = std::vector<std::shared_ptr<LiveTrack>>;
@@ -41,7 +39,8 @@ public:
     Work(Tracks tracks, const QString &outputPath, std::chrono::milliseconds lookInterval);
     ~Work();
 
-    std::expected<std::unique_ptr<MixFile>, Error> finish(const QList<qint64> &frameCounts);
+    /// On any other thread, once.
+    std::expected<void, Error> finish(const MixComposition &composition);
 
 private:
     void run();
@@ -55,7 +54,7 @@ private:
     std::expected<bool, Error> prepareBlock(std::chrono::milliseconds wait);
     std::expected<void, Error> encodeBlock(qint64 frames);
 
-    std::expected<qint64, Error> complete(const QList<qint64> &frameCounts);
+    std::expected<void, Error> complete(const MixComposition &composition);
     std::optional<qint64> frameCount() const;
     void discard(const Error &reason);
 
@@ -64,7 +63,6 @@ private:
     const std::chrono::milliseconds m_lookInterval;
     std::vector<TrackFollower> m_followers;
     std::unique_ptr<MixFile> m_file; ///< null once discarded
-    StreamEncoder m_encoder;
     std::vector<float> m_sum;
     std::vector<float> m_sound;
     qint64 m_position = 0; ///< frames encoded
@@ -76,23 +74,22 @@ private:
     std::thread m_thread;
 };
 
-AheadMix::Work::Work(Tracks tracks, const QString &outputPath,
-                     std::chrono::milliseconds lookInterval)
+LiveMix::Work::Work(Tracks tracks, const QString &outputPath,
+                    std::chrono::milliseconds lookInterval)
     : m_tracks(std::move(tracks))
     , m_outputPath(outputPath)
     , m_lookInterval(lookInterval)
-    , m_encoder([this](AacPacket &&packet) { m_file->add(packet); })
     , m_thread([this] { run(); })
 {
 }
 
-AheadMix::Work::~Work()
+LiveMix::Work::~Work()
 {
     stopThread();
     discard(Error(u"已放弃"_s));
 }
 
-void AheadMix::Work::run()
+void LiveMix::Work::run()
 {
     lowerPriority();
     if (const auto ready = setUp(); !ready)
@@ -103,7 +100,7 @@ void AheadMix::Work::run()
     }
 }
 
-std::expected<void, Error> AheadMix::Work::setUp()
+std::expected<void, Error> LiveMix::Work::setUp()
 {
     for (const auto &track : m_tracks) {
         auto follower = TrackFollower::create(track);
@@ -118,7 +115,7 @@ std::expected<void, Error> AheadMix::Work::setUp()
     return {};
 }
 
-void AheadMix::Work::stopThread()
+void LiveMix::Work::stopThread()
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -130,19 +127,19 @@ void AheadMix::Work::stopThread()
     m_stopping = false;
 }
 
-bool AheadMix::Work::waitForMore()
+bool LiveMix::Work::waitForMore()
 {
     std::unique_lock lock(m_mutex);
     return !m_changed.wait_for(lock, m_lookInterval, [this] { return m_stopping; });
 }
 
-bool AheadMix::Work::isStopping()
+bool LiveMix::Work::isStopping()
 {
     const std::lock_guard lock(m_mutex);
     return m_stopping;
 }
 
-std::expected<bool, Error> AheadMix::Work::advance(std::chrono::milliseconds wait)
+std::expected<bool, Error> LiveMix::Work::advance(std::chrono::milliseconds wait)
 {
     while (!isStopping()) {
         if (const auto prepared = prepareBlock(wait); !prepared || !*prepared)
@@ -157,7 +154,7 @@ std::expected<bool, Error> AheadMix::Work::advance(std::chrono::milliseconds wai
     return false;
 }
 
-std::expected<bool, Error> AheadMix::Work::prepareBlock(std::chrono::milliseconds wait)
+std::expected<bool, Error> LiveMix::Work::prepareBlock(std::chrono::milliseconds wait)
 {
     for (TrackFollower &follower : m_followers) {
         if (const auto prepared = follower.prepare(aacFrameLength, wait); !prepared || !*prepared)
@@ -166,7 +163,7 @@ std::expected<bool, Error> AheadMix::Work::prepareBlock(std::chrono::millisecond
     return true;
 }
 
-std::expected<void, Error> AheadMix::Work::encodeBlock(qint64 frames)
+std::expected<void, Error> LiveMix::Work::encodeBlock(qint64 frames)
 {
     m_sum.assign(static_cast<std::size_t>(frames) * 2, 0.0F);
     m_sound.resize(m_sum.size());
@@ -176,15 +173,11 @@ std::expected<void, Error> AheadMix::Work::encodeBlock(qint64 frames)
     }
     limitToFullScale(m_sum);
     m_position += frames;
-    if (const auto encoded = m_encoder.encode(m_sum); !encoded)
-        return encoded;
-    if (m_file->failure())
-        return std::unexpected(*m_file->failure());
-    return {};
+    return m_file->append(m_sum);
 }
 
 /// Length of the mix; none while a track grows.
-std::optional<qint64> AheadMix::Work::frameCount() const
+std::optional<qint64> LiveMix::Work::frameCount() const
 {
     qint64 longest = 0;
     for (const TrackFollower &follower : m_followers) {
@@ -196,7 +189,7 @@ std::optional<qint64> AheadMix::Work::frameCount() const
 }
 
 /// Gives the room on the disk back at once.
-void AheadMix::Work::discard(const Error &reason)
+void LiveMix::Work::discard(const Error &reason)
 {
     m_file.reset();
     for (const auto &track : m_tracks)
@@ -204,54 +197,54 @@ void AheadMix::Work::discard(const Error &reason)
     m_failure = reason;
 }
 
-std::expected<std::unique_ptr<MixFile>, Error>
-AheadMix::Work::finish(const QList<qint64> &frameCounts)
+std::expected<void, Error> LiveMix::Work::finish(const MixComposition &composition)
 {
     stopThread();
     if (m_failure)
         return std::unexpected(*m_failure);
-    const auto frames = complete(frameCounts);
-    const auto finished = frames ? m_file->finish(*frames) : std::unexpected(frames.error());
-    if (!finished) {
+    auto finished = complete(composition);
+    if (finished)
+        finished = m_file->publish();
+    if (!finished)
         discard(finished.error());
-        return std::unexpected(finished.error());
-    }
-    return std::move(m_file);
+    return finished;
 }
 
-std::expected<qint64, Error> AheadMix::Work::complete(const QList<qint64> &frameCounts)
+std::expected<void, Error> LiveMix::Work::complete(const MixComposition &composition)
 {
     const auto advanced = advance(patience);
     if (!advanced)
         return std::unexpected(advanced.error());
     if (!*advanced)
         return std::unexpected(Error(u"音轨尚未结束"_s));
-    if (frameCounts.size() != std::ssize(m_followers))
+    const auto &parts = composition.parts();
+    if (parts.size() != std::ssize(m_followers))
         return std::unexpected(Error(u"音轨的数量不符"_s));
-    for (qsizetype i = 0; i < frameCounts.size(); ++i) {
+    for (qsizetype i = 0; i < parts.size(); ++i) {
         const qint64 followed = *m_followers[static_cast<std::size_t>(i)].frameCount();
-        if (std::abs(followed - frameCounts[i]) > 1)
+        const qint64 closed = std::llround(parts[i].durationSeconds * mixEncoding.sampleRate);
+        if (std::abs(followed - closed) > 1)
             return std::unexpected(Error(u"音轨长度与文件不符"_s));
     }
-    if (const auto finished = m_encoder.finish(); !finished)
-        return std::unexpected(finished.error());
-    return *frameCount();
+    return m_file->finish();
 }
 
-AheadMix::AheadMix(std::shared_ptr<LiveTrack> first, std::shared_ptr<LiveTrack> second,
-                   const QString &outputPath, std::chrono::milliseconds lookInterval)
+LiveMix::LiveMix(std::shared_ptr<LiveTrack> first, std::shared_ptr<LiveTrack> second,
+                 const QString &outputPath, std::chrono::milliseconds lookInterval)
     : m_work(std::make_shared<Work>(Work::Tracks{std::move(first), std::move(second)}, outputPath,
                                     lookInterval))
 {
 }
 
-AheadMix::~AheadMix()
+LiveMix::~LiveMix()
 {
     // It ends a thread and may remove a file: not while the main thread waits.
     inBackground([work = std::move(m_work)]() mutable { work.reset(); });
 }
 
-std::expected<std::unique_ptr<MixFile>, Error> AheadMix::finish(const QList<qint64> &frameCounts)
+QCoro::Task<std::expected<void, Error>> LiveMix::finish(MixComposition composition)
 {
-    return m_work->finish(frameCounts);
+    const auto complete = [work = m_work, composition] { return work->finish(composition); };
+    const auto completed = inBackground(complete);
+    co_return co_await completed;
 }
