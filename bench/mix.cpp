@@ -6,8 +6,8 @@
 #include "bench/MeetingTracks.h"
 #include "platform/linux/media/FragmentWriter.h"
 #include "platform/linux/media/M4aMuxer.h"
+#include "platform/linux/media/TrackFile.h"
 #include "platform/linux/mix/MixFile.h"
-#include "platform/linux/mix/TrackFile.h"
 #include "platform/linux/mix/TrackReader.h"
 #include "platform/linux/mix/WholeFileMix.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/AudioFileWriter.h"
-#include "platform/linux/media/AacPacket.h"
+#include "platform/linux/media/AacEncoder.h"
 
 #include <QString>
 

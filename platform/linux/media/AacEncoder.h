@@ -2,12 +2,27 @@
 
 #include "base/Error.h"
 #include "platform/AudioFileWriter.h"
-#include "platform/linux/media/AacPacket.h"
 
+#include <cstddef>
 #include <expected>
 #include <functional>
 #include <memory>
 #include <span>
+#include <vector>
+
+/// One access unit of an AAC stream: 1024 frames.
+using AacPacket = std::vector<std::byte>;
+
+/// What a decoder and a container need to know of an AAC stream.
+struct AacFormat {
+    int sampleRate = 48000; ///< frames per second
+    int channelCount = 2;
+    int bitRate = 128000;                 ///< bits per second, nominal
+    std::vector<std::byte> configuration; ///< AudioSpecificConfig, ISO/IEC 14496-3
+};
+
+/// Frames in a packet, and the delay of the encoder in frames.
+inline constexpr qint64 aacFrameLength = 1024;
 
 /// Encodes interleaved float sound as AAC (low complexity), 1024 frames to a packet.
 ///

@@ -4,6 +4,7 @@
 #include "platform/linux/media/Libav.h"
 #include "platform/linux/media/M4aMuxer.h"
 #include "platform/linux/media/PartFiles.h"
+#include "platform/linux/media/TrackFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -14,20 +15,10 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-struct Content {
-    int sampleRate = 0;
-    int channelCount = 0;
-    qint64 packetCount = 0;
-    qint64 frameCount = 0;
-
-    bool operator==(const Content &) const = default;
-};
-
-std::expected<Content, Error> copyPackets(FragmentReader &from, M4aMuxer &to,
-                                          const std::stop_token &stop)
+/// What the file has to be found as.
+std::expected<TrackFacts, Error> copyPackets(FragmentReader &from, M4aMuxer &to,
+                                             const std::stop_token &stop)
 {
-    Content content{.sampleRate = from.format().sampleRate,
-                    .channelCount = from.format().channelCount};
     for (;;) {
         const auto more = from.next();
         if (!more)
@@ -39,28 +30,14 @@ std::expected<Content, Error> copyPackets(FragmentReader &from, M4aMuxer &to,
         for (const auto packet : from.packets()) {
             if (const auto added = to.addPacket(packet); !added)
                 return std::unexpected(added.error());
-            ++content.packetCount;
         }
     }
-    content.frameCount = from.frameCount();
-    if (const auto finished = to.finish(content.frameCount); !finished)
+    if (const auto finished = to.finish(from.frameCount()); !finished)
         return std::unexpected(finished.error());
-    return content;
-}
-
-/// What a player finds in the file at \p path.
-std::expected<Content, Error> readIndex(const QString &path)
-{
-    const auto file = openMovie(path);
-    if (!file)
-        return std::unexpected(file.error());
-    if ((*file)->nb_streams != 1)
-        return std::unexpected(Error(u"没有音轨"_s));
-    const AVStream &track = *(*file)->streams[0];
-    return Content{.sampleRate = track.codecpar->sample_rate,
-                   .channelCount = track.codecpar->ch_layout.nb_channels,
-                   .packetCount = track.nb_frames,
-                   .frameCount = track.duration};
+    return TrackFacts{.audioTrackCount = 1,
+                      .sampleRate = from.format().sampleRate,
+                      .channelCount = from.format().channelCount,
+                      .frameCount = from.frameCount()};
 }
 } // namespace
 
@@ -69,7 +46,8 @@ std::expected<void, Error> finishTrackFile(const QString &path, const std::stop_
     auto fragments = FragmentReader::open(path);
     if (!fragments) {
         // Finished before, perhaps by a run that was interrupted afterwards.
-        return readIndex(path) ? std::expected<void, Error>() : std::unexpected(fragments.error());
+        return inspectTrack(path) ? std::expected<void, Error>()
+                                  : std::unexpected(fragments.error());
     }
     const QString part = partPath(path);
     auto muxer = M4aMuxer::create(part, fragments->format());
@@ -79,7 +57,7 @@ std::expected<void, Error> finishTrackFile(const QString &path, const std::stop_
     const auto written = copyPackets(*fragments, *muxer, stop);
     if (!written)
         return std::unexpected(written.error());
-    const auto found = readIndex(part);
+    const auto found = inspectTrack(part);
     if (!found)
         return std::unexpected(found.error());
     if (*found != *written)

@@ -2,6 +2,8 @@
 
 #include "platform/linux/media/MovieBoxes.h"
 
+#include <numeric>
+
 namespace
 {
 // Which fields there are (ISO/IEC 14496-12, 8.8.7 and 8.8.8).
@@ -44,4 +46,35 @@ void writeFragment(BoxWriter &out, const SoundFragment &fragment)
     constexpr std::size_t boxHeader = 8;
     out.patchU32(dataOffsetAt, static_cast<quint32>(out.size() - start + boxHeader));
     out.box("mdat", [&] { out.bytes(fragment.data); });
+}
+
+std::optional<FragmentIndex> readFragmentIndex(std::span<const std::byte> moof)
+{
+    const auto track = findBox(moof, "traf");
+    const auto start = track ? findBox(*track, "tfdt") : std::nullopt;
+    const auto run = track ? findBox(*track, "trun") : std::nullopt;
+    if (!start || !run)
+        return std::nullopt;
+    FragmentIndex index;
+    BoxReader time(*start);
+    time.skip(4); // version and flags
+    index.startFrame = static_cast<qint64>(time.u64());
+    BoxReader reader(*run);
+    const bool hasDurations = (reader.u32() & sampleDurationPresent) != 0;
+    const quint32 count = reader.u32();
+    reader.skip(4); // where the data is: it follows
+    for (quint32 i = 0; i < count && reader.isGood(); ++i) {
+        index.frameCount += hasDurations ? static_cast<qint64>(reader.u32()) : aacFrameLength;
+        index.packetSizes.push_back(reader.u32());
+    }
+    if (!time.isGood() || !reader.isGood() || !reader.rest().empty() || count == 0)
+        return std::nullopt;
+    return index;
+}
+
+bool isFragmentDataWhole(const FragmentIndex &index, std::span<const std::byte> data)
+{
+    const quint64 size =
+        std::accumulate(index.packetSizes.begin(), index.packetSizes.end(), quint64{0});
+    return size == data.size() && !data.empty() && data.back() != std::byte{0};
 }

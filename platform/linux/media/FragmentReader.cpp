@@ -1,6 +1,7 @@
 #include "platform/linux/media/FragmentReader.h"
 
-#include "platform/linux/media/BoxReader.h"
+#include "platform/linux/media/Boxes.h"
+#include "platform/linux/media/FragmentBoxes.h"
 
 #include <algorithm>
 #include <array>
@@ -12,7 +13,6 @@ namespace
 {
 constexpr std::size_t boxHeader = 8;
 constexpr std::size_t fullBoxHeader = 4; ///< version and flags
-constexpr quint32 sampleDurationPresent = 0x000100;
 
 /// A second of the largest packets that there are, for eight channels, is half of it.
 constexpr std::size_t largestFragment = 1 << 20;
@@ -43,11 +43,6 @@ void parseElementaryStream(std::span<const std::byte> stream, AacFormat &format)
     format.configuration.assign(configuration.begin(), configuration.end());
 }
 } // namespace
-
-bool isFragmentDataWhole(std::span<const std::byte> data)
-{
-    return !data.empty() && data.back() != std::byte{0};
-}
 
 std::expected<FragmentReader, Error> FragmentReader::open(const QString &path)
 {
@@ -131,9 +126,13 @@ std::expected<bool, Error> FragmentReader::readFragment()
     const auto data = readBox("mdat", m_data);
     if (!data || !*data)
         return data;
-    if (!parseFragment() || !splitData())
+    const auto fragment = readFragmentIndex(m_index);
+    if (!fragment || fragment->startFrame != m_duration || !isFragmentDataWhole(*fragment, m_data))
         return false;
-    m_duration += m_fragmentDuration;
+    BoxReader packets(m_data);
+    for (const quint32 size : fragment->packetSizes)
+        m_packets.push_back(packets.bytes(size));
+    m_duration += fragment->frameCount;
     return true;
 }
 
@@ -154,41 +153,35 @@ std::expected<bool, Error> FragmentReader::readEnd(qint64 start)
     return false;
 }
 
-bool FragmentReader::parseFragment()
-{
-    const auto start = findNested(m_index, {"traf", "tfdt"});
-    const auto run = findNested(m_index, {"traf", "trun"});
-    if (!start || !run)
-        return false;
-    BoxReader time(*start);
-    time.skip(fullBoxHeader);
-    return time.u64() == static_cast<quint64>(m_duration) && time.isGood() && parseRun(*run);
-}
-
-bool FragmentReader::parseRun(std::span<const std::byte> run)
-{
-    BoxReader reader(run);
-    const bool hasDurations = (reader.u32() & sampleDurationPresent) != 0;
-    const quint32 count = reader.u32();
-    reader.skip(4); // where the data is: it follows
-    m_sizes.clear();
-    m_fragmentDuration = 0;
-    for (quint32 i = 0; i < count && reader.isGood(); ++i) {
-        m_fragmentDuration += hasDurations ? static_cast<qint64>(reader.u32()) : aacFrameLength;
-        m_sizes.push_back(reader.u32());
-    }
-    return reader.isGood() && reader.rest().empty() && count > 0;
-}
-
-bool FragmentReader::splitData()
-{
-    BoxReader reader(m_data);
-    for (const quint32 size : m_sizes)
-        m_packets.push_back(reader.bytes(size));
-    return reader.isGood() && reader.rest().empty() && isFragmentDataWhole(m_data);
-}
-
 qint64 FragmentReader::frameCount() const
 {
     return std::max<qint64>(m_duration - aacFrameLength, 0);
+}
+
+std::expected<qint64, Error> fragmentedLength(const QString &path)
+{
+    const auto file = OutputFile::open(path);
+    const auto size = file ? file->size() : std::unexpected(file.error());
+    if (!size)
+        return std::unexpected(size.error());
+    std::vector<std::byte> tail(
+        static_cast<std::size_t>(std::min(*size, static_cast<qint64>(largestFragment))));
+    const auto read = file->read(*size - std::ssize(tail), tail);
+    if (!read)
+        return std::unexpected(read.error());
+    const std::string_view type = "moof";
+    std::span<const std::byte> before = tail;
+    for (;;) {
+        const auto found = std::ranges::find_end(before, std::as_bytes(std::span(type)));
+        const auto place = static_cast<std::size_t>(found.begin() - before.begin());
+        if (found.empty() || place < boxHeader / 2)
+            return std::unexpected(Error(u"%1 不完整"_s.arg(path)));
+        const auto fragment = std::span<const std::byte>(tail).subspan(place - boxHeader / 2);
+        const auto moof = findBox(fragment, "moof");
+        const auto data = findBox(fragment, "mdat");
+        const auto index = moof ? readFragmentIndex(*moof) : std::nullopt;
+        if (index && data && isFragmentDataWhole(*index, *data))
+            return std::max<qint64>(0, index->startFrame + index->frameCount - aacFrameLength);
+        before = before.first(place);
+    }
 }

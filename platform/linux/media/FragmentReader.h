@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Error.h"
-#include "platform/linux/media/AacPacket.h"
+#include "platform/linux/media/AacEncoder.h"
 #include "platform/linux/media/OutputFile.h"
 
 #include <QString>
@@ -10,11 +10,6 @@
 #include <span>
 #include <string_view>
 #include <vector>
-
-/// Whether \p data, the packets of a fragment, have reached the disk to their end: a machine that
-/// was switched off may leave zeros, while a packet ends with three set bits and at most seven
-/// clear ones (ISO/IEC 14496-3, 4.4.2.1).
-bool isFragmentDataWhole(std::span<const std::byte> data);
 
 /// Reads what FragmentWriter wrote, fragment by fragment, also where the writer was killed: it ends
 /// with the last complete fragment. Memory: one fragment. Used by one thread at a time.
@@ -46,17 +41,17 @@ private:
     std::expected<bool, Error> readEnd(qint64 start);
     std::expected<bool, Error> readBox(std::string_view type, std::vector<std::byte> &content);
     bool parseMovie();
-    bool parseFragment();
-    bool parseRun(std::span<const std::byte> run);
-    bool splitData();
 
     OutputFile m_file;
     AacFormat m_format;
     qint64 m_position = 0; ///< of the next box
     std::vector<std::byte> m_index;
     std::vector<std::byte> m_data;
-    std::vector<quint32> m_sizes;
     std::vector<std::span<const std::byte>> m_packets;
-    qint64 m_duration = 0;         ///< frames in all fragments, with the encoder's delay
-    qint64 m_fragmentDuration = 0; ///< frames in this one
+    qint64 m_duration = 0; ///< frames in all fragments, with the encoder's delay
 };
+
+/// How many frames are heard of the closed, or left behind, fragmented track at \p path. Its last
+/// whole fragment tells, so that it takes no longer for a long file; what a kill has left of one
+/// more does not count. Without a whole fragment, an error. Any thread.
+std::expected<qint64, Error> fragmentedLength(const QString &path);

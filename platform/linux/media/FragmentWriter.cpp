@@ -1,7 +1,7 @@
 #include "platform/linux/media/FragmentWriter.h"
 
 #include "base/PrivateFolder.h"
-#include "platform/linux/media/BoxReader.h"
+#include "platform/linux/media/Boxes.h"
 #include "platform/linux/media/FragmentBoxes.h"
 #include "platform/linux/media/MovieBoxes.h"
 #include "platform/linux/media/PartFiles.h"
@@ -115,36 +115,25 @@ std::expected<void, Error> FragmentWriter::restoreWhenRemoved()
     if (m_file.isAt(m_path))
         return {};
     (void)makePrivateFolder(QFileInfo(m_path).path()); // otherwise the next step fails
-    // On a volume that is back, the earlier part stands there: only a whole copy replaces it.
-    return keep(QFileInfo::exists(m_path) ? replaceByCopy() : copyAnew());
-}
-
-std::expected<void, Error> FragmentWriter::copyAnew()
-{
-    auto file = OutputFile::create(m_path);
+    const QString part = partPath(m_path);
+    auto file = OutputFile::create(part);
     if (!file)
-        return std::unexpected(file.error());
-    const auto copied = file->copyFrom(m_file, m_end);
-    if (!copied) // as much of it as there is room for
-        (void)file->truncate(fragmentEndBefore(file->size().value_or(0)));
-    m_file = *std::move(file);
-    return copied;
-}
-
-std::expected<void, Error> FragmentWriter::replaceByCopy()
-{
-    auto file = OutputFile::create(partPath(m_path));
-    if (!file)
-        return std::unexpected(file.error());
+        return keep(std::unexpected(file.error()));
     auto copied = file->copyFrom(m_file, m_end);
     if (copied)
         copied = file->sync();
     if (!copied) {
-        QFile::remove(partPath(m_path));
-        return copied;
+        // On a volume that is back, the earlier part stands at the path: only a whole copy replaces
+        // it. Where there is nothing, as much of the sound stays as there is room for.
+        if (QFileInfo::exists(m_path)) {
+            QFile::remove(part);
+            return keep(copied);
+        }
+        (void)file->truncate(fragmentEndBefore(file->size().value_or(0)));
     }
     m_file = *std::move(file);
-    return publishPart(m_path);
+    const auto published = publishPart(m_path);
+    return keep(copied ? published : copied);
 }
 
 qint64 FragmentWriter::fragmentEndBefore(qint64 limit) const

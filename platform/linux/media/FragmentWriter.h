@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Error.h"
-#include "platform/linux/media/AacPacket.h"
+#include "platform/linux/media/AacEncoder.h"
 #include "platform/linux/media/OutputFile.h"
 
 #include <QString>
@@ -42,8 +42,6 @@ private:
     std::expected<void, Error> append(std::span<const std::byte> bytes);
     std::expected<void, Error> writePending(qint64 lastDuration);
     std::expected<void, Error> restoreWhenRemoved();
-    std::expected<void, Error> copyAnew();
-    std::expected<void, Error> replaceByCopy();
     qint64 fragmentEndBefore(qint64 limit) const;
     std::expected<void, Error> syncWhenDue();
     std::expected<void, Error> keep(std::expected<void, Error> result);

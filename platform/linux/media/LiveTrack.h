@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/media/AacPacket.h"
+#include "platform/linux/media/AacEncoder.h"
 
 #include <QHash>
 #include <QString>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/linux/media/AacPacket.h"
-#include "platform/linux/media/BoxWriter.h"
+#include "platform/linux/media/AacEncoder.h"
+#include "platform/linux/media/Boxes.h"
 
 #include <span>
 

@@ -5,9 +5,9 @@
 #include "platform/linux/media/FinishTrack.h"
 #include "platform/linux/media/LiveTrack.h"
 #include "platform/linux/media/PartFiles.h"
+#include "platform/linux/media/TrackFile.h"
 #include "platform/linux/mix/LiveMix.h"
 #include "platform/linux/mix/MixFile.h"
-#include "platform/linux/mix/TrackFile.h"
 #include "platform/linux/mix/WholeFileMix.h"
 
 #include <algorithm>

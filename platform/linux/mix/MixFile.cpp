@@ -1,7 +1,7 @@
 #include "platform/linux/mix/MixFile.h"
 
 #include "platform/linux/media/PartFiles.h"
-#include "platform/linux/mix/TrackLength.h"
+#include "platform/linux/media/TrackFile.h"
 
 #include <QFile>
 
@@ -61,13 +61,11 @@ std::expected<void, Error> MixFile::finish()
         done = m_muxer.finish(m_encoder.frameCount());
     if (!done)
         return done;
-    const auto frames = indexedLength(m_temporaryPath);
-    if (!frames)
-        return std::unexpected(frames.error());
-    if (*frames != m_encoder.frameCount())
-        return std::unexpected(
-            Error(u"混音的长度有误：%1 帧，应为 %2 帧"_s.arg(*frames).arg(m_encoder.frameCount())));
-    return {};
+    const auto found = inspectTrack(m_temporaryPath);
+    if (found && found->frameCount != m_encoder.frameCount())
+        return std::unexpected(Error(u"混音的长度有误：%1 帧，应为 %2 帧"_s.arg(found->frameCount)
+                                         .arg(m_encoder.frameCount())));
+    return found ? std::expected<void, Error>() : std::unexpected(found.error());
 }
 
 std::expected<void, Error> MixFile::publish()

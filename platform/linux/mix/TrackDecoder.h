@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Error.h"
-#include "platform/linux/media/AacPacket.h"
+#include "platform/linux/media/AacEncoder.h"
 #include "platform/linux/media/Libav.h"
 
 #include <expected>

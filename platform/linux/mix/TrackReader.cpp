@@ -1,8 +1,7 @@
 #include "platform/linux/mix/TrackReader.h"
 
+#include "platform/linux/media/TrackFile.h"
 #include "platform/linux/mix/MixFile.h"
-#include "platform/linux/mix/TrackFile.h"
-#include "platform/linux/mix/TrackLength.h"
 
 #include <algorithm>
 

@@ -1,7 +1,6 @@
-#include "platform/linux/mix/TrackFile.h"
+#include "platform/linux/media/TrackFile.h"
 
 #include "platform/linux/media/FragmentReader.h"
-#include "platform/linux/mix/TrackLength.h"
 
 #include <algorithm>
 #include <span>
@@ -37,7 +36,10 @@ std::expected<TrackFacts, Error> inspectFragmented(const QString &path, const Aa
     const auto frames = fragmentedLength(path);
     if (!frames)
         return std::unexpected(frames.error());
-    return TrackFacts{.audioTrackCount = 1, .sampleRate = format.sampleRate, .frameCount = *frames};
+    return TrackFacts{.audioTrackCount = 1,
+                      .sampleRate = format.sampleRate,
+                      .channelCount = format.channelCount,
+                      .frameCount = *frames};
 }
 } // namespace
 
@@ -58,6 +60,7 @@ std::expected<TrackFacts, Error> inspectTrack(const QString &path)
         if (!frames)
             return std::unexpected(frames.error());
         facts.sampleRate = track->codecpar->sample_rate;
+        facts.channelCount = track->codecpar->ch_layout.nb_channels;
         facts.frameCount = *frames;
     }
     return facts;

@@ -10,8 +10,12 @@
 /// What there is to know of a closed file without reading its sound.
 struct TrackFacts {
     int audioTrackCount = 0;
-    int sampleRate = 0;    ///< of the first audio track, frames per second
-    qint64 frameCount = 0; ///< length of the first audio track as it is heard, at its own rate
+    // Of the first audio track.
+    int sampleRate = 0; ///< frames per second
+    int channelCount = 0;
+    qint64 frameCount = 0; ///< as it is heard, at its own rate
+
+    bool operator==(const TrackFacts &) const = default;
 };
 
 /// Fails when \p path is no MPEG-4 file, whatever else it may be, or is damaged. Any thread; quick
