@@ -151,23 +151,6 @@ private Q_SLOTS:
         QCOMPARE(contentOf(folder.filePath(u"list"_s)), oldContent);
     }
 
-    void realVolumes()
-    {
-        const QTemporaryDir folder;
-        const SmallVolume volume(folder.path());
-        if (!volume.isMounted())
-            QSKIP("mounting is not allowed here");
-        const QString path = folder.filePath(u"list"_s);
-        QVERIFY(AtomicFile::replace(path, oldContent));
-        QVERIFY(!AtomicFile::replace(path, newContent));
-        QCOMPARE(contentOf(path), oldContent);
-        QVERIFY(AtomicFile::replace(path, "room again"));
-        QVERIFY(volume.makeReadOnly());
-        QVERIFY(!AtomicFile::replace(path, oldContent));
-        QCOMPARE(contentOf(path), QByteArray("room again"));
-        QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
-    }
-
     void oldFilesAreKeptAside()
     {
         const QTemporaryDir folder;

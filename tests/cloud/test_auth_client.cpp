@@ -230,21 +230,6 @@ private Q_SLOTS:
         QCOMPARE(desktop.log.take(), QStringList());
     }
 
-    void clientGoneDuringValidation()
-    {
-        AuthDesktop desktop;
-        desktop.keepSession();
-        desktop.http.answer(identity, 401);
-        desktop.script.holdAt(identity);
-        desktop.start();
-        QTRY_VERIFY(desktop.script.isWaitingAt(identity));
-
-        desktop.client.reset();
-        desktop.script.releaseAt(identity);
-
-        QCOMPARE(desktop.secrets.own().size(), 1);
-    }
-
     void refusedTokenEndsTheSessionOnce()
     {
         AuthDesktop desktop;
@@ -281,20 +266,6 @@ private Q_SLOTS:
         QCOMPARE(desktop.log.take(), QStringList());
         desktop.client->handleCallback(u"parlovance://auth?token=t1&state="_s + pending);
         QCOMPARE(desktop.state(), u"verified t1 - -"_s);
-    }
-
-    void wrongOriginOpensAndSendsNothing()
-    {
-        AuthDesktop desktop;
-        desktop.keepSession();
-        desktop.start(u"http://s.example"_s);
-
-        desktop.client->beginLogin();
-        QVERIFY(!QCoro::waitFor(desktop.client->validateSession()));
-
-        QCOMPARE(desktop.state(), u"cached t0 old@b.c -"_s);
-        QVERIFY(desktop.workspace.opened.isEmpty());
-        QVERIFY(desktop.http.requests.isEmpty());
     }
 };
 

@@ -32,9 +32,6 @@ class CallbackUrlTest : public QObject
 private Q_SLOTS:
     void parsed_data();
     void parsed();
-    void itemsAreThereWithoutValue();
-    void anyLengthEndsQuickly_data();
-    void anyLengthEndsQuickly();
 
 private:
     void spellingRows();
@@ -140,42 +137,6 @@ void CallbackUrlTest::escapeRows()
 }
 
 void CallbackUrlTest::parsed()
-{
-    QFETCH(const QString, address);
-
-    QTEST(parts(address), "expected");
-}
-
-void CallbackUrlTest::itemsAreThereWithoutValue()
-{
-    const CallbackUrl url(u"parlovance://auth?token&state=%"_s);
-
-    QVERIFY(url.hasItem(u"token"));
-    QVERIFY(url.hasItem(u"state"));
-    QVERIFY(!url.hasItem(u"email"));
-}
-
-void CallbackUrlTest::anyLengthEndsQuickly_data()
-{
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<QString>("expected");
-
-    const auto start = u"parlovance://auth?token=t&state=s&x="_s;
-    const qsizetype room = 64 * 1024 - start.size();
-    QTest::newRow("longest") << start + QString(room, u'x') << plain;
-    QTest::newRow("one more") << start + QString(room + 1, u'x') << nothing;
-    QTest::newRow("a megabyte of escapes") << start + u"%41"_s.repeated(350'000) << nothing;
-    QTest::newRow("many items") << u"parlovance://auth?"_s + u"&a="_s.repeated(20'000) +
-                                       u"&token=t&state=s"_s
-                                << plain;
-    QTest::newRow("many escapes") << u"parlovance://auth?token=t&state=s&x="_s +
-                                         u"%41"_s.repeated(20'000)
-                                  << plain;
-    QTest::newRow("long host") << u"parlovance://"_s + QString(300, u'a') + u"?token=t&state=s"_s
-                               << u"'parlovance' none 't' 's'"_s;
-}
-
-void CallbackUrlTest::anyLengthEndsQuickly()
 {
     QFETCH(const QString, address);
 

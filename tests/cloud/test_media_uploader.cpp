@@ -71,10 +71,8 @@ class MediaUploaderTest : public QObject
 
 private Q_SLOTS:
     void knownRecordingIsNotSentAgain();
-    void recordingWithoutIdentifierIsUploaded();
     void unusableAddressGetsNothing_data();
     void unusableAddressGetsNothing();
-    void reconcileAsksForEachOnce();
     void tokenStaysInItsHeaderAndLogsAreShort();
 };
 
@@ -89,18 +87,6 @@ void MediaUploaderTest::knownRecordingIsNotSentAgain()
 
     QCOMPARE(service.script.calls, QStringList(reconcileStep));
     QCOMPARE(service.log.take(), QStringList(u"info upload: meeting already exists id=m2"_s));
-}
-
-void MediaUploaderTest::recordingWithoutIdentifierIsUploaded()
-{
-    Service service;
-    UploadRequest request = recording();
-    request.clientRecordingId = u""_s;
-
-    QCOMPARE(service.uploaded(request), u"7 https://o.example/public"_s);
-
-    QCOMPARE(service.script.calls, wholeChain.sliced(1));
-    QCOMPARE(service.sent(2)[u"clientRecordingId"_s], QJsonValue(u""_s));
 }
 
 void MediaUploaderTest::unusableAddressGetsNothing_data()
@@ -123,21 +109,6 @@ void MediaUploaderTest::unusableAddressGetsNothing()
     QCOMPARE(service.uploaded(recording()), u"服务器返回异常"_s);
 
     QCOMPARE(service.script.calls, wholeChain.first(2));
-}
-
-void MediaUploaderTest::reconcileAsksForEachOnce()
-{
-    Service service;
-    const QStringList identifiers{u"x"_s, u""_s, u"y"_s, u"x"_s};
-    const QStringList empty{u""_s, QString()};
-
-    const auto found = QCoro::waitFor(service.uploader.reconcile(identifiers, token));
-    QVERIFY(found && found->isEmpty());
-    QCOMPARE(service.sent(0)[u"clientRecordingIds"_s], QJsonValue(QJsonArray{u"x"_s, u"y"_s}));
-
-    const auto none = QCoro::waitFor(service.uploader.reconcile(empty, token));
-    QVERIFY(none && none->isEmpty());
-    QCOMPARE(service.http.requests.size(), 1);
 }
 
 void MediaUploaderTest::tokenStaysInItsHeaderAndLogsAreShort()

@@ -72,8 +72,6 @@ class ServiceCallsTest : public QObject
 private Q_SLOTS:
     void classification_data();
     void classification();
-    void messages_data();
-    void messages();
     void longBodyIsCutWhereACharacterEnds();
 
 private:
@@ -202,43 +200,6 @@ void ServiceCallsTest::classification()
     QFETCH(const QByteArray, body);
     const auto outcome = HttpOutcome(HttpReply(status, body));
     QTEST(classified(exchange, outcome), "expected");
-}
-
-void ServiceCallsTest::messages_data()
-{
-    using Case = UploadError::Case;
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("expected");
-
-    const auto row = [](const char *name, const ServiceFailure &failure, const QString &expected) {
-        QTest::newRow(name) << failure.description() << expected;
-    };
-    row("put", UploadError(Case::ossPutFailed, 500, u"%1 %2"_s),
-        u"上传到 OSS 失败 (HTTP 500)：%1 %2"_s);
-    row("decoding", decodedReconcile(R"({"meetings":1})").error(),
-        u"服务器的回复无法解析：\"meetings\" is not an array"_s);
-    row("secrets of an undecodable reply stay in it",
-        decodedSignUpload(R"({"uploadURL":"https://o/?sig=secret","publicURL":1})").error(),
-        u"服务器的回复无法解析：\"publicURL\" is not a string"_s);
-
-    const auto prefix = u"上传到 OSS 失败 (HTTP 500)："_s;
-    const auto cut = [&row, &prefix](const char *name, const QString &character) {
-        row(name, UploadError(Case::ossPutFailed, 500, character.repeated(121)),
-            prefix + character.repeated(120));
-    };
-    cut("121 letters", u"a"_s);
-    cut("121 emoji", u"😀"_s);
-    cut("121 letters with two marks", u"e\u0301\u0323"_s);
-    cut("121 line breaks", u"\r\n"_s);
-    row("120 emoji", UploadError(Case::ossPutFailed, 500, u"😀"_s.repeated(120)),
-        prefix + u"😀"_s.repeated(120));
-}
-
-void ServiceCallsTest::messages()
-{
-    QFETCH(const QString, message);
-
-    QTEST(message, "expected");
 }
 
 void ServiceCallsTest::longBodyIsCutWhereACharacterEnds()

@@ -49,32 +49,6 @@ private Q_SLOTS:
             QVERIFY(origin.error().description().startsWith(u"服务地址配置有误："));
     }
 
-    void pages_data()
-    {
-        QTest::addColumn<QString>("id");
-        QTest::addColumn<QString>("path");
-
-        QTest::newRow("plain") << u"a-1_b.c~"_s << u"/app/meetings/a-1_b.c~"_s;
-        QTest::newRow("steps up") << u"../../x"_s << u"/app/meetings/..%2F..%2Fx"_s;
-        QTest::newRow("one step up") << u".."_s << u"/app"_s;
-        QTest::newRow("no step") << u"."_s << u"/app"_s;
-        QTest::newRow("host") << u"//host"_s << u"/app/meetings/%2F%2Fhost"_s;
-        QTest::newRow("query and fragment") << u"?a#b"_s << u"/app/meetings/%3Fa%23b"_s;
-        QTest::newRow("escape") << u"%2e%2e"_s << u"/app/meetings/%252e%252e"_s;
-        QTest::newRow("backslash and at") << uR"(\@)"_s << u"/app/meetings/%5C%40"_s;
-        QTest::newRow("newline, Chinese") << u"\n中"_s << u"/app/meetings/%0A%E4%B8%AD"_s;
-        QTest::newRow("half a pair") << QString(QChar(0xdc00)) << u"/app/meetings/%3F"_s;
-    }
-
-    void pages()
-    {
-        QFETCH(const QString, id);
-        QFETCH(const QString, path);
-        const auto origin = ServiceOrigin::parse(u"https://s.example"_s);
-
-        QCOMPARE(origin->meetingPage(id), u"https://s.example"_s + path);
-    }
-
     void allowedAddresses_data()
     {
         QTest::addColumn<QString>("origin");

@@ -96,9 +96,7 @@ private Q_SLOTS:
     void outcomes();
     void failureKeepsWhatWasKnown();
     void eachVersionIsAnnouncedOnce();
-    void firstButtonOpensTheDownloadPage();
     void checkEndsWithTheAnswer();
-    void goneDuringTheAlert();
 };
 
 void UpdateCheckerTest::newer_data()
@@ -237,17 +235,6 @@ void UpdateCheckerTest::eachVersionIsAnnouncedOnce()
     QVERIFY(rig.alert.shown.last().startsWith(u"Parlovance 1.4.0 可用|"));
 }
 
-void UpdateCheckerTest::firstButtonOpensTheDownloadPage()
-{
-    Rig rig;
-    rig.offer("1.3");
-    rig.alert.answer = 0;
-
-    rig.check(true);
-
-    QCOMPARE(rig.workspace.opened, QStringList(u"https://s.example/#download"_s));
-}
-
 void UpdateCheckerTest::checkEndsWithTheAnswer()
 {
     Rig rig;
@@ -264,29 +251,6 @@ void UpdateCheckerTest::checkEndsWithTheAnswer()
 
     rig.script.releaseAt(u"alert"_s);
     QVERIFY(checking.isReady());
-}
-
-void UpdateCheckerTest::goneDuringTheAlert()
-{
-    auto script = std::make_unique<Script>();
-    FakeHttpSession http(*script);
-    FakeWorkspace workspace;
-    const FakeClock clock;
-    FakeUpdateAlert alert(*script);
-    alert.answer = 0;
-    http.answer(release, 200, R"({"version":"1"})");
-    script->holdAt(u"alert"_s);
-    auto checker = std::make_unique<UpdateChecker>(
-        ServiceOrigin::parse(u"https://s.example"_s), BundleInformation(),
-        UpdateChecker::Surroundings{http, workspace, clock, alert});
-    const auto checking = checker->check(true);
-    QTRY_VERIFY(script->isWaitingAt(u"alert"_s));
-
-    checker.reset();
-    script->releaseAt(u"alert"_s);
-
-    QVERIFY(checking.isReady());
-    QCOMPARE(workspace.opened, QStringList());
 }
 
 QTEST_GUILESS_MAIN(UpdateCheckerTest)

@@ -102,19 +102,6 @@ class AppStateTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void titleIsTakenAsTyped()
-    {
-        Stage stage;
-        stage.app->setSelectedTag(SessionTag::interview);
-        for (const QString &typed : {u""_s, u"<b>周会</b>"_s, u"  "_s}) {
-            stage.app->setSessionTitle(typed);
-            stage.record(10);
-            QVERIFY(!stage.app->recents().isEmpty());
-            QCOMPARE(stage.app->recents().first().title,
-                     typed.isEmpty() ? u"录音 2025-03-07 14:05"_s : typed);
-        }
-    }
-
     void togglesWhileBusyDoNothing()
     {
         Stage stage;
@@ -213,33 +200,6 @@ private Q_SLOTS:
         QCOMPARE(stage.listedNames(), QStringList(u"recording-2025-03-07-14-05-00.system.m4a"_s));
         QVERIFY(QFile::exists(stage.app->recents().first().fileURL->toLocalFile()));
         QCOMPARE(stage.app->lastError(), u"录音已保存，但文件整理失败：assets trouble"_s);
-    }
-
-    void tagLivesForOneRecording()
-    {
-        Stage stage;
-        stage.toggle();
-        QCOMPARE(stage.app->selectedTag(), SessionTag::meeting);
-        stage.toggleAfter(10);
-        QCOMPARE(stage.app->selectedTag(), std::nullopt);
-
-        stage.app->setSelectedTag(SessionTag::notes);
-        stage.toggle();
-        QCOMPARE(stage.app->selectedTag(), SessionTag::notes);
-    }
-
-    void stopWithoutFileIsSilent()
-    {
-        Stage stage;
-        stage.rig.writers.contentBytes = 0;
-        stage.rig.microphones.contentBytes = 0;
-        stage.app->setSessionTitle(u"周会"_s);
-        stage.record(12);
-        QTRY_COMPARE(stage.app->state(), State::idle);
-        QCOMPARE(stage.app->lastError(), std::nullopt);
-        QCOMPARE(stage.app->sessionTitle(), u"周会"_s);
-        QCOMPARE(stage.app->selectedTag(), SessionTag::meeting);
-        QVERIFY(stage.app->recents().isEmpty());
     }
 
     void changesComeInOnePiece()
@@ -494,22 +454,6 @@ private Q_SLOTS:
         QCOMPARE(stage.app->lastError(), std::nullopt);
     }
 
-    void failedSystemAudioOutsideARecording()
-    {
-        Stage stage;
-        QCoro::waitFor(stage.app->handleSystemAudioError(u"late"_s));
-        QCOMPARE(stage.app->lastError(), std::nullopt);
-
-        stage.toggle();
-        stage.rig.script.holdAt(u"capture stop"_s);
-        stage.toggleAfter(10);
-        QCoro::waitFor(stage.app->handleSystemAudioError(u"late"_s));
-        stage.rig.script.releaseAt(u"capture stop"_s);
-        QTRY_COMPARE(stage.app->state(), State::idle);
-        QCOMPARE(stage.app->lastError(), std::nullopt);
-        QCOMPARE(stage.app->recents().size(), 1);
-    }
-
     void failedSystemAudioWhileStarting_data()
     {
         QTest::addColumn<bool>("startSucceeds");
@@ -642,7 +586,7 @@ private Q_SLOTS:
         QTest::newRow("idle") << QString() << 0 << 0;
         QTest::newRow("starting") << u"capture start"_s << 0 << 0;
         QTest::newRow("recording") << QString() << 12 << 1;
-        QTest::newRow("stopping") << u"export run"_s << 12 << 1;
+        QTest::newRow("stopping") << u"ahead finish"_s << 12 << 1;
     }
 
     void quitKeepsTheRecording()
@@ -655,7 +599,7 @@ private Q_SLOTS:
             stage.toggle();
         if (seconds > 0)
             stage.afterTick(seconds, [] {});
-        if (held == u"export run"_s)
+        if (held == u"ahead finish"_s)
             stage.toggle();
 
         auto leaving = stage.app->finishForQuit();
@@ -741,52 +685,6 @@ private Q_SLOTS:
         QTRY_VERIFY(recovering.isReady());
     }
 
-    void thousandRandomToggles()
-    {
-        const quint32 seed = QRandomGenerator::global()->generate();
-        qInfo("seed %u", seed);
-        QRandomGenerator random(seed);
-        Stage stage;
-        auto &script = stage.rig.script;
-        const QStringList steps{u"capture targets"_s, u"capture start"_s, u"mic access"_s,
-                                u"mic record"_s,      u"capture stop"_s,  u"writer finish"_s,
-                                u"mic stop"_s,        u"export run"_s};
-        for (const QString &step : steps)
-            script.holdAt(step);
-
-        int stopsAsked = 0;
-        for (int toggles = 0; toggles < 1000;) {
-            if (random.bounded(2) == 0) {
-                stopsAsked += stage.app->state() == State::recording ? 1 : 0;
-                stage.toggle();
-                ++toggles;
-            } else {
-                script.letThrough(steps[random.bounded(steps.size())]);
-            }
-            if (stage.rig.capture.listener && random.bounded(100) == 0) {
-                stage.rig.capture.listener->didStop(Error(u"断开"_s));
-                QCoreApplication::processEvents();
-            }
-            QThreadPool::globalInstance()->waitForDone();
-            QCoreApplication::processEvents();
-            stage.settle();
-            QVERIFY(stage.rig.capture.liveStreams <= 1);
-            QVERIFY(stage.rig.microphones.liveRecorders <= 1);
-        }
-        for (const QString &step : steps)
-            script.releaseAt(step);
-        auto leaving = stage.app->finishForQuit();
-        QTRY_VERIFY(leaving.isReady());
-
-        QVERIFY(stopsAsked > 10);
-        QVERIFY(stage.count(u"mic stop"_s) >= stopsAsked);
-        QCOMPARE(stage.count(u"mic stop"_s), stage.count(u"mic record"_s));
-        QCOMPARE(stage.count(u"capture stop"_s), stage.count(u"capture start"_s));
-        QTRY_COMPARE(stage.app->state(), State::idle);
-        QCOMPARE(stage.rig.capture.liveStreams, 0);
-        QCOMPARE(stage.rig.microphones.liveRecorders, 0);
-    }
-
     void goneWhileTasksArePending_data()
     {
         QTest::addColumn<QString>("step");
@@ -799,8 +697,8 @@ private Q_SLOTS:
         QTest::newRow("microphone starts") << u"mic record"_s << u"mic stop"_s;
         QTest::newRow("capture stops") << u"capture stop"_s << closed;
         QTest::newRow("file is closed") << closed << closed;
-        QTest::newRow("microphone stops") << u"mic stop"_s << u"export run"_s;
-        QTest::newRow("tracks are mixed") << u"export run"_s << u"export run"_s;
+        QTest::newRow("microphone stops") << u"mic stop"_s << u"ahead finish"_s;
+        QTest::newRow("tracks are mixed") << u"ahead finish"_s << u"ahead finish"_s;
     }
 
     void goneWhileTasksArePending()
@@ -814,7 +712,7 @@ private Q_SLOTS:
         stage.app.reset();
         stage.rig.script.releaseAt(step);
         QFETCH(const QString, lastCall);
-        const QRegularExpression steps(u"^(?!ahead)"_s);
+        const QRegularExpression steps(u"^(?!ahead$|ahead dropped)"_s);
         QTRY_COMPARE(stage.rig.script.calls.filter(steps).last(), lastCall);
         QTRY_COMPARE(stage.rig.capture.liveStreams, 0);
         QTRY_COMPARE(stage.rig.microphones.liveRecorders, 0);

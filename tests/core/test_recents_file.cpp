@@ -138,28 +138,6 @@ private Q_SLOTS:
                               u"status"_s, u"title"_s, u"when"_s}));
     }
 
-    void everyFileNameComesBack()
-    {
-        for (char16_t character = 1; character < 0x3000; ++character) {
-            if (character == u'/')
-                continue;
-            const QString path = u"/f/a"_s + QChar(character) + u"41.m4a"_s;
-            RecentSession session = minimalSession();
-            session.fileURL = QUrl::fromLocalFile(path);
-            const auto back = decodeRecents(encodeRecents({session}));
-            QVERIFY2(back && back->first().fileURL->toLocalFile() == path, qUtf8Printable(path));
-        }
-    }
-
-    void textThatIsNotUnicodeStillSaves()
-    {
-        RecentSession session = minimalSession();
-        session.title = u"a"_s + QChar(0xd800) + u"b"_s;
-        const auto back = decodeRecents(encodeRecents({session}));
-        QVERIFY(back.has_value());
-        QVERIFY(back->first().title.startsWith(u'a') && back->first().title.endsWith(u'b'));
-    }
-
     void onlyWholeListsAreRead_data()
     {
         QTest::addColumn<QByteArray>("content");
@@ -224,14 +202,6 @@ private Q_SLOTS:
             QCOMPARE(encodeRecents(*decodeRecents(encodeRecents(*list))), encodeRecents(*list));
     }
 
-    void noTruncatedListIsRead()
-    {
-        const QByteArray content = "[" + entry + "," + entry + "]";
-        QVERIFY(decodeRecents(content));
-        for (qsizetype length = 0; length < content.size(); ++length)
-            QVERIFY2(!decodeRecents(content.left(length)), content.left(length).constData());
-    }
-
     void loadingBringsEntriesUpToDate()
     {
         const Story story;
@@ -261,15 +231,6 @@ private Q_SLOTS:
         put(story.path, "[]");
         putDated(story.folder + u"/a.m4a"_s, 80'000, story.clock.now());
         QCOMPARE(story.load(), QList<RecentSession>());
-    }
-
-    void nothingToLoadWritesNothing()
-    {
-        const Story story;
-        QCOMPARE(story.load(), QList<RecentSession>());
-        QCOMPARE(story.names(), QStringList());
-        QCOMPARE(RecentsFile(story.clock).load(story.folder + u"/absent"_s),
-                 QList<RecentSession>());
     }
 
     void theListIsRebuiltFromFiles()

@@ -70,39 +70,6 @@ private Q_SLOTS:
         QCOMPARE(changes, 1);
     }
 
-    void asksOnlyForWhatMayBeThere()
-    {
-        UploadStage stage;
-        RecentSession unnamed = stage.recording(u"a"_s);
-        unnamed.clientRecordingId = u""_s;
-        RecentSession nowhere = stage.recording(u"b"_s);
-        nowhere.clientRecordingId.reset();
-        nowhere.fileURL.reset();
-        RecentSession renamed = stage.recording(u"c"_s);
-        renamed.clientRecordingId = u"mac-file-earlier"_s;
-        stage.start({unnamed, nowhere, renamed});
-
-        const QJsonValue asked = reconcile(stage, reply({u"mac-file-a"_s, u"mac-file-earlier"_s}));
-
-        QCOMPARE(asked, QJsonValue(QJsonArray{u"mac-file-a"_s, u"mac-file-earlier"_s}));
-        // Asked for by its file, looked up by what it has.
-        const QStringList shown{u"ready | - | -"_s, u"ready | - | -"_s, u"ready | - | m2"_s};
-        QCOMPARE(stage.shown(), shown);
-    }
-
-    void nothingToAsk()
-    {
-        UploadStage stage;
-        RecentSession uploaded = stage.recording(u"a"_s);
-        uploaded.remoteID = u"m"_s;
-        for (const bool isSignedIn : {true, false}) {
-            stage.start({isSignedIn ? uploaded : stage.recording(u"b"_s)}, isSignedIn);
-            QCoro::waitFor(stage.app->reconcileUploadedSessions());
-            QVERIFY(stage.service->requests().isEmpty());
-            stage.auth->logout();
-        }
-    }
-
     void everyClientStartsOneButOnlyOneWaits()
     {
         UploadStage stage;

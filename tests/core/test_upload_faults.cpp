@@ -101,7 +101,6 @@ private Q_SLOTS:
     void fault_data();
     void fault();
     void cutOffWhileTheFileIsSent();
-    void noConnection();
     void noConnectionToTheStore();
 };
 
@@ -191,21 +190,6 @@ void UploadFaultsTest::cutOffWhileTheFileIsSent()
     stage.waitUntilIdle();
 
     verifyFailed(stage, recording, sentence(Kind::brokenReply));
-    verifyRetry(stage);
-}
-
-void UploadFaultsTest::noConnection()
-{
-    UploadStage stage;
-    const RecentSession recording = stage.recording(u"a"_s, recordingBytes);
-    stage.start({recording});
-    stage.service.reset();
-
-    stage.app->startUpload(recording.id);
-    stage.waitUntilIdle();
-
-    verifyFailed(stage, recording, sentence(Kind::noConnection));
-    stage.serve();
     verifyRetry(stage);
 }
 

@@ -14,30 +14,6 @@ class UploadOverlapTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void twoAtOnce()
-    {
-        UploadStage stage;
-        stage.start({stage.recording(u"a"_s, 4'000'000), stage.recording(u"b"_s)});
-        stage.script.holdAt(u"put 1"_s);
-        stage.script.holdAt(u"put 2"_s);
-        stage.app->startUpload(stage.id(0));
-        stage.app->startUpload(stage.id(1));
-        stage.waitAt(u"put 1"_s);
-        stage.waitAt(u"put 2"_s);
-        QCOMPARE(stage.shown(), QStringList({Shown::uploading, Shown::uploading}));
-
-        stage.script.releaseAt(u"put 2"_s);
-        stage.waitUntil([&] { return stage.shown().count(Shown::uploading) == 1; });
-        stage.script.releaseAt(u"put 1"_s);
-        stage.waitUntilIdle();
-
-        const QString a = stage.meetingOf(u"mac-file-a"_s);
-        const QString b = stage.meetingOf(u"mac-file-b"_s);
-        QCOMPARE(stage.shown(), QStringList({Shown::uploaded(a), Shown::uploaded(b)}));
-        QCOMPARE(stage.objectOf(a).size(), 4'000'000);
-        QCOMPARE(stage.objectOf(b).size(), 5000);
-    }
-
     void retryDuringAnUpload()
     {
         UploadStage stage;
@@ -75,31 +51,6 @@ private Q_SLOTS:
         stage.app->retryUpload(stage.id());
         stage.waitUntilIdle();
         QCOMPARE(stage.shown(), QStringList(Shown::uploaded(meeting)));
-    }
-
-    void signedOutBeforeTheTaskRuns()
-    {
-        UploadStage stage;
-        stage.start({stage.recording(u"a"_s)});
-        stage.app->startUpload(stage.id());
-        stage.auth->logout();
-        QCOMPARE(stage.shown(), QStringList(Shown::uploading));
-        stage.waitUntilIdle();
-        QCOMPARE(stage.shown(), QStringList(Shown::signedOut));
-        QVERIFY(stage.service->requests().isEmpty());
-    }
-
-    // The service is not told; what was begun is finished.
-    void signedOutDuringAnUpload()
-    {
-        UploadStage stage;
-        stage.start({stage.recording(u"a"_s)});
-        stage.uploadUpTo(u"sign 1"_s);
-        stage.auth->logout();
-        stage.script.releaseAt(u"sign 1"_s);
-        stage.waitUntilIdle();
-        QCOMPARE(stage.shown(), QStringList(Shown::uploaded(stage.meetingOf(u"mac-file-a"_s))));
-        QCOMPARE(stage.auth->sessionStatus(), SessionStatus::loggedOut);
     }
 
     void tokenRefused_data()
@@ -141,23 +92,6 @@ private Q_SLOTS:
         stage.waitUntilIdle();
         QCOMPARE(stage.shown(), QStringList({Shown::uploaded(stage.meetingOf(u"mac-file-a"_s)),
                                              Shown::signedOut}));
-    }
-
-    void lateRefusalLeavesTheNewSession()
-    {
-        UploadStage stage;
-        stage.start({stage.recording(u"a"_s)});
-        stage.service->store().revoke(stage.token);
-        stage.uploadUpTo(u"reconcile 1"_s);
-        stage.auth->logout();
-        stage.signIn();
-        stage.script.releaseAt(u"reconcile 1"_s);
-        stage.waitUntilIdle();
-
-        QCOMPARE(stage.shown(), QStringList(Shown::expired));
-        QCOMPARE(stage.auth->sessionStatus(), SessionStatus::verified);
-        QCOMPARE(stage.auth->token(), stage.token);
-        QCOMPARE(stage.auth->lastError(), std::nullopt);
     }
 
     void clientGone()

@@ -61,43 +61,6 @@ private Q_SLOTS:
         QCOMPARE(stage.rig.log.take().last(), u"info upload: meeting created id="_s + meeting);
     }
 
-    void nothingToUpload_data()
-    {
-        QTest::addColumn<bool>("isListed");
-        QTest::addColumn<bool>("hasFile");
-        QTest::addColumn<bool>("isUploaded");
-        QTest::addColumn<bool>("retries");
-        QTest::newRow("not listed") << false << true << false << false;
-        QTest::newRow("not listed, retry") << false << true << false << true;
-        QTest::newRow("without file") << true << false << false << false;
-        QTest::newRow("without file, retry") << true << false << false << true;
-        QTest::newRow("uploaded already") << true << true << true << false;
-    }
-
-    void nothingToUpload()
-    {
-        QFETCH(const bool, isListed);
-        QFETCH(const bool, hasFile);
-        QFETCH(const bool, isUploaded);
-        QFETCH(const bool, retries);
-        UploadStage stage;
-        RecentSession recording = stage.recording(u"a"_s);
-        if (!hasFile)
-            recording.fileURL.reset();
-        if (isUploaded)
-            recording.remoteID = u"m"_s;
-        stage.start({recording});
-        bool isChanged = false;
-        connect(&*stage.app, &AppState::recentsChanged, this, [&] { isChanged = true; });
-
-        const QUuid id = isListed ? recording.id : QUuid::createUuid();
-        retries ? stage.app->retryUpload(id) : stage.app->startUpload(id);
-        QCoreApplication::processEvents();
-
-        QVERIFY(!isChanged);
-        QVERIFY(stage.service->requests().isEmpty());
-    }
-
     void nobodySignedIn()
     {
         UploadStage stage;
@@ -116,22 +79,6 @@ private Q_SLOTS:
         QVERIFY(stage.service->requests().isEmpty());
     }
 
-    void retryOfAnUploadedRecording()
-    {
-        UploadStage stage;
-        stage.start({stage.recording(u"a"_s)});
-        stage.app->startUpload(stage.id());
-        stage.waitUntilIdle();
-        const QStringList before = stage.shown();
-
-        stage.app->retryUpload(stage.id());
-        QVERIFY(stage.shown().first().startsWith(u"processing | 上传中 | "));
-        stage.waitUntilIdle();
-
-        QCOMPARE(stage.shown(), before);
-        QCOMPARE(stage.script.calls, wholeChain + QStringList(u"reconcile 2"_s));
-    }
-
     void missingFile()
     {
         UploadStage stage;
@@ -148,29 +95,6 @@ private Q_SLOTS:
         stage.app->retryUpload(recording.id);
         stage.waitUntilIdle();
         QCOMPARE(stage.shown(), QStringList(Shown::uploaded(stage.meetingOf(u"mac-file-a"_s))));
-    }
-
-    void fileThatIsNoRecording_data()
-    {
-        QTest::addColumn<QString>("path");
-        QTest::newRow("somebody's file") << u"/etc/passwd"_s;
-        QTest::newRow("hidden file") << u"/home/.m4a"_s;
-        QTest::newRow("folder") << u"/home/a.m4a/"_s;
-    }
-
-    void fileThatIsNoRecording()
-    {
-        QFETCH(const QString, path);
-        UploadStage stage;
-        RecentSession entry = stage.recording(u"a"_s);
-        entry.fileURL = QUrl::fromLocalFile(path);
-        stage.start({entry});
-
-        stage.app->startUpload(entry.id);
-        stage.waitUntilIdle();
-
-        QCOMPARE(stage.shown(), QStringList(u"failed | 该文件不是录音，没有上传 | -"_s));
-        QVERIFY(stage.service->requests().isEmpty());
     }
 
     void afterStop_data()

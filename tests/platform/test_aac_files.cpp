@@ -131,27 +131,6 @@ private Q_SLOTS:
         QVERIFY(stored.packets == sound.packets);
     }
 
-    void moreThanADay()
-    {
-        // Beyond 2^32 frames at 48 kHz.
-        constexpr qint64 packetCount = 4'400'000;
-        constexpr qint64 frameCount = (packetCount - 1) * aacFrameLength - 5;
-        static_assert(frameCount > std::numeric_limits<quint32>::max());
-        const auto content = [](qint64 number) {
-            return AacPacket{static_cast<std::byte>(number & 0xFF),
-                             static_cast<std::byte>(number >> 8 & 0xFF)};
-        };
-        auto muxer = M4aMuxer::create(path(), encodeSound({48000, 1, 48000}, {}).format);
-        QVERIFY(muxer);
-        for (qint64 i = 0; i < packetCount; ++i)
-            QVERIFY(muxer->addPacket(content(i)));
-        QVERIFY(muxer->finish(frameCount));
-        const StoredPackets stored = readPackets(path());
-        QCOMPARE(stored.frameCount, frameCount);
-        QCOMPARE(stored.packets.size(), std::size_t{packetCount});
-        QVERIFY(stored.packets.back() == content(packetCount - 1));
-    }
-
     void soundBeyondFourGigabytes()
     {
         const EncodedSound sound = encodeSound({48000, 1, 64000}, noise(0.3, 96000, 4));
@@ -190,26 +169,6 @@ private Q_SLOTS:
         QCOMPARE(decoded->errorCount, 0);
         const auto after = decoded->channel(0, 48000, 40000);
         QVERIFY(std::abs(toneLevel(after, 440, 48000) - 0.5) < 0.01);
-    }
-
-    void impossibleEncodings_data()
-    {
-        QTest::addColumn<int>("rate");
-        QTest::addColumn<int>("channels");
-        QTest::addRow("no rate") << 0 << 2;
-        QTest::addRow("negative rate") << -48000 << 2;
-        QTest::addRow("rate that AAC does not have") << 12345 << 2;
-        QTest::addRow("no channels") << 48000 << 0;
-        QTest::addRow("too many channels") << 48000 << 40;
-    }
-
-    void impossibleEncodings()
-    {
-        QFETCH(int, rate);
-        QFETCH(int, channels);
-        const auto encoder = AacEncoder::create({rate, channels, 128000});
-        QVERIFY(!encoder);
-        QVERIFY(encoder.error().description().startsWith(u"无法创建 AAC 编码器"));
     }
 
 private:

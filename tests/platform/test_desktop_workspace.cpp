@@ -140,22 +140,6 @@ private Q_SLOTS:
         QCOMPARE(openedByCommand(), QString());
     }
 
-    void silentPortalMayStillOpen()
-    {
-        const FakeDesktop desktop;
-        m_workspace.openAddress(u"https://example.com/silent"_s);
-        QTRY_COMPARE(desktop.opened.size(), 1);
-        m_workspace.revealFile(u"/tmp/a b/c.m4a"_s); // nobody takes this one
-        QTRY_COMPARE(openedByCommand(), u"/tmp/a b\n"_s);
-    }
-
-    void filesAreShown()
-    {
-        const FakeFileManager files;
-        m_workspace.revealFile(u"/tmp/a b/录.m4a"_s);
-        QTRY_COMPARE(files.shown, QStringList(u"file:///tmp/a%20b/%E5%BD%95.m4a"_s));
-    }
-
     void withoutAPortalTheCommandOpens()
     {
         m_workspace.openAddress(u"https://example.com/?state=1"_s);
@@ -227,17 +211,6 @@ private Q_SLOTS:
         m_workspace.openSettings(SettingsPage::screenCapture);
         QTRY_COMPARE(openedByCommand(), microphone + screen);
         qputenv("PATH", m_folder.path().toUtf8() + ':' + m_path);
-    }
-
-    void newInstanceIsReportedAlsoWhereItFails()
-    {
-        int reports = 0;
-        const QString program = m_folder.filePath(u"program"_s);
-        makeCommand(m_folder, u"program"_s, "program");
-        DesktopWorkspace({program, u"--wait"_s}).startNewInstance([&reports] { ++reports; });
-        QTRY_COMPARE(openedByCommand(), u"program --wait\n"_s);
-        DesktopWorkspace({program + u"-gone"_s}).startNewInstance([&reports] { ++reports; });
-        QCOMPARE(reports, 2);
     }
 };
 

@@ -236,19 +236,6 @@ private Q_SLOTS:
         server.waitForFinished();
         QCOMPARE(heard, 20);
     }
-
-    void serverWithoutTls()
-    {
-        std::atomic_bool sawSecret = false;
-        const SocketServer server([&](ServedSocket socket) {
-            sawSecret = socket.read(4096).contains("secret");
-            socket.send("HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n");
-        });
-        const HttpOutcome outcome = fetch(u"https://127.0.0.1:%1/"_s.arg(server.port()), {});
-        QVERIFY(!outcome);
-        QVERIFY(outcome.error().kind() == Kind::noConnection);
-        QVERIFY(!sawSecret);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestHttpTrust)

@@ -148,15 +148,6 @@ private Q_SLOTS:
         QCOMPARE(files(), (QStringList{u"a.mic.m4a"_s, u"a.system.m4a"_s}));
     }
 
-    void replacesWhatStandsAtTheOutput()
-    {
-        makeTracks();
-        put(output(), "another recording");
-        QVERIFY(mixInto(output()).completed);
-        QVERIFY(decodeFile(output()));
-        QCOMPARE(files(), (QStringList{u"a.m4a"_s, u"a.mic.m4a"_s, u"a.system.m4a"_s}));
-    }
-
     void tellsTracksFromDamage_data()
     {
         QTest::addColumn<QByteArray>("content");
@@ -255,15 +246,6 @@ private Q_SLOTS:
         QVERIFY(!outcome.completed);
         QVERIFY(outcome.error && !outcome.error->description().isEmpty());
         QVERIFY(decodeFile(system()) && decodeFile(mic()));
-    }
-
-    void missingFolderFailsTheExport()
-    {
-        makeTracks();
-        const auto outcome = mixInto(file(u"gone/a.m4a"_s));
-        QVERIFY(!outcome.completed);
-        QVERIFY(outcome.error);
-        QCOMPARE(files(), (QStringList{u"a.mic.m4a"_s, u"a.system.m4a"_s}));
     }
 
     void stoppedExportLeavesTheTracks()

@@ -178,32 +178,6 @@ private Q_SLOTS:
         QVERIFY(store.find(service, u"other"_s));
     }
 
-    void setTwiceLeavesOneItem()
-    {
-        const SecretDaemon daemon(m_folder->path());
-        {
-            SecretServiceStore store(m_defaults, patience);
-            Keychain keychain(store);
-            for (const QString &value : {u"first"_s, u"second"_s})
-                keychain.set(value, key);
-        } // waits until it is written
-        QCOMPARE(itemsWith({{u"service"_s, service}, {u"account"_s, key}}), 1);
-        QCOMPARE(itemsWith({{u"xdg:schema"_s, service}}), 1);
-        QCOMPARE(SecretServiceStore(m_defaults, patience).find(service, key), u"second"_s);
-    }
-
-    void bytesThatAreNoTextCountAsNone()
-    {
-        const SecretDaemon daemon(m_folder->path());
-        SecretServiceStore store(m_defaults, patience);
-        const SecretItems::Key stored{service.toStdString(), key.toStdString()};
-        for (const std::string bytes : {"\xff\xfe", "half \xe4\xbc"}) {
-            SecretItems::store(stored, bytes);
-            QVERIFY(SecretItems::find(stored) == bytes);
-            QVERIFY(!store.find(service, key));
-        }
-    }
-
     void withoutAServiceEverythingIsSilent()
     {
         SecretServiceStore store(m_defaults, patience);

@@ -146,19 +146,6 @@ private Q_SLOTS:
         QCOMPARE(contentOf(path).contains("later"), !isKeptAside);
     }
 
-    void valuesHoldWhereNothingCanBeStored()
-    {
-        const QTemporaryDir folder;
-        const QString path = folder.filePath(u"configuration/settings.json"_s);
-        put(folder.filePath(u"configuration"_s), "a file in the way");
-        JsonDefaults defaults(path);
-        defaults.setString(u"first"_s, u"1"_s);
-        QCOMPARE(defaults.string(u"first"_s), u"1"_s);
-        QVERIFY(QFile::remove(folder.filePath(u"configuration"_s)));
-        defaults.setString(u"second"_s, u"2"_s);
-        QCOMPARE(JsonDefaults(path).string(u"first"_s), u"1"_s);
-    }
-
     void autostartEntryComesAndGoes()
     {
         const QTemporaryDir folder;
@@ -175,29 +162,6 @@ private Q_SLOTS:
                  QStringList{u"com.example.desktop"_s});
         QVERIFY(entry.unregisterItem());
         QVERIFY(!QFile::exists(path));
-    }
-
-    void autostartFailuresAreTold()
-    {
-        const QTemporaryDir folder;
-        QVERIFY(QDir(folder.path()).mkpath(u"entry.desktop/inside"_s));
-        AutostartEntry entry(folder.filePath(u"entry.desktop"_s), {u"/bin/true"_s});
-        QVERIFY(!entry.registerItem());
-        QVERIFY(!entry.unregisterItem());
-    }
-
-    void spaceIsThatOfTheNearestFolder()
-    {
-        const QTemporaryDir folder;
-        const SystemVolume volume;
-        // Another process may write at any time, so compare with a margin.
-        const auto here = volume.availableBytes(folder.path());
-        const auto below = volume.availableBytes(folder.filePath(u"not/yet/made"_s));
-        QVERIFY(here && below);
-        QVERIFY(qAbs(*here - *below) < qint64{4} << 30);
-        QCOMPARE(volume.availableBytes(u"/proc/not/there"_s), 0);
-        put(folder.filePath(u"file"_s), "x");
-        QCOMPARE(volume.availableBytes(folder.filePath(u"file/below"_s)), std::nullopt);
     }
 };
 

@@ -98,16 +98,6 @@ private Q_SLOTS:
         QCOMPARE(login.requests.size(), 3);
     }
 
-    void withoutTheLidWhereThatIsForbidden()
-    {
-        FakeLogin login;
-        login.isLidForbidden = true;
-        LoginSleepInhibitor inhibitor(QDBusConnection::sessionBus());
-        inhibitor.setHeld(true);
-        QTRY_COMPARE(login.heldLocks(), 1);
-        QCOMPARE(login.requests.last(), u"sleep Parlovance 正在录音 block"_s);
-    }
-
     void endsWithTheProcessThatHeldIt()
     {
         FakeLogin login;

@@ -208,8 +208,6 @@ private Q_SLOTS:
     void diskIsToldInTime();
     void cutAnywhere_data();
     void cutAnywhere();
-    void damagedAnywhere_data();
-    void damagedAnywhere();
     void fullDisk();
     void fileTakenAway_data();
     void fileTakenAway();
@@ -373,48 +371,6 @@ void TestTrackCrash::cutAnywhere()
         QVERIFY(static_cast<double>(finished->frameCount()) > there - 1.2 * stereo.sampleRate);
         QVERIFY(static_cast<double>(finished->frameCount()) < there + 0.2 * stereo.sampleRate);
     }
-}
-
-void TestTrackCrash::damagedAnywhere_data()
-{
-    QTest::addColumn<int>("firstByte");
-    QTest::addColumn<int>("span");
-    QTest::addRow("format") << 0 << 700;
-    QTest::addRow("sound") << 700 << 60000;
-}
-
-void TestTrackCrash::damagedAnywhere()
-{
-    QFETCH(int, firstByte);
-    QFETCH(int, span);
-    constexpr qint64 frames = 4 * 48000;
-    record(frames);
-    const QByteArray whole = contentOf(path());
-    std::mt19937 random(10);
-    std::uniform_int_distribution<int> position(firstByte, firstByte + span - 1);
-    int finishedCount = 0;
-    for (int i = 0; i < 150; ++i) {
-        QByteArray damaged = whole;
-        for (int byte = 0; byte < 3; ++byte)
-            damaged[position(random)] = static_cast<char>(random());
-        put(path(), damaged);
-        const auto before = decodeFile(path());
-        // Whatever comes of it: the same bytes, or a file with no less in it.
-        if (finishTrackFile(path())) {
-            ++finishedCount;
-            const auto after = decodeFile(path());
-            QVERIFY(after || !before);
-            const qint64 playable = before ? std::min(frames, before->frameCount()) : 0;
-            const qint64 least = firstByte > 0 ? frames : playable;
-            QVERIFY(!after || after->frameCount() > least - stereo.sampleRate);
-        } else {
-            QCOMPARE(contentOf(path()), damaged);
-        }
-        QCOMPARE(QDir(m_folder->filePath(u"tracks"_s)).entryList(QDir::Files | QDir::Hidden),
-                 QStringList{u"track.m4a"_s});
-    }
-    qInfo("%d of 150 could be finished", finishedCount);
-    QVERIFY(finishedCount > 0);
 }
 
 void TestTrackCrash::fullDisk()

@@ -178,31 +178,6 @@ private Q_SLOTS:
         QCOMPARE(contentOf(path()), before);
     }
 
-    void damagedFilesAreNotFinished_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addRow("nothing") << QByteArray();
-        QTest::addRow("text") << QByteArray("no sound in here, and no boxes either");
-        QTest::addRow("zeros") << QByteArray(5000, '\0');
-        QTest::addRow("endless box")
-            << QByteArray("\0\0\0\1ftyp\xff\xff\xff\xff\xff\xff\xff\xff", 16);
-        init();
-        record(mono, sine(440, 0.5, 480000, 1));
-        QByteArray content = contentOf(path());
-        const qsizetype second = content.indexOf("moof", content.indexOf("moof") + 1);
-        content.remove(second, content.indexOf("moof", second + 1) - second);
-        QTest::addRow("fragment missing") << content;
-        QTest::addRow("box without end") << QByteArray("\0\0\0\0ftypM4A \0\0\0\0", 16);
-    }
-
-    void damagedFilesAreNotFinished()
-    {
-        QFETCH(QByteArray, content);
-        put(path(), content);
-        QVERIFY(!finishTrackFile(path()));
-        QCOMPARE(contentOf(path()), content);
-    }
-
     void followerGetsEveryPacket()
     {
         const auto samples = noise(0.4, 200500, 7);

@@ -59,38 +59,6 @@ private Q_SLOTS:
         m_token = m_service->store().signIn(u"a@example.com"_s);
     }
 
-    void signInReturnsToTheProgram()
-    {
-        const HttpOutcome page = send("GET", u"/desktop-auth?state=%3Cx%3E%22&more=1"_s);
-        QVERIFY(page && page->body().contains("value=\"&lt;x&gt;&quot;\""));
-        const HttpOutcome done =
-            send("POST", u"/desktop-auth"_s, "state=A-1&email=a%2Bb%26c%40example.com");
-        QVERIFY(done && done->status() == 303);
-        QVERIFY(done->body().contains("&amp;state=A-1&amp;email=a%2Bb%26c%40example.com"));
-        QCOMPARE(send("POST", u"/desktop-auth"_s, "state=&email=x")->status(), 400);
-    }
-
-    void refusesWhatTheRealOneRefuses()
-    {
-        QFile recording(m_folder.filePath(u"recording.m4a"_s));
-        QVERIFY(recording.open(QIODevice::WriteOnly) && recording.resize(5'000'000));
-        const auto place =
-            QJsonDocument::fromJson(send("POST", u"/api/oss/sign-upload"_s,
-                                         R"({"filename":"a.m4a","contentType":"audio/mp4"})")
-                                        ->body());
-        const QString uploadUrl = place[u"uploadURL"_s].toString();
-        QCOMPARE(put(place[u"publicURL"_s].toString(), recording), 403);
-        QCOMPARE(put(uploadUrl, recording), 200);
-        QCOMPARE(m_service->requests().last().bodyBytes, 5'000'000);
-        QCOMPARE(put(uploadUrl, recording), 403); // once only
-
-        m_service->store().revoke(m_token);
-        for (const QString &path :
-             {u"/api/oss/sign-upload"_s, u"/api/meetings"_s, u"/api/meetings/reconcile"_s})
-            QCOMPARE(send("POST", path, "{}")->status(), 401);
-        QCOMPARE(send("GET", u"/api/auth/me"_s)->status(), 401);
-    }
-
     void showsMeetingsOnlyToTheBrowserThatSignedIn()
     {
         const QJsonObject meeting = m_service->store().createMeeting(u"a@example.com"_s, {});
@@ -123,18 +91,6 @@ private Q_SLOTS:
             QCOMPARE(QFile::permissions(path) & ~ServiceStore::privateFile & ~own,
                      QFileDevice::ExeOwner | QFileDevice::ExeUser);
         QCOMPARE(QFile::permissions(folder + u"/service.json"_s), ServiceStore::privateFile | own);
-    }
-
-    void misbehavesAsTold()
-    {
-        QVERIFY(!Misbehaviour::parse(u"politely"_s));
-        m_service->misbehave(LocalService::Exchange::reconcile,
-                             *Misbehaviour::parse(u"status:503"_s), 1);
-        for (const int status : {503, 200})
-            QCOMPARE(send("POST", u"/api/meetings/reconcile"_s,
-                          R"({"clientRecordingIds":["mac-file-a"]})")
-                         ->status(),
-                     status);
     }
 };
 

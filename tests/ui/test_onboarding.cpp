@@ -77,31 +77,6 @@ private Q_SLOTS:
         QCOMPARE(looks.count(), 1 + 12);
     }
 
-    void nothingIsLookedAtWhileHidden()
-    {
-        WindowStage stage;
-        stage.showOnboarding();
-        stage.window().close();
-        TimerCount timers;
-        QCOMPARE(timers.during(600ms), 0);
-        stage.showOnboarding();
-        QVERIFY(timers.during(600ms) > 0);
-    }
-
-    void whoWentBackStaysAtTheWelcome()
-    {
-        WindowStage stage;
-        stage.setPermissions(u"granted"_s, u"unknown"_s);
-        stage.showOnboarding();
-        stage.click(u"back"_s);
-        QCOMPARE(place(stage), u"1 / 3"_s);
-        QVERIFY(!stage.isShown(u"back"_s));
-        stage.perms.refresh();
-        QCOMPARE(place(stage), u"1 / 3"_s);
-        stage.setPermissions(u"granted"_s, u"granted"_s);
-        QCOMPARE(place(stage), u"2 / 3"_s);
-    }
-
     void permissions_data()
     {
         QTest::addColumn<QString>("mic");
@@ -144,34 +119,6 @@ private Q_SLOTS:
         QTEST(stage.isShown(u"restartHint"_s), "hasHint");
     }
 
-    void permissionRowsAsk()
-    {
-        WindowStage stage;
-        stage.showOnboarding();
-        stage.click(u"primary"_s);
-        stage.desktop.script.holdAt(u"mic access"_s);
-        stage.click(u"microphone/grant"_s);
-        QCOMPARE(stage.texts(u"microphone"_s).last(), u"[授权]"_s);
-        stage.desktop.script.releaseAt(u"mic access"_s);
-        QCOMPARE(stage.texts(u"microphone"_s).last(), u"已授权"_s);
-        stage.click(u"screen/grant"_s);
-        QCOMPARE(stage.texts(u"screen"_s).last(), u"已授权"_s);
-        QVERIFY(stage.desktop.workspace.settingsPages.isEmpty());
-    }
-
-    void permissionRowsLeadToTheSettings()
-    {
-        WindowStage stage;
-        stage.setPermissions(u"denied"_s, u"unknown"_s);
-        stage.showOnboarding();
-        stage.click(u"microphone/open"_s);
-        QCOMPARE(stage.desktop.workspace.settingsPages, QList{SettingsPage::microphone});
-        stage.desktop.script.failAt(u"capture targets"_s);
-        stage.click(u"screen/grant"_s);
-        QCOMPARE(stage.desktop.workspace.settingsPages,
-                 QList({SettingsPage::microphone, SettingsPage::screenCapture}));
-    }
-
     void signIn()
     {
         WindowStage stage;
@@ -206,44 +153,6 @@ private Q_SLOTS:
         QVERIFY(stage.isShown(u"cancel"_s));
     }
 
-    void backEndsTheWaiting()
-    {
-        WindowStage stage;
-        goToSignIn(stage);
-        stage.click(u"connect"_s);
-        stage.click(u"back"_s);
-        QCOMPARE(place(stage), u"2 / 3"_s);
-        QVERIFY(stage.isShown(u"permissionsStep"_s));
-        stage.click(u"primary"_s);
-        QCOMPARE(place(stage), u"3 / 3"_s);
-        QVERIFY(stage.isShown(u"connect"_s));
-    }
-
-    void expiredSessionIsOfferedAnew()
-    {
-        WindowStage stage({}, true);
-        goToSignIn(stage);
-        QVERIFY(stage.isShown(u"account"_s) && !stage.isShown(u"connect"_s));
-        stage.auth->handleUnauthorized(u"t0"_s);
-        QVERIFY(!stage.isShown(u"account"_s) && stage.isShown(u"connect"_s));
-        stage.click(u"connect"_s);
-        stage.desktop.workspace.obstructed(QString());
-        QVERIFY(stage.find<QLabel>(u"explanation"_s).text().startsWith(u"无法打开浏览器"_s));
-        stage.desktop.returnFromBrowser(); // without an address
-        QCOMPARE(stage.texts(u"account"_s), QStringList({u"已登录"_s, u"已连接"_s}));
-    }
-
-    void wrongOriginIsExplained()
-    {
-        WindowStage stage;
-        stage.setPermissions(u"granted"_s, u"granted"_s);
-        stage.showOnboarding(u"nonsense"_s);
-        stage.click(u"primary"_s);
-        stage.click(u"connect"_s);
-        QCOMPARE(stage.find<QLabel>(u"explanation"_s).text(),
-                 ServiceOrigin::parse(u"nonsense"_s).error().description());
-    }
-
     void finishingStoresThat()
     {
         for (const bool signsIn : {true, false}) {
@@ -260,18 +169,6 @@ private Q_SLOTS:
             QVERIFY(!stage.window().isVisible());
             QCOMPARE(stage.defaults.writes, QStringList(completed));
         }
-    }
-
-    void closingStoresNothing()
-    {
-        WindowStage stage;
-        goToSignIn(stage);
-        stage.defaults.writes.clear();
-        QTest::keyClick(&stage.window(), Qt::Key_Escape);
-        QVERIFY(!stage.window().isVisible());
-        QVERIFY(stage.defaults.writes.isEmpty());
-        stage.showOnboarding();
-        QCOMPARE(place(stage), u"3 / 3"_s);
     }
 
     void keyboard()
@@ -296,19 +193,6 @@ private Q_SLOTS:
         press(u"cancel"_s, Qt::Key_Space);
         press(u"back"_s, Qt::Key_Space);
         QCOMPARE(place(stage), u"2 / 3"_s);
-    }
-
-    void longTextsAreCut()
-    {
-        WindowStage stage;
-        goToSignIn(stage);
-        stage.click(u"connect"_s);
-        stage.desktop.returnFromBrowser(u"<b>&"_s + u"somebody"_s.repeated(40) + u"@b.c"_s);
-        auto &name = stage.find<TextLabel>(u"accountName"_s);
-        QVERIFY(name.isCut());
-        QVERIFY(name.text().startsWith(u"<b>&somebody"_s));
-        QCOMPARE(stage.window().size(), QSize(520, 400));
-        QCOMPARE(stage.outside(), QStringList());
     }
 };
 

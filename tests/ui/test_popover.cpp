@@ -52,19 +52,6 @@ void tellAnError(const PanelStage &stage)
     QVERIFY(stage.isShown(u"errorStrip"_s));
 }
 
-/// How many pixels of \p widget are lit in about the colour of a live waveform.
-int amberPixels(QWidget &widget)
-{
-    const QRect where(widget.mapTo(widget.window(), QPoint()), widget.size());
-    const QImage picture = widget.window()->grab(where).toImage();
-    int count = 0;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x)
-            count += picture.pixelColor(x, y).red() > 120 ? 1 : 0;
-    }
-    return count;
-}
-
 /// Or onto another.
 void nobodyIsPushedOut(const PanelStage &stage)
 {
@@ -86,29 +73,6 @@ class PopoverTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void bannerFollowsTheSession()
-    {
-        PanelStage stage({}, false);
-        const auto shown = [&] {
-            if (!stage.isShown(u"signInBanner"_s))
-                return QStringList();
-            const auto labels = stage.find(u"signInBanner"_s).findChildren<TextLabel *>();
-            return QStringList({labels.at(0)->text(), labels.at(1)->text()});
-        };
-        QCOMPARE(shown(),
-                 QStringList({u"登录网页版账号以云端同步"_s, u"未登录时会议仅保存在本机"_s}));
-        stage.click(u"signIn"_s);
-        QVERIFY(stage.desktop.workspace.opened.last().startsWith(
-            u"https://s.example/desktop-auth?state="_s));
-        stage.desktop.workspace.obstructed(QString());
-        QVERIFY(shown().last().startsWith(u"无法打开浏览器"_s));
-        stage.desktop.returnFromBrowser(u"a@b.c"_s);
-        QVERIFY(shown().isEmpty());
-        stage.auth->handleUnauthorized(u"t1"_s);
-        QCOMPARE(shown(), QStringList({u"登录已过期，请重新登录"_s,
-                                       u"上一次会话已失效，重新登录后可继续上传"_s}));
-    }
-
     void recorderStates_data()
     {
         QTest::addColumn<State>("state");
@@ -148,70 +112,6 @@ private Q_SLOTS:
         letGo(stage);
     }
 
-    // A button that goes, or is off for a while, hands the keyboard to no other control.
-    void spaceStaysWithItsButton()
-    {
-        PanelStage stage;
-        const auto press = [&] { QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Space); };
-        auto &button = stage.find<RecordButton>(u"record"_s);
-        while (!button.hasFocus())
-            QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
-        stage.rig.script.holdAt(u"capture stop"_s);
-        press();
-        QTRY_COMPARE(stage.app->state(), State::recording);
-        press();
-        QTRY_COMPARE(stage.app->state(), State::stopping);
-        press();
-        letGo(stage);
-        QTRY_COMPARE(stage.app->state(), State::idle);
-        QVERIFY(button.hasFocus());
-        QVERIFY(stage.app->systemAudioOn() && stage.app->micOn());
-
-        auto &close = stage.find(u"closeError"_s);
-        QVERIFY(close.isVisible()); // the recording was too short
-        while (!close.hasFocus())
-            QTest::keyClick(stage.panel->focusWidget(), Qt::Key_Tab);
-        press();
-        QVERIFY(!close.isVisible());
-        QCOMPARE(stage.panel->focusWidget(), stage.panel.get());
-    }
-
-    void timerCounts()
-    {
-        PanelStage stage({}, true, std::chrono::milliseconds(1));
-        stage.record(State::recording);
-        const auto &timer = stage.find<QLabel>(u"timer"_s);
-        QTRY_VERIFY(stage.app->elapsed() > 61);
-        QCOMPARE(timer.text(), stage.app->elapsedFormatted());
-        stage.record(State::idle);
-        QCOMPARE(timer.text(), u"00:00:00"_s);
-        // Until the next one runs, the count is the last one's.
-        stage.rig.script.holdAt(u"capture start"_s);
-        stage.record(State::starting);
-        QVERIFY(timer.text() > u"00:01:00"_s);
-        stage.rig.script.releaseAt(u"capture start"_s);
-        QTRY_COMPARE(stage.app->state(), State::recording);
-        QVERIFY(timer.text() < u"00:01:00"_s);
-    }
-
-    void waveformFollowsTheLouderSource()
-    {
-        Timeline::setClock([] { return 1000.0; });
-        PanelStage stage;
-        QWidget &waveform = stage.find(u"waveform"_s);
-        QWidget &microphone = stage.find(u"microphone"_s);
-        stage.record(State::recording);
-        QTRY_VERIFY(amberPixels(waveform) > 0);
-        const int silence = amberPixels(waveform);
-        const int silentMeter = amberPixels(microphone);
-        stage.rig.microphones.power = -5.0F;
-        QTRY_VERIFY(amberPixels(waveform) > 3 * silence);
-        QTRY_VERIFY(amberPixels(microphone) > silentMeter);
-        stage.record(State::idle);
-        QTRY_COMPARE(amberPixels(waveform), 0);
-        Timeline::setClock(nullptr);
-    }
-
     void nothingMovesWhileHidden()
     {
         PanelStage stage;
@@ -228,19 +128,6 @@ private Q_SLOTS:
         }
         stage.panel->show();
         QVERIFY(ticks() > 5);
-    }
-
-    void switches()
-    {
-        const PanelStage stage;
-        for (const QString &row : {u"systemAudio"_s, u"microphone"_s}) {
-            auto &toggle = *stage.find(row).findChild<QAbstractButton *>(u"switch"_s);
-            QTest::mouseClick(&toggle, Qt::LeftButton);
-            QCOMPARE(stage.app->systemAudioOn(), row != u"systemAudio"_s);
-            QCOMPARE(stage.app->micOn(), row != u"microphone"_s);
-            QTest::keyClick(&toggle, Qt::Key_Space);
-            QVERIFY(stage.app->systemAudioOn() && stage.app->micOn() && toggle.isChecked());
-        }
     }
 
     void everythingFits_data()
@@ -296,81 +183,6 @@ private Q_SLOTS:
         QCOMPARE(field.text(), QString());
     }
 
-    void titleIsComposed()
-    {
-        const PanelStage stage;
-        auto &field = stage.find<QLineEdit>(u"sessionTitle"_s);
-        field.setFocus();
-        QTest::keyClicks(&field, u"ab"_s);
-        field.setCursorPosition(1);
-        const auto compose = [&](const QString &preedit, const QString &commit) {
-            QInputMethodEvent event(preedit, {});
-            event.setCommitString(commit);
-            QCoreApplication::sendEvent(&field, &event);
-        };
-        compose(u"hui'yi"_s, {});
-        stage.app->setSelectedTag(SessionTag::call); // the same signal as a new title
-        QCOMPARE(stage.app->sessionTitle(), u"ab"_s);
-        compose({}, u"会议"_s);
-        QCOMPARE(stage.app->sessionTitle(), u"a会议b"_s);
-        QCOMPARE(field.cursorPosition(), 3);
-    }
-
-    void tags()
-    {
-        const PanelStage stage;
-        const auto checked = [&] {
-            QStringList names;
-            for (const SessionTag tag : sessionTags) {
-                const auto &chip = stage.find<PlainButton>(u"tag"_s + rawValue(tag));
-                if (chip.isChecked())
-                    names.append(chip.title());
-            }
-            return names;
-        };
-        QVERIFY(checked().isEmpty());
-        stage.click(u"tag访谈"_s);
-        QCOMPARE(stage.app->selectedTag(), SessionTag::interview);
-        stage.click(u"tag通话"_s);
-        QCOMPARE(stage.app->selectedTag(), SessionTag::call);
-        QCOMPARE(checked(), QStringList(u"通话"_s));
-        stage.click(u"tag通话"_s);
-        QCOMPARE(stage.app->selectedTag(), std::nullopt);
-        QVERIFY(checked().isEmpty());
-        stage.app->setSelectedTag(SessionTag::notes);
-        QCOMPARE(checked(), QStringList(u"笔记"_s));
-    }
-
-    void emptyListSaysHowToBegin()
-    {
-        PanelStage stage({}, true, std::chrono::milliseconds(1));
-        QVERIFY(stage.isShown(u"emptyState"_s) && !stage.isShown(u"recentList"_s));
-        stage.record(State::recording);
-        QTRY_VERIFY(stage.app->elapsed() >= 12);
-        stage.record(State::idle);
-        QVERIFY(!stage.isShown(u"emptyState"_s) && stage.isShown(u"recentList"_s));
-        QVERIFY(stage.isShown(u"recentRow"_s));
-    }
-
-    void footerShowsTheAccount()
-    {
-        PanelStage stage({}, false);
-        QVERIFY(stage.isShown(u"shortcut"_s) && !stage.isShown(u"account"_s));
-        QCOMPARE(stage.find<QLabel>(u"shortcut"_s).text(), u"⌃⌥R"_s);
-
-        const QString email = u"r&d.%1@example.com"_s.arg(u"long"_s.repeated(20));
-        stage.desktop.signIn(email);
-        QVERIFY(!stage.isShown(u"shortcut"_s) && stage.isShown(u"account"_s));
-        auto &account = stage.find<PlainButton>(u"account"_s);
-        QCOMPARE(account.title(), email);
-        QCOMPARE(account.accessibleName(), email);
-        QTRY_VERIFY(account.geometry().right() < stage.find(u"preferences"_s).x());
-        QVERIFY(account.x() > stage.find(u"openWeb"_s).geometry().right());
-        QHelpEvent asked(QEvent::ToolTip, {}, {});
-        QCoreApplication::sendEvent(&account, &asked);
-        QVERIFY(account.toolTip().contains(u"r&amp;d.long"_s));
-    }
-
     void footerSignsOut()
     {
         const PanelStage stage;
@@ -385,21 +197,6 @@ private Q_SLOTS:
         QVERIFY(stage.desktop.secrets.own().isEmpty());
         QVERIFY(stage.isShown(u"shortcut"_s) && stage.isShown(u"signInBanner"_s));
         QVERIFY(!stage.isShown(u"account"_s));
-    }
-
-    void buttonsThatAsk()
-    {
-        const PanelStage stage;
-        QStringList asked;
-        connect(&AppNotifications::shared(), &AppNotifications::parlovanceOpenPreferences, this,
-                [&] { asked.append(u"preferences"_s); });
-        connect(stage.panel.get(), &PopoverView::minimiseRequested, this,
-                [&] { asked.append(u"minimise"_s); });
-        for (const QString &button :
-             {u"preferences"_s, u"minimise"_s, u"sourcePicker"_s, u"openWeb"_s})
-            stage.click(button);
-        QCOMPARE(asked, QStringList({u"preferences"_s, u"minimise"_s}));
-        QCOMPARE(stage.desktop.workspace.opened, QStringList(u"https://s.example/app"_s));
     }
 
     void everyControlHasANameForTheKeyboard()

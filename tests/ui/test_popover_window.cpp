@@ -114,21 +114,6 @@ private Q_SLOTS:
         QVERIFY(available.contains(popover.geometry()));
     }
 
-    void opensWithTheKeyboardsFocus()
-    {
-        Desk desk;
-        desk.open();
-        QCOMPARE(desk.popover.pos(), QPoint(132, 28));
-        for (const char letter : std::string_view("minutes"))
-            QTest::keyClick(desk.popover.windowHandle(), letter);
-        QCOMPARE(desk.field->text(), u"minutes"_s);
-        QTest::keyClick(desk.popover.windowHandle(), Qt::Key_Escape);
-        QVERIFY(!desk.popover.isVisible());
-        desk.open(); // at once: the guard is for clicks that took the focus
-        desk.popover.toggleBeside(icon);
-        QVERIFY(!desk.popover.isVisible());
-    }
-
     void closesWhenTheUserTurnsElsewhere()
     {
         Desk desk;

@@ -40,15 +40,6 @@ QStringList chosen(const WindowStage &stage)
     }
     return names;
 }
-
-QFileDialog *openDialog()
-{
-    for (QWidget *const widget : QApplication::topLevelWidgets()) {
-        if (auto *const dialog = qobject_cast<QFileDialog *>(widget))
-            return dialog;
-    }
-    return nullptr;
-}
 } // namespace
 
 class PreferencesTest : public QObject
@@ -56,19 +47,6 @@ class PreferencesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void paneOutlivesClosing()
-    {
-        WindowStage stage;
-        stage.showPreferences();
-        stage.click(u"tab account"_s);
-        const QWidget *const window = &stage.window();
-        QTest::keyClick(&stage.window(), Qt::Key_Escape);
-        QVERIFY(!window->isVisible());
-        stage.showPreferences();
-        QCOMPARE(&stage.window(), window);
-        QVERIFY(stage.isShown(u"pane account"_s));
-    }
-
     void launchAtLogin()
     {
         WindowStage stage({{u"prefs.launchAtLogin"_s, true}});
@@ -104,24 +82,6 @@ private Q_SLOTS:
         stage.prefs->setAudioQuality(AudioQuality::standard);
         stage.prefs->setUploadStrategy(UploadStrategy::manual);
         QCOMPARE(chosen(stage), QStringList({pane, u"quality standard"_s, u"upload manual"_s}));
-    }
-
-    void arrowKeysChoose()
-    {
-        WindowStage stage;
-        stage.showPreferences();
-        stage.find(u"quality high"_s).setFocus();
-        QTest::keyClick(&stage.find(u"quality high"_s), Qt::Key_Up);
-        QCOMPARE(stage.prefs->audioQuality(), AudioQuality::standard);
-        QVERIFY(stage.find(u"quality standard"_s).hasFocus());
-        stage.find(u"upload manual"_s).setFocus();
-        QTest::keyClick(&stage.find(u"upload manual"_s), Qt::Key_Down);
-        QTest::keyClick(stage.window().focusWidget(),
-                        Qt::Key_Down); // the next one cannot be chosen
-        QCOMPARE(stage.prefs->uploadStrategy(), UploadStrategy::immediate);
-        stage.find(u"tab recording"_s).setFocus();
-        QTest::keyClick(&stage.find(u"tab recording"_s), Qt::Key_Down);
-        QVERIFY(stage.isShown(u"pane permissions"_s));
     }
 
     void folderIsChosen()
@@ -174,24 +134,6 @@ private Q_SLOTS:
         QTRY_COMPARE(shown(), problem);
     }
 
-    void folderDialogBlocksNothingElse()
-    {
-        WindowStage stage;
-        stage.prefs->setSaveLocation(stage.home.filePath(u"not/there"_s));
-        QVERIFY(QDir(stage.home.path()).mkdir(u"wanted"_s));
-        stage.showPreferences();
-        stage.click(u"chooseFolder"_s); // returns
-        QFileDialog *const dialog = openDialog();
-        QVERIFY(dialog);
-        QCOMPARE(dialog->windowModality(), Qt::WindowModal);
-        QCOMPARE(dialog->fileMode(), QFileDialog::Directory);
-        QCOMPARE(dialog->directory().path(), stage.home.path());
-        dialog->selectFile(stage.home.filePath(u"wanted"_s));
-        QMetaObject::invokeMethod(dialog, "accept");
-        QCOMPARE(stage.prefs->saveLocation(), stage.home.filePath(u"wanted"_s));
-        QTRY_VERIFY(!openDialog());
-    }
-
     void permissions_data()
     {
         QTest::addColumn<QString>("mic");
@@ -220,34 +162,6 @@ private Q_SLOTS:
         QTEST(stage.texts(u"microphone"_s), "micTexts");
         QTEST(stage.texts(u"screen"_s), "screenTexts");
         QTEST(stage.isShown(u"restartHint"_s), "hasHint");
-    }
-
-    void permissionButtons()
-    {
-        WindowStage stage;
-        stage.showPreferences();
-        stage.click(u"tab permissions"_s);
-        stage.click(u"microphone/open"_s);
-        stage.click(u"screen/open"_s);
-        QCOMPARE(stage.desktop.workspace.settingsPages,
-                 QList({SettingsPage::microphone, SettingsPage::screenCapture}));
-        stage.desktop.script.failAt(u"mic access"_s);
-        stage.click(u"microphone/grant"_s);
-        QCOMPARE(stage.texts(u"microphone"_s).first(), u"未授权"_s);
-        stage.desktop.script.succeedAt(u"mic access"_s);
-        stage.click(u"microphone/grant"_s);
-        QCOMPARE(stage.texts(u"microphone"_s).first(), u"已授权"_s);
-        stage.click(u"screen/grant"_s);
-        QCOMPARE(stage.texts(u"screen"_s).first(), u"已授权"_s);
-        QVERIFY(!stage.isShown(u"restartHint"_s));
-        // A refusal is looked at again, and holds as long as the desktop says so.
-        stage.defaults.setBoolean(u"access.microphone"_s, false);
-        stage.desktop.script.failAt(u"mic access"_s);
-        stage.click(u"refresh"_s);
-        QCOMPARE(stage.texts(u"microphone"_s).first(), u"未授权"_s);
-        stage.desktop.script.succeedAt(u"mic access"_s);
-        stage.click(u"refresh"_s);
-        QCOMPARE(stage.texts(u"microphone"_s).first(), u"已授权"_s);
     }
 
     void refusedRequestOffersARestart()
@@ -332,78 +246,6 @@ private Q_SLOTS:
 
         stage.click(u"openWeb"_s);
         QCOMPARE(stage.desktop.workspace.opened.last(), u"https://s.example"_s);
-    }
-
-    void nothingMovesWhileHidden()
-    {
-        WindowStage stage;
-        stage.desktop.script.holdAt(release);
-        stage.showPreferences();
-        stage.click(u"tab about"_s);
-        stage.click(u"update"_s);
-        TimerCount timers;
-        QVERIFY(timers.during(300ms) > 2);
-        stage.click(u"tab recording"_s);
-        QTRY_COMPARE(timers.during(300ms), 0);
-        stage.click(u"tab about"_s);
-        stage.window().close();
-        QCOMPARE(timers.during(300ms), 0);
-        stage.desktop.script.releaseAt(release);
-        QTRY_VERIFY(!stage.desktop.script.isWaitingAnywhere());
-    }
-
-    void sidebarChoosesThePane_data()
-    {
-        QTest::addColumn<QStringList>("stops"); // of the keyboard, in the pane
-        QTest::newRow("general") << QStringList(u"launchAtLogin"_s);
-        QTest::newRow("recording")
-            << QStringList({u"quality high"_s, u"chooseFolder"_s, u"upload manual"_s});
-        QTest::newRow("permissions")
-            << QStringList({u"open"_s, u"grant"_s, u"open"_s, u"grant"_s, u"refresh"_s});
-        QTest::newRow("account") << QStringList(u"signIn"_s);
-        QTest::newRow("hotkey") << QStringList();
-        QTest::newRow("about") << QStringList({u"update"_s, u"openWeb"_s});
-    }
-
-    void sidebarChoosesThePane()
-    {
-        QFETCH(const QStringList, stops);
-        const QString name = QLatin1String(QTest::currentDataTag());
-        const QString tab = u"tab "_s + name;
-        WindowStage stage;
-        stage.showPreferences();
-        QVERIFY(stage.isShown(u"pane recording"_s));
-        stage.find(u"tab recording"_s).setFocus();
-        stage.click(tab);
-        QVERIFY(stage.isShown(u"pane "_s + name));
-        QVERIFY(stage.find(tab).hasFocus());
-        QCOMPARE(stage.tabStops(), QStringList(tab) + stops);
-    }
-
-    void longTextsAreCut()
-    {
-        WindowStage stage;
-        stage.prefs->setSaveLocation(u"/<b>&"_s + u"folder/"_s.repeated(40));
-        stage.showPreferences();
-        auto &path = stage.find<TextLabel>(u"saveLocation"_s);
-        QVERIFY(path.isCut());
-        QHelpEvent asked(QEvent::ToolTip, {}, {});
-        QCoreApplication::sendEvent(&path, &asked);
-        QVERIFY(path.toolTip().contains(u"/&lt;b&gt;&amp;folder"));
-        stage.setPermissions(u"denied"_s, u"denied"_s);
-        stage.auth->beginLogin();
-        stage.desktop.returnFromBrowser(u"somebody"_s.repeated(40));
-        for (const auto &tab : {u"tab general"_s, u"tab recording"_s, u"tab permissions"_s,
-                                u"tab account"_s, u"tab hotkey"_s, u"tab about"_s}) {
-            stage.click(tab);
-            QCoreApplication::processEvents();
-            for (auto *const label : stage.window().findChildren<TextLabel *>()) {
-                const bool mayBeCut = label == &path || label->objectName() == u"account";
-                QVERIFY2(!label->isVisible() || mayBeCut || !label->isCut(),
-                         qPrintable(label->text()));
-            }
-            QCOMPARE(stage.outside(), QStringList());
-        }
     }
 };
 

@@ -114,48 +114,6 @@ private Q_SLOTS:
         QCOMPARE(seen, many);
     }
 
-    void wheelScrolls()
-    {
-        const ListStage stage(manyEntries(20));
-        QWidget &row = stage.row(u"0"_s);
-        const QPoint where = row.rect().center();
-        QWheelEvent wheel(where, row.mapToGlobal(where), {}, {0, -120}, Qt::NoButton,
-                          Qt::NoModifier, Qt::NoScrollPhase, false);
-        // Only those of the desktop go on from a row to what is around it.
-        QSpontaneKeyEvent::setSpontaneous(&wheel);
-        qApp->notify(&row, &wheel);
-        QVERIFY(stage.bar().value() > 0);
-        QVERIFY(stage.row(u"1"_s).y() < row.height());
-    }
-
-    void changeOfOneEntry()
-    {
-        ListStage stage(manyEntries());
-        stage.holdUploads();
-        stage.bar().setValue(stage.bar().maximum() / 2);
-        const QStringList before = stage.shown();
-        const RecentRow &neighbour = stage.row(before.at(0).section(u' ', 0, 0));
-        const QString title = before.at(1).section(u' ', 0, 0);
-        RecentRow &row = stage.row(title);
-        row.setFocus();
-
-        stage.app->startUpload(row.session().id);
-        QCOMPARE(row.session().status, RecentSession::Status::processing);
-        QVERIFY(row.hasFocus());
-        QCOMPARE(&stage.row(neighbour.session().title), &neighbour);
-        QCOMPARE(stage.shown().first(), before.first());
-
-        // One that is out of sight gets lower, and what is in sight stays.
-        const RecentSession &above = stage.app->recents().at(31);
-        QCOMPARE(above.status, RecentSession::Status::failed);
-        const QStringList settled = stage.shown();
-        const int scrolled = stage.bar().value();
-        stage.app->retryUpload(above.id);
-        QCOMPARE(stage.shown(), settled);
-        QVERIFY(stage.bar().value() < scrolled);
-        QVERIFY(row.hasFocus());
-    }
-
     void newEntryComesAtTheTop_data()
     {
         QTest::addColumn<int>("scrolled");
@@ -222,45 +180,6 @@ private Q_SLOTS:
         QCOMPARE(stage.focus(), u"0"_s);
         QCOMPARE(stage.bar().value(), 0);
         QVERIFY(stage.rows().size() <= fewRows);
-    }
-
-    void tabStopsAtOneRow()
-    {
-        const ListStage stage(manyEntries(300));
-        stage.row(u"0"_s).setFocus();
-        stage.press(Qt::Key_Down);
-        QStringList order{stage.focus()};
-        for (int i = 0; i < 3; ++i) {
-            stage.press(Qt::Key_Tab);
-            order.append(stage.focus());
-        }
-        QCOMPARE(order, QStringList({u"1"_s, u"1 retry"_s, u"openWeb"_s, u"account"_s}));
-        stage.press(Qt::Key_Backtab, Qt::ShiftModifier);
-        stage.press(Qt::Key_Backtab, Qt::ShiftModifier);
-        QCOMPARE(stage.focus(), u"1 retry"_s);
-        stage.press(Qt::Key_Down); // from the button too
-        QCOMPARE(stage.focus(), u"2"_s);
-        stage.press(Qt::Key_Tab);
-        QCOMPARE(stage.focus(), u"2 upload"_s);
-        stage.press(Qt::Key_Backtab, Qt::ShiftModifier);
-        stage.press(Qt::Key_Backtab, Qt::ShiftModifier);
-        QCOMPARE(stage.focus(), u"tag通话"_s);
-    }
-
-    void pressedRowRevealsItsFile()
-    {
-        QList<RecentSession> entries = manyEntries(3);
-        entries[1].fileURL.reset();
-        const ListStage stage(entries);
-        const auto &revealed = stage.desktop.workspace.revealed;
-        QTest::mouseClick(&stage.row(u"0"_s), Qt::LeftButton);
-        QTest::mouseClick(&stage.row(u"1"_s), Qt::LeftButton);
-        QCOMPARE(revealed, QStringList(u"/rec/0.m4a"_s));
-        stage.row(u"2"_s).setFocus();
-        stage.press(Qt::Key_Space);
-        QCOMPARE(revealed.last(), u"/rec/2.m4a"_s);
-        stage.press(Qt::Key_Return);
-        QCOMPARE(revealed.size(), 3);
     }
 
     void keyboardOutOfSight()

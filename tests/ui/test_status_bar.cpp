@@ -165,21 +165,6 @@ private Q_SLOTS:
         QVERIFY(icons[4] == icons[0]);
     }
 
-    void recentsAreTheTenNewest()
-    {
-        QList<RecentSession> entries;
-        QStringList expected;
-        for (int i = 0; i < 12; ++i) {
-            const bool isUploaded = i % 3 == 0;
-            entries.append(TrayStage::entry(u"会议 %1"_s.arg(i), isUploaded ? u"m"_s : QString()));
-            expected.append(u"会议 %1  ·  1m"_s.arg(i) + (isUploaded ? u""_s : u" (off)"_s));
-        }
-        TrayStage stage(entries);
-        stage.show();
-        visit(stage.menu());
-        QCOMPARE(shown(stage.recentsMenu()), expected.first(10));
-    }
-
     void titlesAreText_data()
     {
         QTest::addColumn<QString>("title");
@@ -235,39 +220,6 @@ private Q_SLOTS:
         QCOMPARE(stage.workspace.opened.size(), 1);
     }
 
-    void withoutServiceNothingIsOpened()
-    {
-        TrayStage stage({TrayStage::entry(u"周会"_s, u"m"_s)});
-        stage.origin = ServiceOrigin::parse(u"http://s.example"_s);
-        stage.show();
-        visit(stage.menu());
-        TrayStage::item(stage.menu(), u"打开网页版"_s)->trigger();
-        stage.recentsMenu().actions().constFirst()->trigger();
-        QCOMPARE(stage.workspace.opened, QStringList());
-    }
-
-    void iconFollowsTheColorScheme()
-    {
-        TrayStage stage;
-        stage.show();
-        const QPalette light = QApplication::palette();
-        const auto darkness = [&] {
-            const QImage image = stage.icon().icon().pixmap(64).toImage();
-            for (int x = 0; x < image.width(); ++x) {
-                const QColor color = image.pixelColor(x, image.height() / 2);
-                if (color.alpha() == 255)
-                    return color.lightness();
-            }
-            return -1;
-        };
-        QPalette dark = light;
-        dark.setColor(QPalette::WindowText, Qt::white);
-        QApplication::setPalette(dark);
-        QTRY_COMPARE(darkness(), 255);
-        QApplication::setPalette(light);
-        QTRY_VERIFY(darkness() >= 0 && darkness() < 80);
-    }
-
     void errorsAreToldAsText()
     {
         TrayStage stage;
@@ -286,33 +238,6 @@ private Q_SLOTS:
         stage.waitFor(RecordingState::recording);
         const auto stopped = stage.app->handleSystemAudioError(u"<img src=x>\n第二行"_s);
         QTRY_COMPARE(stage.icon().toolTip(), u"Parlovance\n系统音频已停止：‹img src=x> 第二行"_s);
-    }
-
-    void keysWorkInThePopover()
-    {
-        TrayStage stage;
-        stage.show();
-        Q_EMIT stage.icon().activated(QSystemTrayIcon::Trigger);
-        QWidget *const window = &TrayStage::popover();
-        QVERIFY(QTest::qWaitForWindowActive(window));
-
-        stage.rig.script.holdAt(u"capture stop"_s);
-        QTest::keyClick(window, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier);
-        stage.waitFor(RecordingState::recording);
-        QTest::keyClick(window, Qt::Key_R, Qt::ControlModifier | Qt::AltModifier);
-        stage.waitFor(RecordingState::stopping);
-        stage.rig.script.releaseAt(u"capture stop"_s);
-        stage.waitFor(RecordingState::idle);
-        QTest::keyClick(window, Qt::Key_Comma, Qt::ControlModifier);
-        QCOMPARE(stage.preferencesOpened, 1);
-        QVERIFY(asksToLeave([&] { QTest::keyClick(window, Qt::Key_Q, Qt::ControlModifier); }));
-
-        QTest::keyClick(window, Qt::Key_M, Qt::ControlModifier | Qt::AltModifier);
-        QVERIFY(!window->isVisible());
-        TrayStage::item(stage.menu(), u"打开主面板"_s)->trigger();
-        QVERIFY(window->isVisible());
-        stage.menu().popup({});
-        QVERIFY(!window->isVisible());
     }
 
     void keysWorkInTheMenu()

@@ -56,11 +56,6 @@ xcb_window_t windowUnderPointer()
     }
 }
 
-QPoint centre(const QMenu &menu, QAction *item)
-{
-    return menu.mapToGlobal(menu.actionGeometry(item).center());
-}
-
 void killTray()
 {
     const auto tray = SoundSession::processNamed(u"trayer"_s);
@@ -177,45 +172,6 @@ private Q_SLOTS:
         click(other.geometry().center());
         QTRY_VERIFY(!desktop.popover->isVisible());
         QTRY_VERIFY(other.isActiveWindow());
-    }
-
-    void menuOpensAMeeting()
-    {
-        const Desktop desktop;
-        desktop.openPopover();
-        desktop.openMenu();
-        QVERIFY(!desktop.popover->isVisible());
-        input(u"key Escape"_s);
-        QTRY_VERIFY(!desktop.menu().isVisible());
-
-        desktop.openMenu();
-        QMenu &recents = desktop.recentsMenu();
-        click(centre(desktop.menu(), recents.menuAction()));
-        QTRY_VERIFY(recents.isVisible());
-        click(centre(recents, Desktop::item(recents, u"本地"_s))); // not uploaded: stays open
-        QCOMPARE(desktop.workspace.opened, QStringList());
-        click(centre(recents, Desktop::item(recents, u"周会 && 计划"_s)));
-        QTRY_COMPARE(desktop.workspace.opened,
-                     QStringList(u"https://s.example/app/meetings/meeting-1"_s));
-        QTRY_VERIFY(!desktop.menu().isVisible());
-
-        desktop.openMenu();
-        click(centre(desktop.menu(), Desktop::item(desktop.menu(), u"打开主面板"_s)));
-        QTRY_VERIFY(desktop.popover->isVisible());
-        QVERIFY(QTest::qWaitForWindowActive(desktop.popover));
-    }
-
-    void controlClickOpensTheMenu()
-    {
-        const Desktop desktop;
-        input(u"keydown ctrl"_s);
-        desktop.clickIcon();
-        QTRY_VERIFY(desktop.menu().isVisible());
-        input(u"keyup ctrl"_s);
-        QVERIFY(!desktop.popover->isVisible());
-        input(u"key Escape"_s);
-        QTRY_VERIFY(!desktop.menu().isVisible());
-        desktop.openPopover();
     }
 
     void iconTakesTheColorOfThePanel()
