@@ -31,14 +31,14 @@ AudioRecorder::AudioRecorder(const AudioPlatform &platform)
 
 AudioRecorder::~AudioRecorder() = default;
 
-QCoro::Task<std::expected<void, RecordingError>> AudioRecorder::start(bool systemOn, bool micOn,
-                                                                      RecordingSettings settings)
+QCoro::Task<std::expected<void, Error>> AudioRecorder::start(bool systemOn, bool micOn,
+                                                             RecordingSettings settings)
 {
-    using enum AudioRecorderError::Case;
+    using enum AudioRecorderError;
     if (m_isActive || m_isBusy)
-        co_return std::unexpected(AudioRecorderError(alreadyRecording));
+        co_return std::unexpected(recordingError(alreadyRecording));
     if (!systemOn && !micOn)
-        co_return std::unexpected(AudioRecorderError(noSourceEnabled));
+        co_return std::unexpected(recordingError(noSourceEnabled));
     const RecordingRoom room = recordingRoom(settings, systemOn, micOn);
     const QPointer self(this);
     m_isBusy = true;
@@ -173,15 +173,15 @@ void AudioRecorder::setOnMicEvent(std::function<void(const MicrophoneEvent &)> h
     m_mic.setOnEvent(std::move(handler));
 }
 
-QCoro::Task<std::expected<RecordingFiles, RecordingError>>
+QCoro::Task<std::expected<RecordingFiles, Error>>
 AudioRecorder::makeURLs(RecordingSettings settings, RecordingRoom room)
 {
     const QPointer self(this);
     const auto prepare = [settings, room, &volume = m_platform.volume] {
         auto prepared = createSaveFolder(settings);
         if (prepared && !room.lasts(volume, roomToStart)) {
-            prepared = std::unexpected(AudioRecorderError(
-                AudioRecorderError::Case::directoryUnavailable, u"磁盘空间不足"_s));
+            prepared = std::unexpected(
+                recordingError(AudioRecorderError::directoryUnavailable, u"磁盘空间不足"_s));
         }
         return prepared;
     };
@@ -190,6 +190,6 @@ AudioRecorder::makeURLs(RecordingSettings settings, RecordingRoom room)
     if (!prepared)
         co_return std::unexpected(prepared.error());
     if (!self) // the application is closing
-        co_return std::unexpected(AudioRecorderError(AudioRecorderError::Case::alreadyRecording));
+        co_return std::unexpected(recordingError(AudioRecorderError::alreadyRecording));
     co_return recordingFiles(settings, m_platform.clock.now());
 }

@@ -51,8 +51,8 @@ public:
 
     /// Completes once every requested source runs; after a failure none does. Fails while another
     /// start is under way, or sources are being stopped, as it does while recording.
-    QCoro::Task<std::expected<void, RecordingError>> start(bool systemOn, bool micOn,
-                                                           RecordingSettings settings);
+    QCoro::Task<std::expected<void, Error>> start(bool systemOn, bool micOn,
+                                                  RecordingSettings settings);
 
     /// The file of the finished recording; none when nothing usable was recorded, or nothing was
     /// active: a start under way goes on and is ended by a later stop.
@@ -87,10 +87,10 @@ public:
     void setOnMicEvent(std::function<void(const MicrophoneEvent &event)> handler);
 
 private:
-    using Started = std::expected<void, RecordingError>;
+    using Started = std::expected<void, Error>;
 
-    QCoro::Task<std::expected<RecordingFiles, RecordingError>> makeURLs(RecordingSettings settings,
-                                                                        RecordingRoom room);
+    QCoro::Task<std::expected<RecordingFiles, Error>> makeURLs(RecordingSettings settings,
+                                                               RecordingRoom room);
     QCoro::Task<Started> startSources(bool systemOn, bool micOn, RecordingFiles files,
                                       AudioQuality quality);
     QCoro::Task<> abandonSystem();

@@ -24,9 +24,9 @@ void MicRecorder::setOnEvent(std::function<void(const MicrophoneEvent &)> handle
     m_onEvent = std::move(handler);
 }
 
-QCoro::Task<std::expected<void, MicError>> MicRecorder::start(QUrl file, AudioQuality quality)
+QCoro::Task<std::expected<void, Error>> MicRecorder::start(QUrl file, AudioQuality quality)
 {
-    using enum MicError::Case;
+    using enum MicError;
     const QPointer self(this);
     Microphones &microphones = m_microphones;
     const QString path = file.toLocalFile();
@@ -34,13 +34,13 @@ QCoro::Task<std::expected<void, MicError>> MicRecorder::start(QUrl file, AudioQu
 
     const bool granted = co_await microphones.requestAccess();
     if (!granted || !self) // or the application is closing
-        co_return std::unexpected(MicError(permissionDenied));
+        co_return std::unexpected(recordingError(permissionDenied));
     co_await removeFile(path); // usually there is none
     auto created = co_await microphones.create(path, format);
     if (!created)
-        co_return std::unexpected(MicError(setupFailed, created.error().description()));
+        co_return std::unexpected(recordingError(setupFailed, created.error().description()));
     if (!self)
-        co_return std::unexpected(MicError(setupFailed));
+        co_return std::unexpected(recordingError(setupFailed));
 
     auto recorder = std::move(*created);
     recorder->setMeteringEnabled(true);
@@ -55,11 +55,11 @@ QCoro::Task<std::expected<void, MicError>> MicRecorder::start(QUrl file, AudioQu
         recorder.reset();
         co_await removeFile(path); // a file that was begun is no recording
         co_return std::unexpected(
-            MicError(setupFailed, u"prepareToRecord/record returned false"_s));
+            recordingError(setupFailed, u"prepareToRecord/record returned false"_s));
     }
     if (!self) {
         co_await recorder->stop();
-        co_return std::unexpected(MicError(setupFailed));
+        co_return std::unexpected(recordingError(setupFailed));
     }
     m_recorder = std::move(recorder);
     m_outputURL = file;

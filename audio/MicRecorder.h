@@ -34,7 +34,7 @@ public:
 
     /// Asks for access and completes once sound is recorded. A file already at \p file (absolute)
     /// is replaced, but stays where access is refused.
-    QCoro::Task<std::expected<void, MicError>> start(QUrl file, AudioQuality quality);
+    QCoro::Task<std::expected<void, Error>> start(QUrl file, AudioQuality quality);
 
     /// Ends the recording and closes the file. No value: nothing was recording.
     QCoro::Task<std::optional<QUrl>> stop();

@@ -76,7 +76,7 @@ RecordingRoom recordingRoom(const RecordingSettings &settings, bool systemOn, bo
                          .bytesPerSecond = bitRate / 8};
 }
 
-std::expected<void, AudioRecorderError> createSaveFolder(const RecordingSettings &settings)
+std::expected<void, Error> createSaveFolder(const RecordingSettings &settings)
 {
     const QString folder = settings.saveDirectory.toLocalFile();
     auto error = makePrivateFolder(folder);
@@ -86,7 +86,7 @@ std::expected<void, AudioRecorderError> createSaveFolder(const RecordingSettings
         error.assign(errno, std::generic_category());
     if (error) {
         return std::unexpected(
-            AudioRecorderError(AudioRecorderError::Case::directoryUnavailable, describe(error)));
+            recordingError(AudioRecorderError::directoryUnavailable, describe(error)));
     }
     return {};
 }

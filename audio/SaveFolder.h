@@ -37,7 +37,7 @@ struct RecordingRoom {
 RecordingRoom recordingRoom(const RecordingSettings &settings, bool systemOn, bool micOn);
 
 /// Creates the folder of \p settings with all its parents.
-std::expected<void, AudioRecorderError> createSaveFolder(const RecordingSettings &settings);
+std::expected<void, Error> createSaveFolder(const RecordingSettings &settings);
 
 /// Names after the second of \p now (local time), or after the first later one whose three names
 /// are not among the listed files.

@@ -13,7 +13,7 @@ using namespace Qt::StringLiterals;
 namespace
 {
 // Shared, because a future's value is copied.
-using WriterResult = std::expected<std::shared_ptr<AudioFileWriter>, RecordingError>;
+using WriterResult = std::expected<std::shared_ptr<AudioFileWriter>, Error>;
 
 WriterResult setupWriter(AudioFileWriterFactory &writers, const QString &path,
                          const AudioEncoding &encoding)
@@ -26,7 +26,7 @@ WriterResult setupWriter(AudioFileWriterFactory &writers, const QString &path,
         return std::move(*writer);
     writer->reset();
     QFile::remove(path); // a file that was begun is no recording
-    return std::unexpected(SystemAudioError(SystemAudioError::Case::writerSetupFailed));
+    return std::unexpected(recordingError(SystemAudioError::writerSetupFailed));
 }
 } // namespace
 
@@ -51,21 +51,19 @@ void SystemAudioRecorder::setOnStopWithError(std::function<void(const QString &)
     m_onStopWithError = std::move(handler);
 }
 
-QCoro::Task<std::expected<void, RecordingError>> SystemAudioRecorder::start(QUrl file,
-                                                                            AudioQuality quality)
+QCoro::Task<std::expected<void, Error>> SystemAudioRecorder::start(QUrl file, AudioQuality quality)
 {
-    using enum SystemAudioError::Case;
+    using enum SystemAudioError;
     const QPointer self(this);
     const QString path = file.toLocalFile();
     const auto meter = m_meter;
 
     const auto targets = co_await m_service.targets();
     if (!targets) {
-        co_return std::unexpected(
-            SystemAudioError(permissionDenied, targets.error().description()));
+        co_return std::unexpected(recordingError(permissionDenied, targets.error().description()));
     }
     if (targets->isEmpty())
-        co_return std::unexpected(SystemAudioError(noDisplayAvailable));
+        co_return std::unexpected(recordingError(noDisplayAvailable));
     if (!self)
         co_return std::unexpected(Error(QString())); // the application is closing
 

@@ -43,7 +43,7 @@ public:
 
     /// Completes once the capture runs. A file already at \p file (absolute) is replaced. Fails
     /// with a SystemAudioError or the platform's own error, and leaves nothing behind then.
-    QCoro::Task<std::expected<void, RecordingError>> start(QUrl file, AudioQuality quality);
+    QCoro::Task<std::expected<void, Error>> start(QUrl file, AudioQuality quality);
 
     /// Ends the capture and closes the file. No value: nothing was running.
     QCoro::Task<std::optional<QUrl>> stop();

@@ -22,7 +22,7 @@ RecordingSettings settings(const AudioRig &rig, AudioQuality quality = AudioQual
 }
 
 /// The sentence that a start fails with; empty when it succeeds.
-QString failureOf(QCoro::Task<std::expected<void, RecordingError>> task)
+QString failureOf(QCoro::Task<std::expected<void, Error>> task)
 {
     const auto started = QCoro::waitFor(task);
     return started ? QString() : started.error().description();

@@ -1,7 +1,7 @@
 #include "tests/support/LiveSound.h"
 
 #include "base/Tasks.h"
-#include "platform/linux/pipewire/MediaClock.h"
+#include "platform/AudioBuffer.h"
 
 #include <QCoroTask>
 #include <QElapsedTimer>

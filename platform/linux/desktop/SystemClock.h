@@ -1,13 +1,17 @@
 #pragma once
 
+#include "platform/AudioBuffer.h"
 #include "platform/Clock.h"
+
+#include <chrono>
 
 /// The machine's clocks.
 class SystemClock : public Clock
 {
 public:
-    QDateTime now() const override;
-
-    /// CLOCK_MONOTONIC, which also times the captured sound.
-    double mediaSeconds() const override;
+    QDateTime now() const override { return QDateTime::currentDateTime(); }
+    double mediaSeconds() const override
+    {
+        return std::chrono::duration<double>(mediaNow()).count();
+    }
 };

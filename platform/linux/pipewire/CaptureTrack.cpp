@@ -1,7 +1,7 @@
 #include "platform/linux/pipewire/CaptureTrack.h"
 
 #include "base/Tasks.h"
-#include "platform/linux/pipewire/MediaClock.h"
+#include "platform/AudioBuffer.h"
 
 #include <QCoroFuture>
 

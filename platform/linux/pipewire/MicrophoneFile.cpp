@@ -1,6 +1,6 @@
 #include "platform/linux/pipewire/MicrophoneFile.h"
 
-#include "platform/linux/pipewire/MediaClock.h"
+#include "platform/AudioBuffer.h"
 
 #include <algorithm>
 

@@ -1,8 +1,8 @@
 #include "platform/linux/pipewire/PipeWireMicrophoneRecorder.h"
 
 #include "base/Tasks.h"
+#include "platform/AudioBuffer.h"
 #include "platform/linux/pipewire/CaptureTrack.h"
-#include "platform/linux/pipewire/MediaClock.h"
 #include "platform/linux/pipewire/MicrophoneFile.h"
 
 #include <QCoroFuture>

@@ -1,7 +1,7 @@
 #include "platform/linux/pipewire/PipeWireStream.h"
 
 #include "base/Logger.h"
-#include "platform/linux/pipewire/MediaClock.h"
+#include "platform/AudioBuffer.h"
 
 #include <spa/param/audio/format-utils.h>
 
