@@ -2,7 +2,6 @@
 
 #include "audio/MicRecorder.h"
 #include "audio/RecordingError.h"
-#include "audio/RecordingSettings.h"
 #include "audio/SaveFolder.h"
 #include "audio/SystemAudioRecorder.h"
 #include "audio/UnlistedRecordings.h"

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "base/Error.h"
+#include "base/Tasks.h"
 
 #include <QCoroTask>
+#include <QFile>
 #include <QFuture>
+#include <QString>
 #include <QUrl>
 
 #include <expected>
@@ -37,3 +40,10 @@ QCoro::Task<ConcludedRecording> concludeRecording(AudioAssets &assets, std::opti
                                                   std::optional<QUrl> mic,
                                                   std::unique_ptr<MixAhead> ahead,
                                                   std::stop_token stop = {});
+
+/// Removes the file at \p path, where there is one. In the background: a large file may take a disk
+/// its time.
+inline QFuture<void> removeFile(const QString &path)
+{
+    return inBackground([path] { QFile::remove(path); });
+}

@@ -1,6 +1,6 @@
 #include "audio/MicRecorder.h"
 
-#include "audio/RemoveFile.h"
+#include "audio/ClosedTracks.h"
 
 #include <QPointer>
 

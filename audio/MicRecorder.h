@@ -4,7 +4,7 @@
 #include "base/Logger.h"
 #include "platform/AudioFileWriter.h"
 #include "platform/MicrophoneRecorder.h"
-#include "settings/AudioQuality.h"
+#include "settings/PrefsStore.h"
 
 #include <QCoroTask>
 #include <QObject>

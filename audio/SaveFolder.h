@@ -1,14 +1,24 @@
 #pragma once
 
 #include "audio/RecordingError.h"
-#include "audio/RecordingSettings.h"
+#include "settings/PrefsStore.h"
 
 #include <QDateTime>
 #include <QLatin1String>
+#include <QSet>
+#include <QString>
 #include <QUrl>
 
 #include <chrono>
 #include <expected>
+
+/// What one recording is made with.
+struct RecordingSettings {
+    QUrl saveDirectory; ///< the folder that receives the files; made when it is missing
+    AudioQuality quality = AudioQuality::high;
+    QSet<QString> listedFiles; ///< clean absolute paths; no new file takes their place
+    QSet<QString> listedNames; ///< without ending; of recordings that may lie elsewhere by now
+};
 
 class Volume;
 

@@ -3,7 +3,7 @@
 #include "audio/RecordingError.h"
 #include "base/Logger.h"
 #include "platform/AudioFileWriter.h"
-#include "settings/AudioQuality.h"
+#include "settings/PrefsStore.h"
 
 #include <QCoroTask>
 #include <QObject>

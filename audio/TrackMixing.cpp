@@ -1,6 +1,6 @@
 #include "audio/TrackMixing.h"
 
-#include "audio/RemoveFile.h"
+#include "audio/ClosedTracks.h"
 #include "audio/SaveFolder.h"
 #include "base/Logger.h"
 #include "platform/AudioAssets.h"

@@ -1,7 +1,6 @@
 #include "audio/UnlistedRecordings.h"
 
 #include "audio/ClosedTracks.h"
-#include "audio/RemoveFile.h"
 #include "base/Logger.h"
 #include "platform/AudioAssets.h"
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "audio/RecordingSettings.h"
 #include "audio/SaveFolder.h"
 
 #include <QCoroTask>

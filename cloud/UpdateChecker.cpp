@@ -43,11 +43,11 @@ std::vector<qint64> numbers(const QString &version)
 } // namespace
 
 UpdateChecker::UpdateChecker(ConfiguredOrigin origin, BundleInformation bundle,
-                             Surroundings surroundings, QObject *parent)
+                             Dependencies dependencies, QObject *parent)
     : QObject(parent)
     , m_origin(std::move(origin))
     , m_bundle(std::move(bundle))
-    , m_surroundings(surroundings)
+    , m_dependencies(dependencies)
 {
 }
 
@@ -72,7 +72,7 @@ QCoro::Task<> UpdateChecker::check(bool presentAlert)
 {
     const QPointer self(this);
     setStatus(Status::Kind::checking);
-    const auto release = co_await fetchRelease(m_origin, &m_surroundings.http);
+    const auto release = co_await fetchRelease(m_origin, &m_dependencies.http);
     if (!self)
         co_return;
     if (!release) {
@@ -80,7 +80,7 @@ QCoro::Task<> UpdateChecker::check(bool presentAlert)
         setStatus(Status::Kind::failed, release.error());
         co_return;
     }
-    m_lastCheckedAt = m_surroundings.clock.now();
+    m_lastCheckedAt = m_dependencies.clock.now();
     m_latestVersion = release->version;
     if (!judge(*release) || !presentAlert || m_alertedVersion == release->version)
         co_return;
@@ -134,12 +134,12 @@ QCoro::Task<> UpdateChecker::presentUpdateAlert(QString version)
     const QString text = u"你当前使用的是 v"_s + currentVersion() +
                          u"。下载新版后，把图标拖到 Applications 替换即可。"_s;
     const QStringList buttons{u"前往下载"_s, u"稍后"_s};
-    const int answer = co_await m_surroundings.alert.present(title, text, buttons);
+    const int answer = co_await m_dependencies.alert.present(title, text, buttons);
     if (!self || answer != 0)
         co_return;
     // Always the page of the origin, which was good enough to send the check: addresses in the
     // reply are not needed, and would be opened on the word of a server.
-    m_surroundings.workspace.openAddress(m_origin->downloadPage());
+    m_dependencies.workspace.openAddress(m_origin->downloadPage());
 }
 
 void UpdateChecker::setStatus(Status::Kind kind, const QString &text)

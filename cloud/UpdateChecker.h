@@ -42,14 +42,14 @@ public:
     };
 
     /// What the checker works with; everything must outlive it.
-    struct Surroundings {
+    struct Dependencies {
         HttpSession &http;
         Workspace &workspace;
         const Clock &clock;
         UpdateAlert &alert;
     };
 
-    UpdateChecker(ConfiguredOrigin origin, BundleInformation bundle, Surroundings surroundings,
+    UpdateChecker(ConfiguredOrigin origin, BundleInformation bundle, Dependencies dependencies,
                   QObject *parent = nullptr);
     ~UpdateChecker() override;
 
@@ -85,7 +85,7 @@ private:
 
     const ConfiguredOrigin m_origin;
     const BundleInformation m_bundle;
-    const Surroundings m_surroundings;
+    const Dependencies m_dependencies;
     Logger m_logger{"update"};
     Status m_status;
     std::optional<QString> m_latestVersion;

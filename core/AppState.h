@@ -6,7 +6,6 @@
 #include "core/RecentsFile.h"
 #include "core/RecordingJournal.h"
 #include "core/RecordingState.h"
-#include "core/SessionTag.h"
 
 #include <QCoroTask>
 #include <QDateTime>
@@ -122,7 +121,7 @@ Q_SIGNALS:
 
 private:
     /// How a recording ended.
-    struct Conclusion {
+    struct StopOutcome {
         std::optional<RecentSession> kept; ///< its entry; none where it was too short
         std::optional<QString> message;    ///< for the user
     };
@@ -154,7 +153,7 @@ private:
     /// Whether the next launch need not look for it again.
     bool listRecovered(const UnlistedRecording &recording, const RecoveredRecording &recovered);
     void beginRecording();
-    Conclusion concludeRecording(const QUrl &file);
+    StopOutcome listRecording(const QUrl &file);
     RecentSession makeEntry(const QUrl &file) const;
     RecentSession makeEntry(const RecoveredRecording &recording) const;
     void tick();

@@ -118,9 +118,9 @@ QCoro::Task<> AppState::stopRecording()
     if (!self)
         co_return; // the application is closing
     m_state = RecordingState::idle;
-    Conclusion end;
+    StopOutcome end;
     if (file)
-        end = concludeRecording(*file);
+        end = listRecording(*file);
     else
         m_journal.end();
     if (end.message)
@@ -136,9 +136,9 @@ QCoro::Task<> AppState::stopRecording()
         uploadAfterStop(*end.kept);
 }
 
-AppState::Conclusion AppState::concludeRecording(const QUrl &file)
+AppState::StopOutcome AppState::listRecording(const QUrl &file)
 {
-    Conclusion end;
+    StopOutcome end;
     if (m_elapsed < shortestKeptSeconds) {
         QFile::remove(file.toLocalFile());
         m_journal.end();

@@ -8,6 +8,32 @@
 
 using namespace Qt::StringLiterals;
 
+QString rawValue(UploadStrategy strategy)
+{
+    switch (strategy) {
+    case UploadStrategy::manual:
+        return u"manual"_s;
+    case UploadStrategy::immediate:
+        return u"immediate"_s;
+    case UploadStrategy::wifiOnly:
+        return u"wifiOnly"_s;
+    }
+    Q_UNREACHABLE();
+}
+
+QString rawValue(AudioQuality quality)
+{
+    switch (quality) {
+    case AudioQuality::standard:
+        return u"standard"_s;
+    case AudioQuality::high:
+        return u"high"_s;
+    case AudioQuality::lossless:
+        return u"lossless"_s;
+    }
+    Q_UNREACHABLE();
+}
+
 namespace
 {
 const auto audioQualityKey = u"prefs.audioQuality"_s;

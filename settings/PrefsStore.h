@@ -1,11 +1,26 @@
 #pragma once
 
-#include "settings/AudioQuality.h"
-#include "settings/UploadStrategy.h"
-
 #include <QDir>
 #include <QObject>
 #include <QString>
+
+#include <array>
+
+/// When a finished recording is uploaded. Stored by its raw value.
+enum class UploadStrategy { manual, immediate, wifiOnly };
+
+/// The strategies that can be chosen now, in the order in which they are offered.
+inline constexpr std::array activeCases{UploadStrategy::manual, UploadStrategy::immediate};
+
+QString rawValue(UploadStrategy strategy);
+
+/// How well a recording sounds. Stored by its raw value.
+enum class AudioQuality { standard, high, lossless };
+
+/// The qualities that can be chosen now, in the order in which they are offered.
+inline constexpr std::array recordingCases{AudioQuality::standard, AudioQuality::high};
+
+QString rawValue(AudioQuality quality);
 
 class Defaults;
 class LoginItem;

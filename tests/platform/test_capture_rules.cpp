@@ -1,5 +1,5 @@
 #include "platform/linux/pipewire/AudioGraph.h"
-#include "platform/linux/pipewire/MicrophoneFile.h"
+#include "platform/linux/pipewire/MicrophoneWriter.h"
 #include "platform/linux/pipewire/PowerMeter.h"
 #include "tests/support/FakeAudioFileWriter.h"
 
@@ -125,7 +125,7 @@ private Q_SLOTS:
         FakeAudioFileWriterFactory writers(script);
         TrackOrigin systemTrack;
         systemTrack.set(origin);
-        MicrophoneFile file(*writers.create(u"/nowhere"_s), systemTrack, {});
+        MicrophoneWriter file(*writers.create(u"/nowhere"_s), systemTrack, {});
         const std::vector<float> sound(480);
         file.didCapture({sound, 1, 48000, 1000s});
         QCOMPARE(writers.appended, QList<MediaTime>{1000s});
@@ -138,8 +138,8 @@ private Q_SLOTS:
         FakeAudioFileWriterFactory writers(script);
         TrackOrigin alone;
         QStringList told;
-        MicrophoneFile file(*writers.create(u"/nowhere"_s), alone,
-                            [&](const MicrophoneEvent &event) { told.append(event.text); });
+        MicrophoneWriter file(*writers.create(u"/nowhere"_s), alone,
+                              [&](const MicrophoneEvent &event) { told.append(event.text); });
         const std::vector<float> sound(480);
         file.didCapture({sound, 1, 48000, 1s});
         file.didStop(Error(u"stalled"_s));

@@ -164,7 +164,7 @@ int finishForEver(const QString &folder, const QString &counterPath)
 {
     const QString system = trackPath(folder, u".system.m4a"_s);
     return concludeForEver(folder, {system}, counterPath,
-                           [&] { return finishTrackFile(system).has_value(); });
+                           [&] { return makePlainFile(system).has_value(); });
 }
 
 int mixForEver(const QString &folder, const QString &counterPath)
@@ -277,7 +277,7 @@ double TestTrackCrash::lostSeconds(double pace, std::chrono::milliseconds life)
         return -2;
     if (left->frameCount() > 24000 && std::abs(lastHalfSecondLevel(*left) - toneAmplitude) > 0.02)
         return -3;
-    if (!finishTrackFile(path()))
+    if (!makePlainFile(path()))
         return -4;
     const auto finished = decodeFile(path());
     if (!finished || finished->fragmented || finished->frameCount() != left->frameCount() ||
@@ -332,7 +332,7 @@ void TestTrackCrash::diskIsToldInTime()
 {
     diskCalls.clear();
     record(480000); // eleven fragments and a bit
-    QVERIFY(finishTrackFile(path()));
+    QVERIFY(makePlainFile(path()));
     QCOMPARE(diskCalls,
              QStringList({u"data track.m4a"_s, u"data track.m4a"_s, u"sync track.m4a"_s,
                           u"sync .track.m4a.part"_s, u"name track.m4a"_s, u"sync tracks"_s}));
@@ -363,7 +363,7 @@ void TestTrackCrash::cutAnywhere()
         const auto torn = decodeFile(path());
         QVERIFY(torn);
         QVERIFY(static_cast<double>(torn->frameCount()) > there - 1.2 * stereo.sampleRate);
-        QVERIFY(finishTrackFile(path()));
+        QVERIFY(makePlainFile(path()));
         QCOMPARE(abandonedTracks(), QStringList());
         const auto finished = decodeFile(path());
         QVERIFY(finished);
@@ -402,7 +402,7 @@ void TestTrackCrash::fullDisk()
         QVERIFY(frame - left->frameCount() < 2 * stereo.sampleRate);
         QVERIFY(left->frameCount() > 30 * stereo.sampleRate);
         const QByteArray before = contentOf(path());
-        const auto finished = finishTrackFile(path());
+        const auto finished = makePlainFile(path());
         QVERIFY(!finished);
         QCOMPARE(finished.error().description(), u"磁盘空间不足"_s);
         QCOMPARE(contentOf(path()), before);

@@ -136,7 +136,7 @@ private Q_SLOTS:
         QVERIFY(closed);
         QCOMPARE(closed->frameCount(), frames);
 
-        QVERIFY(finishTrackFile(path()));
+        QVERIFY(makePlainFile(path()));
         const auto finished = decodeFile(path());
         QVERIFY(finished);
         QCOMPARE(finished->containerFrames, frames);
@@ -157,7 +157,7 @@ private Q_SLOTS:
         const EncodedSound expected = encodeSound(mono, samples);
         QVERIFY(readPackets(path()).packets == expected.packets);
         for (int i = 0; i < 2; ++i) { // again on the finished file
-            QVERIFY(finishTrackFile(path()));
+            QVERIFY(makePlainFile(path()));
             const QByteArray content = contentOf(path());
             const QByteArray unnamedStream("\0\0", 2); // that of the descriptor in the box
             QCOMPARE(content.mid(content.indexOf("esds") + 10, 2), unnamedStream);
@@ -172,7 +172,7 @@ private Q_SLOTS:
         record(mono, sine(440, 0.5, 100000, 1));
         const QByteArray before = contentOf(path());
         QVERIFY(QDir().mkpath(partPath(path()) + u"/in the way"_s));
-        const auto finished = finishTrackFile(path());
+        const auto finished = makePlainFile(path());
         QVERIFY(!finished);
         QVERIFY(finished.error().description().startsWith(u"写入录音文件失败："));
         QCOMPARE(contentOf(path()), before);

@@ -41,7 +41,7 @@ WindowStage::WindowStage(const QVariantMap &kept, bool isSignedIn, const QByteAr
     auth = &desktop.start();
     updater =
         std::make_unique<UpdateChecker>(ServiceOrigin::parse(serviceOrigin), m_bundle,
-                                        UpdateChecker::Surroundings{.http = desktop.http,
+                                        UpdateChecker::Dependencies{.http = desktop.http,
                                                                     .workspace = desktop.workspace,
                                                                     .clock = m_clock,
                                                                     .alert = m_alert});

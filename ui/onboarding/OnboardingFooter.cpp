@@ -1,9 +1,9 @@
 #include "ui/onboarding/OnboardingFooter.h"
 
 #include "ui/parts/BarRow.h"
-#include "ui/parts/ButtonFaces.h"
 #include "ui/parts/KeyboardFocus.h"
 #include "ui/parts/MS.h"
+#include "ui/parts/PlainButton.h"
 #include "ui/parts/TextLabel.h"
 
 #include <QHBoxLayout>

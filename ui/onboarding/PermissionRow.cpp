@@ -1,9 +1,9 @@
 #include "ui/onboarding/PermissionRow.h"
 
-#include "ui/parts/ButtonFaces.h"
 #include "ui/parts/KeyboardFocus.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/Pill.h"
+#include "ui/parts/PlainButton.h"
 #include "ui/parts/SymbolTile.h"
 #include "ui/parts/TextLabel.h"
 

@@ -2,9 +2,9 @@
 
 #include "cloud/AuthClient.h"
 #include "ui/onboarding/StepHeading.h"
-#include "ui/parts/ButtonFaces.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/Pill.h"
+#include "ui/parts/PlainButton.h"
 #include "ui/parts/RoundedBox.h"
 #include "ui/parts/SymbolTile.h"
 #include "ui/parts/TextLabel.h"

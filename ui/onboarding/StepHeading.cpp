@@ -1,7 +1,6 @@
 #include "ui/onboarding/StepHeading.h"
 
 #include "ui/parts/MS.h"
-#include "ui/parts/SectionLabel.h"
 #include "ui/parts/TextLabel.h"
 
 #include <QVBoxLayout>

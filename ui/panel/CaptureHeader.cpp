@@ -4,7 +4,6 @@
 #include "ui/panel/RecordingLook.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/PlainButton.h"
-#include "ui/parts/SectionLabel.h"
 #include "ui/parts/StatusDot.h"
 #include "ui/parts/TextLabel.h"
 

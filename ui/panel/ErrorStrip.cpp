@@ -4,7 +4,7 @@
 #include "ui/parts/KeyboardFocus.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/PlainButton.h"
-#include "ui/parts/SymbolLabel.h"
+#include "ui/parts/Symbol.h"
 #include "ui/parts/TextLabel.h"
 
 #include <QHBoxLayout>

@@ -3,7 +3,6 @@
 #include "core/AppState.h"
 #include "ui/panel/RecentList.h"
 #include "ui/parts/MS.h"
-#include "ui/parts/SectionLabel.h"
 #include "ui/parts/SymbolTile.h"
 #include "ui/parts/TextLabel.h"
 

@@ -4,7 +4,7 @@
 #include "ui/panel/TitleField.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/PlainButton.h"
-#include "ui/parts/SectionLabel.h"
+#include "ui/parts/TextLabel.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>

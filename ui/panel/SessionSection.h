@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/SessionTag.h"
+#include "core/RecentSession.h"
 
 #include <QWidget>
 

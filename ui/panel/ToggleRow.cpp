@@ -3,7 +3,7 @@
 #include "ui/panel/LevelMeter.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/MSSwitch.h"
-#include "ui/parts/SymbolLabel.h"
+#include "ui/parts/Symbol.h"
 #include "ui/parts/TextLabel.h"
 
 #include <QHBoxLayout>

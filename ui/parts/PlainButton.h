@@ -70,3 +70,11 @@ private:
 /// Shows that the control of this shape has the keyboard, on every ground: a light line with a dark
 /// one in it, both within the shape.
 void paintFocusRing(QPainter &painter, const QRectF &shape, double radius);
+
+/// The two looks that most buttons in windows have, with a text of \p points.
+
+/// Leads on: dark on amber.
+ButtonFace amberFace(double points, const QMargins &padding);
+
+/// Stands back: \p textColor on a raised ground with an outline.
+ButtonFace raisedFace(double points, const QColor &textColor, const QMargins &padding);

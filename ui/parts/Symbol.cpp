@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 
@@ -99,4 +100,29 @@ void paintSymbol(QPainter &painter, const QRectF &where, QStringView name, const
     const QPointF corner = where.center() - QPointF(side, side) / (2 * scale);
     const QPoint pixel = toDevice.map(corner).toPoint();
     painter.drawPixmap(toDevice.inverted().map(QPointF(pixel)), pixmap);
+}
+
+SymbolLabel::SymbolLabel(QString name, double points, QColor color, QWidget *parent)
+    : QWidget(parent)
+    , m_name(std::move(name))
+    , m_color(color)
+{
+    const int side = symbolSide(points);
+    setFixedSize(side, side);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+}
+
+void SymbolLabel::setSymbol(const QString &name, const QColor &color)
+{
+    if (m_name == name && m_color == color)
+        return;
+    m_name = name;
+    m_color = color;
+    update();
+}
+
+void SymbolLabel::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    paintSymbol(painter, rect(), m_name, m_color);
 }

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QColor>
 #include <QIcon>
 #include <QStringView>
+#include <QWidget>
 
 class QColor;
 class QPainter;
@@ -20,3 +22,23 @@ int symbolSide(double points);
 /// Paints the drawing centred in \p where and as large as fits, on whole pixels of the device. A
 /// name that is unknown paints nothing. Main thread.
 void paintSymbol(QPainter &painter, const QRectF &where, QStringView name, const QColor &color);
+
+/// Shows one symbol beside text of a given size. Clicks go to what lies behind it; it says nothing
+/// to a screen reader. Main thread.
+class SymbolLabel : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// Takes symbolSide(\p points) in each direction. An unknown \p name leaves it blank.
+    SymbolLabel(QString name, double points, QColor color, QWidget *parent = nullptr);
+
+    void setSymbol(const QString &name, const QColor &color);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    QString m_name;
+    QColor m_color;
+};

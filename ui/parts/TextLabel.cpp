@@ -1,5 +1,7 @@
 #include "ui/parts/TextLabel.h"
 
+#include "ui/parts/MS.h"
+
 #include <QEvent>
 #include <QFontMetricsF>
 #include <QPainter>
@@ -174,4 +176,20 @@ double baseLine(const QFont &font, double top, double bottom)
 QString plainToolTip(const QString &text)
 {
     return u"<p style='white-space:pre-wrap'>%1</p>"_s.arg(text.toHtmlEscaped());
+}
+
+SectionLabel::SectionLabel(const QString &text, const QColor &color, QWidget *parent)
+    : QLabel(text.toUpper(), parent)
+{
+    setTextFormat(Qt::PlainText);
+    setFont(MS::sectionLabelFont());
+    setColor(color);
+    setAccessibleName(text);
+}
+
+void SectionLabel::setColor(const QColor &color)
+{
+    QPalette colors = palette();
+    colors.setColor(QPalette::WindowText, color);
+    setPalette(colors);
 }

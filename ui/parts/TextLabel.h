@@ -53,3 +53,14 @@ double baseLine(const QFont &font, double top, double bottom);
 
 /// \p text for setToolTip(), which would take some texts for HTML. Long ones are wrapped.
 QString plainToolTip(const QString &text);
+
+/// A small heading in capitals, widely spaced. Main thread.
+class SectionLabel : public QLabel
+{
+    Q_OBJECT
+
+public:
+    SectionLabel(const QString &text, const QColor &color, QWidget *parent = nullptr);
+
+    void setColor(const QColor &color);
+};

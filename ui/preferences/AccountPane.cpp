@@ -1,9 +1,9 @@
 #include "ui/preferences/AccountPane.h"
 
 #include "cloud/AuthClient.h"
-#include "ui/parts/ButtonFaces.h"
 #include "ui/parts/KeyboardFocus.h"
 #include "ui/parts/MS.h"
+#include "ui/parts/PlainButton.h"
 #include "ui/parts/RoundedBox.h"
 #include "ui/parts/TextLabel.h"
 #include "ui/preferences/PrefRow.h"

@@ -1,9 +1,9 @@
 #include "ui/preferences/PermissionControls.h"
 
-#include "ui/parts/ButtonFaces.h"
 #include "ui/parts/KeyboardFocus.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/Pill.h"
+#include "ui/parts/PlainButton.h"
 
 #include <QHBoxLayout>
 

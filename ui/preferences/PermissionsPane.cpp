@@ -2,8 +2,8 @@
 
 #include "audio/PermissionChecker.h"
 #include "base/Tasks.h"
-#include "ui/parts/ButtonFaces.h"
 #include "ui/parts/MS.h"
+#include "ui/parts/PlainButton.h"
 #include "ui/preferences/PermissionControls.h"
 #include "ui/preferences/PrefRow.h"
 #include "ui/windows/RestartHint.h"

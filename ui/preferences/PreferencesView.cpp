@@ -17,33 +17,52 @@
 
 using namespace Qt::StringLiterals;
 
+PreferencesTabFace faceOf(PreferencesTab tab)
+{
+    switch (tab) {
+    case PreferencesTab::general:
+        return {u"general"_s, u"通用"_s, u"gearshape"_s};
+    case PreferencesTab::recording:
+        return {u"recording"_s, u"录音"_s, u"mic.fill"_s};
+    case PreferencesTab::permissions:
+        return {u"permissions"_s, u"权限"_s, u"lock.shield"_s};
+    case PreferencesTab::account:
+        return {u"account"_s, u"账号"_s, u"person.crop.circle"_s};
+    case PreferencesTab::hotkey:
+        return {u"hotkey"_s, u"快捷键"_s, u"keyboard"_s};
+    case PreferencesTab::about:
+        return {u"about"_s, u"关于"_s, u"info.circle"_s};
+    }
+    Q_UNREACHABLE();
+}
+
 namespace
 {
 constexpr int sidebarWidth = 160;
 constexpr PreferencesTab firstTab = PreferencesTab::recording;
 
-QWidget *makePane(PreferencesTab tab, const PreferencesView::Surroundings &surroundings)
+QWidget *makePane(PreferencesTab tab, const PreferencesView::Dependencies &dependencies)
 {
     switch (tab) {
     case PreferencesTab::general:
-        return new GeneralPane(surroundings.prefs);
+        return new GeneralPane(dependencies.prefs);
     case PreferencesTab::recording:
-        return new RecordingPane(surroundings.prefs, surroundings.chooser);
+        return new RecordingPane(dependencies.prefs, dependencies.chooser);
     case PreferencesTab::permissions:
-        return new PermissionsPane(surroundings.perms);
+        return new PermissionsPane(dependencies.perms);
     case PreferencesTab::account:
-        return new AccountPane(surroundings.auth);
+        return new AccountPane(dependencies.auth);
     case PreferencesTab::hotkey:
         return new HotkeyPane;
     case PreferencesTab::about:
-        return new AboutPane(surroundings.updater, surroundings.workspace, surroundings.bundle,
-                             surroundings.origin);
+        return new AboutPane(dependencies.updater, dependencies.workspace, dependencies.bundle,
+                             dependencies.origin);
     }
     Q_UNREACHABLE();
 }
 } // namespace
 
-PreferencesView::PreferencesView(const Surroundings &surroundings, QWidget *parent)
+PreferencesView::PreferencesView(const Dependencies &dependencies, QWidget *parent)
     : QWidget(parent)
     , m_scroll(new StyledScrollView)
 {
@@ -53,7 +72,7 @@ PreferencesView::PreferencesView(const Surroundings &surroundings, QWidget *pare
     row->setSpacing(1); // for the divider
     row->addWidget(makeSidebar());
     row->addWidget(m_scroll, 1);
-    m_scroll->setWidget(makePanes(surroundings));
+    m_scroll->setWidget(makePanes(dependencies));
     setTab(firstTab);
 }
 
@@ -76,14 +95,14 @@ QWidget *PreferencesView::makeSidebar()
     return sidebar;
 }
 
-QWidget *PreferencesView::makePanes(const Surroundings &surroundings)
+QWidget *PreferencesView::makePanes(const Dependencies &dependencies)
 {
     auto *const panes = new QWidget;
     auto *const column = new QVBoxLayout(panes);
     column->setContentsMargins(0, 8, 0, 8);
     column->setSpacing(0);
     for (const PreferencesTab tab : preferencesTabs) {
-        QWidget *const pane = makePane(tab, surroundings);
+        QWidget *const pane = makePane(tab, dependencies);
         pane->setObjectName(u"pane "_s + faceOf(tab).rawValue);
         m_panes[tab] = pane;
         column->addWidget(pane);

@@ -3,11 +3,27 @@
 #include "cloud/ServiceOrigin.h"
 #include "platform/BundleInformation.h"
 #include "ui/preferences/FolderChooser.h"
-#include "ui/preferences/PreferencesTab.h"
 
+#include <QString>
 #include <QWidget>
 
+#include <array>
 #include <map>
+
+/// The panes of the preferences, in the order of the sidebar.
+enum class PreferencesTab { general, recording, permissions, account, hotkey, about };
+
+inline constexpr std::array preferencesTabs{PreferencesTab::general,     PreferencesTab::recording,
+                                            PreferencesTab::permissions, PreferencesTab::account,
+                                            PreferencesTab::hotkey,      PreferencesTab::about};
+
+struct PreferencesTabFace {
+    QString rawValue;   ///< for the program, "general"
+    QString label;      ///< for the user
+    QString symbolName; ///< of its symbol
+};
+
+PreferencesTabFace faceOf(PreferencesTab tab);
 
 class AuthClient;
 class PermissionChecker;
@@ -25,7 +41,7 @@ class PreferencesView : public QWidget
 
 public:
     /// What the panes show and change; everything must outlive the view.
-    struct Surroundings {
+    struct Dependencies {
         AuthClient &auth;
         PermissionChecker &perms;
         UpdateChecker &updater;
@@ -36,14 +52,14 @@ public:
         FolderChooser chooser;
     };
 
-    explicit PreferencesView(const Surroundings &surroundings, QWidget *parent = nullptr);
+    explicit PreferencesView(const Dependencies &dependencies, QWidget *parent = nullptr);
 
 protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
     QWidget *makeSidebar();
-    QWidget *makePanes(const Surroundings &surroundings);
+    QWidget *makePanes(const Dependencies &dependencies);
     void setTab(PreferencesTab tab);
 
     std::map<PreferencesTab, QWidget *> m_panes;

@@ -2,8 +2,8 @@
 
 #include "base/Tasks.h"
 #include "settings/PrefsStore.h"
-#include "ui/parts/ButtonFaces.h"
 #include "ui/parts/MS.h"
+#include "ui/parts/PlainButton.h"
 #include "ui/parts/RoundedBox.h"
 #include "ui/parts/TextLabel.h"
 #include "ui/preferences/PrefRow.h"

@@ -1,9 +1,9 @@
 #include "ui/windows/RestartHint.h"
 
 #include "audio/PermissionChecker.h"
-#include "ui/parts/ButtonFaces.h"
 #include "ui/parts/MS.h"
-#include "ui/parts/SymbolLabel.h"
+#include "ui/parts/PlainButton.h"
+#include "ui/parts/Symbol.h"
 #include "ui/parts/TextLabel.h"
 
 #include <QHBoxLayout>

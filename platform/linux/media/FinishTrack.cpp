@@ -41,7 +41,7 @@ std::expected<TrackFacts, Error> copyPackets(FragmentReader &from, M4aMuxer &to,
 }
 } // namespace
 
-std::expected<void, Error> finishTrackFile(const QString &path, const std::stop_token &stop)
+std::expected<void, Error> makePlainFile(const QString &path, const std::stop_token &stop)
 {
     auto fragments = FragmentReader::open(path);
     if (!fragments) {

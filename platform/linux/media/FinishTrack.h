@@ -16,7 +16,7 @@
 /// The new file is made beside the old one, checked, and takes its name; when anything fails, or
 /// \p stop is asked for, the old one stays. Any thread; takes about a quarter of a second for an
 /// hour.
-std::expected<void, Error> finishTrackFile(const QString &path, const std::stop_token &stop = {});
+std::expected<void, Error> makePlainFile(const QString &path, const std::stop_token &stop = {});
 
 /// The fragmented tracks in \p folder that nobody is writing, by name. Any thread.
 QStringList abandonedTrackFiles(const QString &folder, const QStringList &nameFilters);

@@ -100,7 +100,7 @@ std::unique_ptr<ExportSession> FileAudioAssets::makeExport(const MixComposition 
 QCoro::Task<std::expected<void, Error>> FileAudioAssets::finishTrack(QString path,
                                                                      std::stop_token stop)
 {
-    const auto finish = [path, stop] { return finishTrackFile(path, stop); };
+    const auto finish = [path, stop] { return makePlainFile(path, stop); };
     const auto done = inBackground(finish);
     co_return co_await done;
 }

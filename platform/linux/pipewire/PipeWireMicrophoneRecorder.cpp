@@ -3,7 +3,7 @@
 #include "base/Tasks.h"
 #include "platform/AudioBuffer.h"
 #include "platform/linux/pipewire/CaptureTrack.h"
-#include "platform/linux/pipewire/MicrophoneFile.h"
+#include "platform/linux/pipewire/MicrophoneWriter.h"
 
 #include <QCoroFuture>
 
@@ -13,7 +13,7 @@ PipeWireMicrophoneRecorder::PipeWireMicrophoneRecorder(PipeWireServer &server, T
                                                        std::unique_ptr<AudioFileWriter> writer,
                                                        const AudioEncoding &encoding)
     : m_encoding(encoding)
-    , m_file(std::make_shared<MicrophoneFile>(
+    , m_file(std::make_shared<MicrophoneWriter>(
           std::move(writer), origin, [this](const MicrophoneEvent &event) { post(event); }))
 {
     const CaptureTrack::Settings settings{
@@ -53,7 +53,7 @@ void PipeWireMicrophoneRecorder::post(const MicrophoneEvent &event)
 
 QCoro::Task<bool> PipeWireMicrophoneRecorder::prepare()
 {
-    const std::shared_ptr<MicrophoneFile> file = m_file;
+    const std::shared_ptr<MicrophoneWriter> file = m_file;
     const auto creating = inBackground([file, encoding = m_encoding] {
         return file->writer().addInput(encoding) && file->writer().startWriting();
     });
@@ -72,7 +72,7 @@ QCoro::Task<bool> PipeWireMicrophoneRecorder::record()
 
 QCoro::Task<> PipeWireMicrophoneRecorder::stop()
 {
-    const std::shared_ptr<MicrophoneFile> file = m_file;
+    const std::shared_ptr<MicrophoneWriter> file = m_file;
     const std::shared_ptr<CaptureTrack> track = m_track;
     if (std::exchange(m_isStopped, true))
         co_return;

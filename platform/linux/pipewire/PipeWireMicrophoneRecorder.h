@@ -9,7 +9,7 @@
 #include <memory>
 
 class CaptureTrack;
-class MicrophoneFile;
+class MicrophoneWriter;
 
 /// Records the default input into a file. What is not a microphone is recorded as silence.
 class PipeWireMicrophoneRecorder : public MicrophoneRecorder
@@ -34,7 +34,7 @@ private:
     const AudioEncoding m_encoding;
     QObject m_context; ///< receives the worker's events on the main thread
     std::function<void(const MicrophoneEvent &)> m_handler;
-    const std::shared_ptr<MicrophoneFile> m_file;
+    const std::shared_ptr<MicrophoneWriter> m_file;
     std::shared_ptr<CaptureTrack> m_track;
     bool m_isStopped = false;
     bool m_isRecording = false; ///< from record() to stop(): the time in which events are told

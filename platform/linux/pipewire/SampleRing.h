@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/pipewire/CapturedCycle.h"
+#include "platform/linux/pipewire/CyclePlacer.h"
 
 #include <atomic>
 #include <cstddef>

@@ -17,7 +17,7 @@ TrackAssembler::TrackAssembler(int sampleRate, int channelCount, Output output)
     : m_sampleRate(sampleRate)
     , m_channelCount(channelCount)
     , m_output(std::move(output))
-    , m_timeLine(sampleRate)
+    , m_placer(sampleRate)
     , m_history(FineResampler::historyFrames * static_cast<std::size_t>(channelCount))
     , m_silence(static_cast<std::size_t>(silenceFrames * channelCount))
 {
@@ -27,8 +27,8 @@ void TrackAssembler::append(const CapturedCycle &cycle, std::span<const float> s
 {
     if (!m_origin)
         m_origin = cycle.start();
-    const bool isContinuing = m_timeLine.continues(cycle);
-    const TimeLine::Placement placement = m_timeLine.place(cycle, m_appended, end());
+    const bool isContinuing = m_placer.continues(cycle);
+    const CyclePlacer::Placement placement = m_placer.place(cycle, m_appended, end());
     m_record.cut += placement.cut;
     appendSilence(placement.silence);
     if (placement.cut == 0)
@@ -45,7 +45,7 @@ void TrackAssembler::correctDrift(const CapturedCycle &cycle, bool isContinuing)
     m_longestCycle = std::max(m_longestCycle, length);
     m_drift.measure(error, length);
     if (std::abs(m_drift.errorSeconds()) > m_longestCycle + unexplainedSeconds) {
-        m_timeLine.resynchronise();
+        m_placer.resynchronise();
         m_drift.reset();
     }
 
@@ -58,7 +58,7 @@ void TrackAssembler::correctDrift(const CapturedCycle &cycle, bool isContinuing)
 
 void TrackAssembler::changeDevice()
 {
-    m_timeLine.resynchronise();
+    m_placer.resynchronise();
     m_drift.reset();
     m_longestCycle = usualCycle;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "platform/linux/pipewire/CyclePlacer.h"
 #include "platform/linux/pipewire/DriftCorrection.h"
 #include "platform/linux/pipewire/FineResampler.h"
-#include "platform/linux/pipewire/TimeLine.h"
 
 #include <functional>
 #include <memory>
@@ -63,7 +63,7 @@ private:
     const int m_sampleRate;
     const int m_channelCount;
     const Output m_output;
-    TimeLine m_timeLine;
+    CyclePlacer m_placer;
     DriftCorrection m_drift;
     std::unique_ptr<FineResampler> m_resampler; ///< null while nothing has to be corrected
     std::optional<MediaTime> m_origin;  ///< when the track began; none before its first cycle

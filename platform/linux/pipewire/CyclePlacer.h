@@ -1,8 +1,24 @@
 #pragma once
 
-#include "platform/linux/pipewire/CapturedCycle.h"
+#include "platform/AudioBuffer.h"
+
+#include <QtGlobal>
 
 #include <optional>
+
+/// What the sound server told about the samples of one cycle of its graph.
+struct CapturedCycle {
+    MediaTime now{0};   ///< start of the cycle
+    quint64 ticks = 0;  ///< position of the clock that drives the graph, in 1/rate seconds
+    quint32 rate = 0;   ///< ticks a second
+    quint32 frames = 0; ///< samples of one channel that came with it
+    MediaTime age{0};   ///< how old the first sample was at the start
+
+    /// When the first sample was heard.
+    MediaTime start() const { return now - age; }
+
+    bool operator==(const CapturedCycle &) const = default;
+};
 
 /// Decides where in a track the samples of each cycle belong.
 ///
@@ -12,7 +28,7 @@
 /// it is the other way round: servers before 1.0 count a cycle in its own length, later ones in
 /// that of the cycle before, and both run one cycle of the old length with samples of the new one,
 /// so that only the clock tells what was lost. When the driver changes, the ticks say nothing.
-class TimeLine
+class CyclePlacer
 {
 public:
     /// What to do before the samples of a cycle are appended.
@@ -24,7 +40,7 @@ public:
     };
 
     /// \p sampleRate: frames a second of the track.
-    explicit TimeLine(int sampleRate);
+    explicit CyclePlacer(int sampleRate);
 
     /// Whether the same driver simply ran on since the previous cycle.
     bool continues(const CapturedCycle &cycle) const;

@@ -1,4 +1,4 @@
-#include "platform/linux/pipewire/MicrophoneFile.h"
+#include "platform/linux/pipewire/MicrophoneWriter.h"
 
 #include "platform/AudioBuffer.h"
 
@@ -6,15 +6,15 @@
 
 using namespace Qt::StringLiterals;
 
-MicrophoneFile::MicrophoneFile(std::unique_ptr<AudioFileWriter> writer, TrackOrigin &origin,
-                               EventHandler handler)
+MicrophoneWriter::MicrophoneWriter(std::unique_ptr<AudioFileWriter> writer, TrackOrigin &origin,
+                                   EventHandler handler)
     : m_writer(std::move(writer))
     , m_origin(origin)
     , m_handler(std::move(handler))
 {
 }
 
-void MicrophoneFile::didCapture(const AudioBuffer &buffer)
+void MicrophoneWriter::didCapture(const AudioBuffer &buffer)
 {
     if (m_isMetering)
         m_meter.add(buffer, mediaNow());
@@ -26,19 +26,19 @@ void MicrophoneFile::didCapture(const AudioBuffer &buffer)
         end(m_writer->failure().value_or(Error(u"麦克风录音文件写入失败"_s)).description());
 }
 
-void MicrophoneFile::begin(MediaTime firstSound)
+void MicrophoneWriter::begin(MediaTime firstSound)
 {
     m_hasBegun = true;
     // However long ago the other track began: the question for access may have been answered late.
     m_writer->startSession(std::min(m_origin.time().value_or(firstSound), firstSound));
 }
 
-void MicrophoneFile::didStop(const Error &reason)
+void MicrophoneWriter::didStop(const Error &reason)
 {
     end(reason.description());
 }
 
-void MicrophoneFile::microphoneChanged(bool isPresent)
+void MicrophoneWriter::microphoneChanged(bool isPresent)
 {
     if (m_hasEnded)
         return;
@@ -47,7 +47,7 @@ void MicrophoneFile::microphoneChanged(bool isPresent)
                                           u"麦克风已断开，重新接上之前将录为静音"_s});
 }
 
-void MicrophoneFile::end(const QString &text)
+void MicrophoneWriter::end(const QString &text)
 {
     if (m_hasEnded)
         return;

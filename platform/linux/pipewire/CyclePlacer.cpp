@@ -1,4 +1,4 @@
-#include "platform/linux/pipewire/TimeLine.h"
+#include "platform/linux/pipewire/CyclePlacer.h"
 
 #include <algorithm>
 #include <cmath>
@@ -22,19 +22,19 @@ double seconds(MediaTime time)
 }
 } // namespace
 
-TimeLine::TimeLine(int sampleRate)
+CyclePlacer::CyclePlacer(int sampleRate)
     : m_sampleRate(sampleRate)
     , m_wobbleFrames(std::llround(seconds(wobble) * sampleRate))
 {
 }
 
-bool TimeLine::repeatsPrevious(const CapturedCycle &cycle) const
+bool CyclePlacer::repeatsPrevious(const CapturedCycle &cycle) const
 {
     // A stream that is linked anew may be run a second time in the same cycle.
     return m_previous && cycle.now == m_previous->now;
 }
 
-bool TimeLine::continues(const CapturedCycle &cycle) const
+bool CyclePlacer::continues(const CapturedCycle &cycle) const
 {
     if (!m_previous || cycle.rate == 0 || cycle.rate != m_previous->rate ||
         cycle.ticks <= m_previous->ticks || repeatsPrevious(cycle))
@@ -44,14 +44,14 @@ bool TimeLine::continues(const CapturedCycle &cycle) const
     return std::abs(byTicks - seconds(cycle.now - m_previous->now)) <= seconds(tolerance);
 }
 
-bool TimeLine::keepsLength(const CapturedCycle &cycle) const
+bool CyclePlacer::keepsLength(const CapturedCycle &cycle) const
 {
     const auto change = std::abs(static_cast<qint64>(cycle.frames) - m_previous->frames);
     const bool isConverted = static_cast<int>(cycle.rate) != m_sampleRate;
     return isConverted ? change < m_wobbleFrames : change == 0;
 }
 
-qint64 TimeLine::framesSincePrevious(const CapturedCycle &cycle, bool countsTicks) const
+qint64 CyclePlacer::framesSincePrevious(const CapturedCycle &cycle, bool countsTicks) const
 {
     const double elapsed = countsTicks
                                ? static_cast<double>(cycle.ticks - m_previous->ticks) / cycle.rate
@@ -59,7 +59,8 @@ qint64 TimeLine::framesSincePrevious(const CapturedCycle &cycle, bool countsTick
     return std::llround(elapsed * m_sampleRate);
 }
 
-TimeLine::Placement TimeLine::place(const CapturedCycle &cycle, qint64 appended, MediaTime next)
+CyclePlacer::Placement CyclePlacer::place(const CapturedCycle &cycle, qint64 appended,
+                                          MediaTime next)
 {
     const qint64 frames = cycle.frames;
     if (repeatsPrevious(cycle))

@@ -1,4 +1,4 @@
-#include "platform/linux/pipewire/TimeLine.h"
+#include "platform/linux/pipewire/CyclePlacer.h"
 
 #include <QTest>
 
@@ -28,7 +28,7 @@ MediaTime heardAt(qint64 frames)
 }
 } // namespace
 
-class TestTimeLine : public QObject
+class TestCyclePlacer : public QObject
 {
     Q_OBJECT
 
@@ -93,9 +93,9 @@ private Q_SLOTS:
     void placesCycles()
     {
         QFETCH(const QList<CapturedCycle>, cycles);
-        TimeLine line(48000);
+        CyclePlacer line(48000);
         qint64 appended = 0;
-        TimeLine::Placement sum;
+        CyclePlacer::Placement sum;
         for (const CapturedCycle &next : cycles) {
             const auto placement = line.place(next, appended, heardAt(appended));
             appended += placement.silence + next.frames - placement.cut;
@@ -108,7 +108,7 @@ private Q_SLOTS:
 
     void cutsOnUntilTheOverlapIsOver()
     {
-        TimeLine line(48000);
+        CyclePlacer line(48000);
         line.place(cycle(0, 1000, 2400), 0, heardAt(0));
         QList<qint64> cuts;
         qint64 appended = 2400;
@@ -125,14 +125,14 @@ private Q_SLOTS:
 
     void givesBackWhatTheClockFilledIn()
     {
-        TimeLine line(48000);
+        CyclePlacer line(48000);
         line.place(cycle(0, 1000), 0, heardAt(0));
         // Nothing came for 3 s; 2 s of them were filled in meanwhile.
         const qint64 appended = 480 + 96000;
         const auto placement = line.place(cycle(3010, 1480 + 144000), appended, heardAt(appended));
-        QCOMPARE(placement, (TimeLine::Placement{48000, 0}));
+        QCOMPARE(placement, (CyclePlacer::Placement{48000, 0}));
     }
 };
 
-QTEST_GUILESS_MAIN(TestTimeLine)
-#include "test_time_line.moc"
+QTEST_GUILESS_MAIN(TestCyclePlacer)
+#include "test_cycle_placer.moc"

@@ -13,14 +13,14 @@
 /// with the track of the machine's sound, where there is one.
 ///
 /// Called by the track's worker, apart from the operations of its writer before and after.
-class MicrophoneFile : public CaptureListener
+class MicrophoneWriter : public CaptureListener
 {
 public:
     using EventHandler = std::function<void(const MicrophoneEvent &)>;
 
     /// \p handler is called on the worker. \p origin outlives this.
-    MicrophoneFile(std::unique_ptr<AudioFileWriter> writer, TrackOrigin &origin,
-                   EventHandler handler);
+    MicrophoneWriter(std::unique_ptr<AudioFileWriter> writer, TrackOrigin &origin,
+                     EventHandler handler);
 
     AudioFileWriter &writer() { return *m_writer; }
     const PowerMeter &meter() const { return m_meter; }
