@@ -6,10 +6,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <fcntl.h>
 #include <signal.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -19,6 +20,28 @@
 #include <tuple>
 
 using namespace Qt::StringLiterals;
+
+/// What the disk was told, in order, since a test last cleared it.
+static QStringList diskCalls;
+static bool isRenamingRefused = false;
+
+extern "C" int fsync(int descriptor)
+{
+    const QString file = QFile::symLinkTarget(u"/proc/self/fd/%1"_s.arg(descriptor));
+    diskCalls.append(QFileInfo(file).isDir() ? u"sync folder"_s : u"sync file"_s);
+    return static_cast<int>(::syscall(SYS_fsync, descriptor));
+}
+
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name) theirs are reserved
+extern "C" int rename(const char *from, const char *to) noexcept
+{
+    diskCalls.append(u"name "_s + QFileInfo(QFile::decodeName(to)).fileName());
+    if (isRenamingRefused) {
+        errno = EIO;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0));
+}
 
 namespace
 {
@@ -52,31 +75,6 @@ private:
     sighandler_t m_handler;
     rlimit m_before{};
 };
-
-/// A file system of 64 KiB in memory.
-class SmallVolume
-{
-public:
-    explicit SmallVolume(const QString &path)
-        : m_path(QFile::encodeName(path))
-        , m_isMounted(::mount("tmpfs", m_path.constData(), "tmpfs", 0, "size=64k") == 0)
-    {
-    }
-    ~SmallVolume()
-    {
-        if (m_isMounted)
-            ::umount(m_path.constData());
-    }
-    bool isMounted() const { return m_isMounted; }
-    bool makeReadOnly() const
-    {
-        return ::mount("tmpfs", m_path.constData(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr) == 0;
-    }
-
-private:
-    QByteArray m_path;
-    bool m_isMounted;
-};
 } // namespace
 
 class AtomicFileTest : public QObject
@@ -101,6 +99,27 @@ private Q_SLOTS:
         QCOMPARE(contentOf(path), newContent);
         QCOMPARE(contentOf(path + u".old"_s), oldContent);
         QCOMPARE(namesIn(folder.path()).size(), 2);
+    }
+
+    void refusedNameLeavesTheOldFileAlone()
+    {
+        const QTemporaryDir folder;
+        const QString path = folder.filePath(u"list"_s);
+        put(path, oldContent);
+        isRenamingRefused = true;
+        const auto replaced = AtomicFile::replace(path, newContent, AtomicFile::Old::keptAside);
+        isRenamingRefused = false;
+        QVERIFY(!replaced);
+        QCOMPARE(contentOf(path), oldContent);
+        QCOMPARE(namesIn(folder.path()), QStringList{u"list"_s});
+    }
+
+    void diskIsToldInOrder()
+    {
+        const QTemporaryDir folder;
+        diskCalls.clear();
+        QVERIFY(AtomicFile::replace(folder.filePath(u"list"_s), newContent));
+        QCOMPARE(diskCalls, QStringList({u"sync file"_s, u"name list"_s, u"sync folder"_s}));
     }
 
     void replacesForThisUserOnly()

@@ -295,7 +295,9 @@ private Q_SLOTS:
         const QString folder = QDir(stage.rig.path(begun)).absolutePath();
         QVERIFY(QDir().mkpath(folder));
         if (!begun.isEmpty())
-            RecordingJournal(stage.rig.journalPath()).begin(folder, stage.rig.clock.now());
+            // The clock of a file server may be behind.
+            RecordingJournal(stage.rig.journalPath())
+                .begin(folder, QDateTime::currentDateTimeUtc().addSecs(30));
         QVERIFY(QThreadPool::globalInstance()->waitForDone());
         for (const QString &ending : tracks + finished) {
             const QString path = folder + u'/' + name + ending;
@@ -352,12 +354,27 @@ private Q_SLOTS:
             QThreadPool::globalInstance()->waitForDone();
             return RecordingJournal(stage.rig.journalPath()).left();
         };
+        // A run before this one was killed, and its recording was not found yet.
+        const QDateTime earlier = stage.rig.clock.now().toUTC().addDays(-1);
+        RecordingJournal(stage.rig.journalPath()).begin(stage.rig.home.path(), earlier);
+        QCOMPARE(remembered().size(), 1);
+        stage.start();
         stage.toggle();
         QCOMPARE(remembered().size(), 1);
         QCOMPARE(remembered()[0].folder, stage.rig.home.path());
+        QCOMPARE(remembered()[0].since, earlier);
         stage.toggleAfter(12);
         QCOMPARE(stage.app->recents().size(), 1);
+        QCOMPARE(remembered().size(), 1);
+        QCoro::waitFor(stage.app->recoverRecordings());
         QCOMPARE(remembered().size(), 0);
+
+        // A list that cannot be saved knows the recording only as long as this process lives.
+        stage.toggle();
+        stage.prefs.setSaveLocation(u"/proc/nowhere"_s);
+        stage.toggleAfter(12);
+        QCOMPARE(stage.app->recents().size(), 2);
+        QCOMPARE(remembered().size(), 1);
     }
 
     void tracksOutliveAShorterMix()
@@ -525,6 +542,7 @@ private Q_SLOTS:
                 stage.rig.microphones.handler({MicrophoneEvent::Kind::interrupted, u"away"_s});
             stage.rig.microphones.handler(event);
         });
+        QCoreApplication::processEvents(); // the events are queued
         QTRY_COMPARE(stage.app->lastError().value_or(QString()), message);
         QTRY_COMPARE(stage.app->state(), goesOn ? State::recording : State::idle);
         QCOMPARE(stage.app->recents().size(), goesOn ? 0 : 1);
@@ -642,6 +660,10 @@ private Q_SLOTS:
             }
         }
         const QStringList tracks = stage.rig.files();
+        RecordingJournal(stage.rig.journalPath())
+            .begin(stage.rig.home.path(), stage.rig.clock.now());
+        QVERIFY(QThreadPool::globalInstance()->waitForDone());
+        stage.start();
         stage.rig.script.holdAt(u"export run"_s);
         auto recovering = stage.app->recoverRecordings();
         QTRY_VERIFY(stage.rig.script.isWaitingAt(u"export run"_s));
@@ -650,9 +672,12 @@ private Q_SLOTS:
         QVERIFY(assets.exportIsCancelled());
         stage.rig.script.releaseAt(u"export run"_s);
         QTRY_VERIFY(leaving.isReady() && recovering.isReady());
-        QCOMPARE(stage.rig.files(), tracks);
+        for (const QString &track : tracks)
+            QVERIFY(stage.rig.files().contains(track));
         QCOMPARE(stage.count(u"export run"_s), 1);
         QCOMPARE(stage.count(u"finish system"_s) + stage.count(u"finish mic"_s), 0);
+        QVERIFY(QThreadPool::globalInstance()->waitForDone());
+        QCOMPARE(RecordingJournal(stage.rig.journalPath()).left().size(), 1);
 
         stage.start();
         QCoro::waitFor(stage.app->recoverRecordings());

@@ -9,7 +9,9 @@
 #include <QJsonObject>
 #include <QTemporaryDir>
 #include <QTest>
+
 #include <QTimeZone>
+#include <filesystem>
 
 #include <sys/stat.h>
 
@@ -337,11 +339,19 @@ private Q_SLOTS:
         QCOMPARE(titles(story.load()), QStringList{u"t"_s});
 
         // The disk comes back, and its list covers what was saved meanwhile.
+        const std::filesystem::path list(story.path.toStdU16String());
+        const auto saved = std::filesystem::last_write_time(list);
         QVERIFY(QFile::remove(story.path + u".old"_s));
-        put(story.folder + u"/other"_s, "[]");
-        QCOMPARE(std::rename(qPrintable(story.folder + u"/other"_s), qPrintable(story.path)), 0);
+        put(story.folder + u"/other"_s, "[1]");
+        std::filesystem::rename((story.folder + u"/other"_s).toStdU16String(), list);
+        std::filesystem::last_write_time(list, saved);
         QVERIFY(file.save(story.folder, {}));
-        QCOMPARE(contentOf(story.path + u".old"_s), QByteArray("[]"));
+        QCOMPARE(contentOf(story.path + u".old"_s), QByteArray("[1]"));
+
+        // Somebody writes into the file itself.
+        put(story.path, "[2]");
+        QVERIFY(file.save(story.folder, {}));
+        QCOMPARE(contentOf(story.path + u".old-2"_s), QByteArray("[2]"));
     }
 
     void anOlderDraftOfOneFolderDoesNotCountInAnother()

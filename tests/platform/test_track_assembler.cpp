@@ -117,6 +117,10 @@ private Q_SLOTS:
         }
         qInfo("worst error %.1f ms, at the end corrected by %.0f ppm", worst * 1000.0,
               assembler.partsPerMillion());
+        // What the resampler held back is the track's end.
+        const MediaTime whole = assembler.end();
+        assembler.finish();
+        QVERIFY(std::chrono::abs(assembler.end() - whole) < 50us);
         QVERIFY(track.isContinuous);
         QCOMPARE(assembler.record(), (TrackAssembler::Record{0, 0}));
         // Against a track that is right, this is how far the two are apart, at any time.

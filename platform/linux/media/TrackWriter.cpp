@@ -110,8 +110,6 @@ void TrackWriter::State::fail(const Error &error)
 {
     if (!failure)
         failure = error;
-    if (live)
-        live->lose();
 }
 
 TrackWriter::TrackWriter(const QString &path, LiveTracks &liveTracks)
