@@ -116,35 +116,6 @@ private Q_SLOTS:
         QCOMPARE(Desk::windows(), QStringList(u"Parlovance"_s));
     }
 
-    void restoredSettingsWindowsAreClosed()
-    {
-        const QStringList restored{u"Parlovance Settings"_s, u"Parlovance 设置"_s,
-                                   u"Parlovance设置"_s};
-        const QStringList kept{u"Parlovance"_s, u"Parlovance Preferences"_s};
-        std::deque<QWidget> windows;
-        for (const QString &title : restored + kept) {
-            windows.emplace_back().setWindowTitle(title);
-            windows.back().show();
-        }
-        Desk desk;
-        desk.launch();
-        QTRY_COMPARE(Desk::windows(), kept);
-    }
-
-    void windowsOpenOnceWhenAskedFor()
-    {
-        Desk desk;
-        desk.launch();
-        Q_EMIT AppNotifications::shared().parlovanceOpenOnboarding();
-        QTRY_COMPARE(Desk::windows().size(), 1);
-        for (int i = 0; i < 2; ++i) {
-            QVERIFY(QTest::qWaitFor([] { return QApplication::activeWindow(); }));
-            QTest::keyClick(QApplication::activeWindow(), Qt::Key_Comma, Qt::ControlModifier);
-            QTRY_COMPARE(QApplication::activeWindow()->windowTitle(), u"偏好设置"_s);
-        }
-        QCOMPARE(Desk::windows().size(), 2);
-    }
-
     void activationOpensThePanelWithoutATray()
     {
         Desk desk;
@@ -154,18 +125,6 @@ private Q_SLOTS:
         QCOMPARE(QApplication::activeWindow()->objectName(), u"popover"_s);
         desk.delegate->activate(); // who asks for it again still wants it
         QVERIFY(QApplication::activeWindow()->isVisible());
-    }
-
-    void activationGreetsNewUsersFirst()
-    {
-        Desk desk;
-        desk.prefs.setHasCompletedOnboarding(false);
-        desk.launch();
-        desk.delegate->activate();
-        QCOMPARE(Desk::windows().size(), 1);
-        desk.prefs.setHasCompletedOnboarding(true);
-        desk.delegate->activate();
-        QCOMPARE(Desk::windows().size(), 2);
     }
 
     void addressesReachTheSignInAndNotTheLog()

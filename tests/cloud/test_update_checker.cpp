@@ -96,7 +96,6 @@ private Q_SLOTS:
     void outcomes();
     void failureKeepsWhatWasKnown();
     void eachVersionIsAnnouncedOnce();
-    void checkEndsWithTheAnswer();
 };
 
 void UpdateCheckerTest::newer_data()
@@ -233,24 +232,6 @@ void UpdateCheckerTest::eachVersionIsAnnouncedOnce()
     rig.check(true);
     QCOMPARE(rig.alert.shown.size(), 2);
     QVERIFY(rig.alert.shown.last().startsWith(u"Parlovance 1.4.0 可用|"));
-}
-
-void UpdateCheckerTest::checkEndsWithTheAnswer()
-{
-    Rig rig;
-    rig.offer("1.3");
-    rig.script.holdAt(u"alert"_s);
-    const auto checking = rig.checker.check(true);
-    QTRY_VERIFY(rig.script.isWaitingAt(u"alert"_s));
-    QCOMPARE(rig.status(), u"updateAvailable 1.3"_s);
-    QVERIFY(!checking.isReady());
-
-    // A second check while the question stands asks nothing.
-    rig.check(true);
-    QCOMPARE(rig.alert.shown.size(), 1);
-
-    rig.script.releaseAt(u"alert"_s);
-    QVERIFY(checking.isReady());
 }
 
 QTEST_GUILESS_MAIN(UpdateCheckerTest)

@@ -313,21 +313,6 @@ private Q_SLOTS:
         QCOMPARE(after.st_size, before.st_size);
     }
 
-    void theListFollowsTheSaveFolder()
-    {
-        const Story story;
-        const QList list{minimalSession()};
-        const QString other = story.directory.filePath(u"new/place"_s);
-        RecentsFile file(story.clock);
-        QCOMPARE(file.load(story.folder), QList<RecentSession>());
-        QVERIFY(file.save(story.folder, list));
-        QVERIFY(file.save(other, list));
-        QCOMPARE(contentOf(other + u"/.sessions.json"_s), contentOf(story.path));
-        // Back again: the file there is an older state of the same list.
-        QVERIFY(file.save(story.folder, {}));
-        QCOMPARE(story.names(), QStringList{u".sessions.json"_s});
-    }
-
     void theListOfAnotherFolderIsKeptAside()
     {
         const Story story;

@@ -98,16 +98,6 @@ private Q_SLOTS:
         QCOMPARE(decoded->frameCount(), 50000);
     }
 
-    void lengthWithoutPacketsIsRefused()
-    {
-        const EncodedSound sound = encodeSound({48000, 2, 128000}, sine(440, 0.5, 4800, 2));
-        auto muxer = M4aMuxer::create(path(), sound.format);
-        QVERIFY(muxer);
-        for (const AacPacket &packet : sound.packets)
-            QVERIFY(muxer->addPacket(packet));
-        QVERIFY(!muxer->finish(48000));
-    }
-
     void roomForTheIndexGrows_data()
     {
         QTest::addColumn<QString>("folder");

@@ -174,44 +174,6 @@ private Q_SLOTS:
         QCOMPARE(*told, QStringList({u""_s, u""_s, u"org.other"_s}));
         qputenv("PATH", m_folder.path().toUtf8() + ':' + m_path);
     }
-
-    void settingsOfTheRunningDesktop_data()
-    {
-        QTest::addColumn<QByteArray>("desktop");
-        QTest::addColumn<QStringList>("installed");
-        QTest::addColumn<QString>("microphone");
-        QTest::addColumn<QString>("screen");
-        const QStringList all{u"gnome-control-center"_s, u"systemsettings"_s, u"pavucontrol"_s};
-        QTest::newRow("GNOME") << QByteArray("ubuntu:GNOME") << all
-                               << u"gnome-control-center microphone\n"_s
-                               << u"gnome-control-center sound\n"_s;
-        QTest::newRow("KDE") << QByteArray("KDE") << all << u"systemsettings kcm_pulseaudio\n"_s
-                             << u"systemsettings kcm_pulseaudio\n"_s;
-        QTest::newRow("another desktop") << QByteArray("XFCE") << all << u"pavucontrol --tab=4\n"_s
-                                         << u"pavucontrol --tab=3\n"_s;
-        QTest::newRow("KDE without its settings")
-            << QByteArray("KDE") << QStringList(u"pavucontrol"_s) << u"pavucontrol --tab=4\n"_s
-            << u"pavucontrol --tab=3\n"_s;
-        QTest::newRow("none") << QByteArray() << QStringList() << QString() << QString();
-    }
-
-    void settingsOfTheRunningDesktop()
-    {
-        QFETCH(const QStringList, installed);
-        QFETCH(const QString, microphone);
-        QFETCH(const QString, screen);
-        const QTemporaryDir programs;
-        for (const QString &program : installed)
-            makeCommand(programs, program, program.toUtf8());
-        qputenv("PATH", programs.path().toUtf8());
-        QFETCH(const QByteArray, desktop);
-        qputenv("XDG_CURRENT_DESKTOP", desktop);
-        m_workspace.openSettings(SettingsPage::microphone);
-        QTRY_COMPARE(openedByCommand(), microphone);
-        m_workspace.openSettings(SettingsPage::screenCapture);
-        QTRY_COMPARE(openedByCommand(), microphone + screen);
-        qputenv("PATH", m_folder.path().toUtf8() + ':' + m_path);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestDesktopWorkspace)

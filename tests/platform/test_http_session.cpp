@@ -207,20 +207,6 @@ private Q_SLOTS:
                             "GET / HTTP/1.1\r\n" + host + "\r\n");
     }
 
-    void whatMayNotBeSentIsRefusedBefore()
-    {
-        const SocketServer server(answering(okReply));
-        const std::pair<QByteArray, QByteArray> headers[] = {
-            {"A", "JWT a\r\nX: 1"}, {"A", "JWT a\nX: 1"}, {"A", QByteArray("JWT a\0b", 7)},
-            {"A", "JWT \x7f"},      {"X: 1\r\nY", "a"},   {"", "a"}};
-        for (const auto &[name, value] : headers) {
-            HttpRequest bad("GET", server.origin());
-            bad.addHeader(name, value);
-            QCOMPARE(kindOf(fetch(bad)), Kind::refusedHeader);
-        }
-        QCOMPARE(server.connectionCount(), 0);
-    }
-
     void plainHttpIsRefusedWhereItIsNotAllowed()
     {
         const SocketServer server(answering(okReply));
@@ -412,22 +398,6 @@ private Q_SLOTS:
         }
         // A reset that comes within the microseconds between the last look and the sending wins.
         QVERIFY2(heard >= (reads ? 20 : 18), qPrintable(QString::number(heard)));
-    }
-
-    void unreadableFileSendsNothing()
-    {
-        const SocketServer server(answering(okReply));
-        const QString pipe = m_folder.filePath(u"pipe"_s);
-        QCOMPARE(mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-        // Their names end like a recording's; what would be opened is another file.
-        const QString secret = file(u"secret"_s, 100);
-        const QString cutShort = secret + QChar(QChar::Null) + u".m4a"_s;
-        const QString link = m_folder.filePath(u"link.m4a"_s);
-        QVERIFY(QFile::link(secret, link));
-        for (const QString &path : {m_folder.filePath(u"missing"_s), m_folder.path(), pipe,
-                                    u"/dev/zero"_s, cutShort, link})
-            QCOMPARE(kindOf(fetch(upload(server.origin(), path))), Kind::unreadableFile);
-        QCOMPARE(server.connectionCount(), 0);
     }
 
     void shrinkingFileEndsTheUpload()

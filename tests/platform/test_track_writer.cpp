@@ -270,28 +270,6 @@ private Q_SLOTS:
         QCOMPARE(left, expected);
     }
 
-    void startFailsWithAReason_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("channels");
-        QTest::addRow("folder in its place") << u"folder"_s << 1;
-        QTest::addRow("no such folder") << u"none/track.m4a"_s << 1;
-        QTest::addRow("impossible encoding") << u"track.m4a"_s << 99;
-    }
-
-    void startFailsWithAReason()
-    {
-        QFETCH(QString, name);
-        QFETCH(int, channels);
-        QVERIFY(QDir(m_folder->path()).mkpath(u"folder/full"_s));
-        TrackWriter writer(m_folder->filePath(name), m_live);
-        QVERIFY(!writer.addInput({48000, channels, 64000}) || !writer.startWriting());
-        QVERIFY(writer.failure());
-        QVERIFY(!writer.failure()->description().isEmpty());
-        QVERIFY(!writer.isReady());
-        QVERIFY(!m_live.take(m_folder->filePath(name)));
-    }
-
 private:
     QString path() const { return m_folder->filePath(u"track.m4a"_s); }
     std::unique_ptr<TrackWriter> started(const AudioEncoding &encoding = mono)

@@ -56,16 +56,6 @@ private Q_SLOTS:
         QTEST(place(stage), "place");
     }
 
-    void answerWhileTheWelcomeIsShownLeadsOn()
-    {
-        WindowStage stage;
-        stage.showOnboarding();
-        stage.defaults.setBoolean(u"access.microphone"_s, false); // nobody announces that
-        QTRY_COMPARE(place(stage), u"2 / 3"_s);
-        TimerCount timers;
-        QCOMPARE(timers.during(600ms), 0);
-    }
-
     void permissionsAreLookedAtForThreeSeconds()
     {
         WindowStage stage;

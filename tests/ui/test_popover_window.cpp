@@ -101,19 +101,6 @@ private Q_SLOTS:
         QTEST(popoverPosition(QSize(360, 680), screen, available, place), "expected");
     }
 
-    void fitsIntoTheScreen()
-    {
-        const QRect available = QApplication::primaryScreen()->availableGeometry();
-        QVERIFY(available.height() < 1000);
-        auto *const content = new QWidget;
-        content->resize(360, 1000);
-        PopoverWindow popover(content);
-        popover.openBeside(icon);
-        QVERIFY(QTest::qWaitForWindowActive(&popover));
-        QCOMPARE(popover.size(), QSize(360, available.height()));
-        QVERIFY(available.contains(popover.geometry()));
-    }
-
     void closesWhenTheUserTurnsElsewhere()
     {
         Desk desk;

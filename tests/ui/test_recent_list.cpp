@@ -114,34 +114,6 @@ private Q_SLOTS:
         QCOMPARE(seen, many);
     }
 
-    void newEntryComesAtTheTop_data()
-    {
-        QTest::addColumn<int>("scrolled");
-        QTest::addColumn<bool>("isSeen");
-        QTest::newRow("at the top") << 0 << true;
-        QTest::newRow("further down") << 500 << false;
-    }
-
-    void newEntryComesAtTheTop()
-    {
-        QFETCH(const int, scrolled);
-        ListStage stage(manyEntries(100), true, std::chrono::milliseconds(1));
-        stage.bar().setValue(scrolled);
-        const QStringList before = stage.shown();
-        const QString title = before.at(1).section(u' ', 0, 0);
-        stage.row(title).setFocus();
-        stage.app->setSessionTitle(u"新"_s);
-        stage.record(RecordingState::recording);
-        QTRY_VERIFY(stage.app->elapsed() >= 12);
-        stage.record(RecordingState::idle);
-
-        QCOMPARE(stage.app->recents().size(), 101);
-        QTEST(stage.shown().first() == u"新 at 0"_s, "isSeen");
-        if (scrolled > 0)
-            QCOMPARE(stage.shown(), before);
-        QCOMPARE(stage.focus(), title);
-    }
-
     void keysMoveBetweenRows()
     {
         const ListStage stage(manyEntries(300));

@@ -139,32 +139,6 @@ private Q_SLOTS:
         QVERIFY(asksToLeave([&] { TrayStage::item(stage.menu(), u"退出"_s)->trigger(); }));
     }
 
-    void recordItemAndIconFollowTheRecorder()
-    {
-        TrayStage stage;
-        stage.show();
-        QStringList items{shown(*stage.menu().actions().constFirst())};
-        QList<QImage> icons{stage.icon().icon().pixmap(22).toImage()};
-        connect(&*stage.app, &AppState::stateChanged, &stage.icon(), [&] {
-            items.append(shown(*stage.menu().actions().constFirst()));
-            icons.append(stage.icon().icon().pixmap(22).toImage());
-        });
-        stage.menu().actions().constFirst()->trigger();
-        stage.waitFor(RecordingState::recording);
-        stage.menu().actions().constFirst()->trigger();
-        stage.waitFor(RecordingState::idle);
-        const QStringList expected{u"开始录音 | Ctrl+Alt+R"_s, u"开始录音 | Ctrl+Alt+R"_s,
-                                   u"停止录音 | Ctrl+Alt+R"_s, u"停止中… | Ctrl+Alt+R (off)"_s,
-                                   u"开始录音 | Ctrl+Alt+R"_s};
-        QCOMPARE(items, expected);
-
-        QCOMPARE(icons.size(), 5);
-        QVERIFY(icons[1] != icons[0]);
-        QVERIFY(icons[2] == icons[1]); // starting looks like recording
-        QVERIFY(icons[3] != icons[2] && icons[3] != icons[0]);
-        QVERIFY(icons[4] == icons[0]);
-    }
-
     void titlesAreText_data()
     {
         QTest::addColumn<QString>("title");
@@ -218,26 +192,6 @@ private Q_SLOTS:
         stage.statusBar->openRecent(stage.app->recents().constFirst().id); // not uploaded
         stage.statusBar->openRecent(stage.app->recents().constLast().id);
         QCOMPARE(stage.workspace.opened.size(), 1);
-    }
-
-    void errorsAreToldAsText()
-    {
-        TrayStage stage;
-        stage.show();
-        QCOMPARE(stage.icon().toolTip(), u"Parlovance"_s);
-        stage.rig.capture.outputs.clear();
-        stage.rig.script.failAt(u"capture targets"_s);
-        stage.app->toggleRecording();
-        QTRY_COMPARE(stage.icon().toolTip(), u"Parlovance\n屏幕录制权限未授予：capture trouble"_s);
-        stage.app->clearLastError();
-        QCOMPARE(stage.icon().toolTip(), u"Parlovance"_s);
-        const auto told = stage.app->handleSystemAudioError(u""_s);
-        stage.rig.script.succeedAt(u"capture targets"_s);
-        stage.rig.capture.outputs = {CaptureTarget{.id = 7}};
-        stage.app->toggleRecording();
-        stage.waitFor(RecordingState::recording);
-        const auto stopped = stage.app->handleSystemAudioError(u"<img src=x>\n第二行"_s);
-        QTRY_COMPARE(stage.icon().toolTip(), u"Parlovance\n系统音频已停止：‹img src=x> 第二行"_s);
     }
 
     void keysWorkInTheMenu()
