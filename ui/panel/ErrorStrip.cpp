@@ -4,6 +4,7 @@
 #include "ui/parts/KeyboardFocus.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/PlainButton.h"
+#include "ui/parts/RoundedBox.h"
 #include "ui/parts/Symbol.h"
 #include "ui/parts/TextLabel.h"
 
@@ -62,8 +63,5 @@ void ErrorStrip::refresh()
 void ErrorStrip::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(MS::emberDim);
-    painter.drawRoundedRect(rect(), radius, radius);
+    paintBox(painter, rect(), radius, MS::emberDim);
 }

@@ -4,6 +4,7 @@
 #include "ui/parts/KeyboardFocus.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/PlainButton.h"
+#include "ui/parts/RoundedBox.h"
 #include "ui/parts/StatusDot.h"
 #include "ui/parts/TextLabel.h"
 
@@ -227,15 +228,10 @@ void RecentRow::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    if (isFailed(m_session)) {
-        painter.setBrush(MS::faded(MS::ember, 0.06));
-        painter.drawRoundedRect(rect(), radius, radius);
-    }
-    if (underMouse() || isDown()) {
-        painter.setBrush(MS::faded(MS::text, isDown() ? 0.07 : 0.035));
-        painter.drawRoundedRect(rect(), radius, radius);
-    }
+    if (isFailed(m_session))
+        paintBox(painter, rect(), radius, MS::faded(MS::ember, 0.06));
+    if (underMouse() || isDown())
+        paintBox(painter, rect(), radius, MS::faded(MS::text, isDown() ? 0.07 : 0.035));
     if (hasFocus())
         paintFocusRing(painter, rect(), radius);
 }

@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/PlainButton.h"
+#include "ui/parts/RoundedBox.h"
 
 #include <QPainter>
 #include <QPalette>
@@ -48,11 +49,7 @@ void TitleField::paintEvent(QPaintEvent *event)
 {
     {
         QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(hasFocus() ? MS::borderAmber : MS::border, 1.0));
-        painter.setBrush(MS::bg);
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius - 0.5,
-                                radius - 0.5);
+        paintBox(painter, rect(), radius, MS::bg, hasFocus() ? MS::borderAmber : MS::border);
         if (hasFocus())
             paintFocusRing(painter, rect(), radius);
     }

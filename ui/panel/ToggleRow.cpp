@@ -3,6 +3,7 @@
 #include "ui/panel/LevelMeter.h"
 #include "ui/parts/MS.h"
 #include "ui/parts/MSSwitch.h"
+#include "ui/parts/RoundedBox.h"
 #include "ui/parts/Symbol.h"
 #include "ui/parts/TextLabel.h"
 
@@ -65,9 +66,5 @@ void ToggleRow::paintEvent(QPaintEvent *)
     if (!m_switch->isChecked())
         return;
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(MS::border, 1.0));
-    painter.setBrush(MS::bg);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius - 0.5,
-                            radius - 0.5);
+    paintBox(painter, rect(), radius, MS::bg, MS::border);
 }

@@ -1,6 +1,7 @@
 #include "ui/parts/Pill.h"
 
 #include "ui/parts/MS.h"
+#include "ui/parts/RoundedBox.h"
 #include "ui/parts/Symbol.h"
 
 #include <QPainter>
@@ -40,10 +41,7 @@ void Pill::setLook(const PillLook &look)
 void Pill::paintEvent(QPaintEvent *event)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(m_look.fill);
-    painter.drawRoundedRect(rect(), height() / 2.0, height() / 2.0);
+    paintBox(painter, rect(), height() / 2.0, m_look.fill);
     const double side = symbolSide(symbolPoints);
     const QRectF where(padding, (height() - side) / 2, side, side);
     paintSymbol(painter, where, m_look.symbol, m_look.color);

@@ -1,6 +1,7 @@
 #include "ui/parts/PlainButton.h"
 
 #include "ui/parts/MS.h"
+#include "ui/parts/RoundedBox.h"
 #include "ui/parts/Symbol.h"
 #include "ui/parts/TextLabel.h"
 
@@ -133,17 +134,10 @@ void PlainButton::paintShape(QPainter &painter) const
 {
     const QRectF shape = rect();
     const double radius = std::max(m_face.radius, smallestFocusRadius);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(m_face.fill);
-    painter.drawRoundedRect(shape, radius, radius);
-    painter.setBrush(shade());
-    painter.drawRoundedRect(shape, radius, radius);
-    if (!isShown(m_face.outline))
-        return;
-    painter.setPen(QPen(m_face.outline, 1.0));
-    painter.setBrush(Qt::NoBrush);
-    const QRectF line = shape.adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.drawRoundedRect(line, radius - 0.5, radius - 0.5);
+    paintBox(painter, shape, radius, m_face.fill);
+    paintBox(painter, shape, radius, shade());
+    if (isShown(m_face.outline))
+        paintBox(painter, shape, radius, Qt::transparent, m_face.outline);
 }
 
 void PlainButton::paintContent(QPainter &painter) const

@@ -3,6 +3,12 @@
 #include <QColor>
 #include <QWidget>
 
+class QPainter;
+
+/// Fills \p box and outlines it, one point wide and within it, where \p outline can be seen.
+void paintBox(QPainter &painter, const QRectF &box, double radius, const QColor &fill,
+              const QColor &outline = Qt::transparent);
+
 /// A rounded ground with an outline, one point wide, for other controls. Main thread.
 class RoundedBox : public QWidget
 {

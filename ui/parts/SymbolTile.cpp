@@ -1,6 +1,7 @@
 #include "ui/parts/SymbolTile.h"
 
 #include "ui/parts/MS.h"
+#include "ui/parts/RoundedBox.h"
 #include "ui/parts/Symbol.h"
 
 #include <QPainter>
@@ -37,11 +38,7 @@ TileLook SymbolTile::amberLook(int side, double symbolPoints, double radius)
 void SymbolTile::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(QPen(m_look.outline, 1.0));
-    painter.setBrush(m_look.fill);
-    const QRectF tile = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
-    painter.drawRoundedRect(tile, m_look.radius - 0.5, m_look.radius - 0.5);
+    paintBox(painter, rect(), m_look.radius, m_look.fill, m_look.outline);
     const double length = symbolSide(m_look.symbolPoints);
     QRectF where(0, 0, length, length);
     where.moveCenter(QRectF(rect()).center());

@@ -2,6 +2,7 @@
 
 #include "ui/parts/MS.h"
 #include "ui/parts/PlainButton.h"
+#include "ui/parts/RoundedBox.h"
 #include "ui/parts/Symbol.h"
 #include "ui/parts/TextLabel.h"
 
@@ -35,12 +36,8 @@ QSize SidebarButton::sizeHint() const
 void SidebarButton::paintEvent(QPaintEvent *)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Qt::NoPen);
-    for (const QColor &color : {isChecked() ? MS::amberDim : QColor(Qt::transparent), shade()}) {
-        painter.setBrush(color);
-        painter.drawRoundedRect(rect(), radius, radius);
-    }
+    paintBox(painter, rect(), radius, isChecked() ? MS::amberDim : QColor(Qt::transparent));
+    paintBox(painter, rect(), radius, shade());
 
     const double side = symbolSide(points);
     const QRectF where(padding, (height() - side) / 2, side, side);
