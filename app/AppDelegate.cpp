@@ -73,7 +73,7 @@ void AppDelegate::applicationDidFinishLaunching()
 void AppDelegate::open(const QStringList &addresses)
 {
     for (const QString &address : addresses) {
-        // What follows may be a token.
+        // Log only the part before the question mark: a token may follow it.
         m_logger.info(u"open url: "_s + address.section(u'?', 0, 0).left(loggedAddressLength));
         m_auth.handleCallback(address);
     }
@@ -114,7 +114,8 @@ void AppDelegate::checkForUpdate()
     runDetached(m_updater.check(true));
 }
 
-// What a desktop brings back from the last session knows nothing of this one.
+// A settings window that the desktop restores from the last session belongs to no controller of
+// this one.
 void AppDelegate::dismissAutoRestoredSettingsWindows()
 {
     const QString name = m_bundle.name().value_or(u"Parlovance"_s);

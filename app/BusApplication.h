@@ -49,7 +49,7 @@ public:
 Q_SIGNALS:
     void activated();
 
-    /// Not empty.
+    /// Never with an empty list.
     void opened(const QStringList &addresses);
 
 private:
@@ -64,7 +64,7 @@ private:
     FileDescriptor m_lock;
 };
 
-/// What is on the bus.
+/// The object that other processes call on the bus.
 class BusApplicationInterface : public QDBusAbstractAdaptor
 {
     Q_OBJECT

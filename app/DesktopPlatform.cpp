@@ -8,14 +8,14 @@ namespace
 {
 const auto standardIdentifier = u"com.parlovance.mac"_s;
 
-// The same distance in the build tree and where the program is installed.
+// The way from the program to its files is the same in the build tree and where it is installed.
 QString bundleInformationPath()
 {
     return QCoreApplication::applicationDirPath() +
            u"/../share/parlovance/bundle-information.json"_s;
 }
 
-/// What the user started.
+/// The path of the program as the user started it, for the login item to start the same.
 QStringList command(const QString &bundleInformation, const QStringList &options = {})
 {
     QStringList command{QCoreApplication::applicationFilePath()};

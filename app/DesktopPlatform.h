@@ -30,7 +30,7 @@ public:
     Defaults &defaults() { return m_defaults; }
     LoginItem &loginItem() { return m_loginItem; }
 
-    /// What the application takes; its references live as long as this object.
+    /// The platform as the application takes it; its references live as long as this object.
     AppPlatform app(PrefsStore &prefs, UpdateAlert &alert);
 
 private:

@@ -34,7 +34,7 @@ void preferX11()
         qputenv("QT_QPA_PLATFORM", "xcb;wayland");
 }
 
-// Otherwise, once a large reply or list was held, the allocator keeps that much for ever.
+// Without this limit the allocator keeps the memory of the largest reply or list for ever.
 void returnFreedMemory()
 {
     mallopt(M_MMAP_THRESHOLD, 128 * 1024);

@@ -19,7 +19,7 @@ class AudioAssets;
 class MixAhead;
 class Volume;
 
-/// What recording needs of the platform. All of it outlives the recorder and its tasks.
+/// The parts of the platform that recording needs. All of them outlive the recorder and its tasks.
 struct AudioPlatform {
     CaptureService &captureService;
     Microphones &microphones;

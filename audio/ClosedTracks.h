@@ -28,7 +28,7 @@ QFuture<bool> fileHasContent(const std::optional<QUrl> &url);
 QCoro::Task<std::expected<void, Error>> finishTrack(AudioAssets &assets, QUrl track,
                                                     std::stop_token stop = {});
 
-/// What became of a recording.
+/// The outcome of a recording.
 struct ConcludedRecording {
     std::optional<QUrl> file;     ///< that stands for it; none where neither track has sound
     std::optional<Error> failure; ///< of finishing a track

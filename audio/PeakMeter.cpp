@@ -12,7 +12,8 @@ void PeakMeter::update(std::span<const float> samples)
     float highest = 0.0F;
     for (const float sample : samples) {
         const float magnitude = std::fabs(sample);
-        // In this order a not-a-number sample compares false and changes nothing.
+        // The comparison stands in this order because a sample that is not a number compares false
+        // and then changes nothing.
         highest = magnitude > highest ? magnitude : highest;
     }
     const double level = std::min(double{highest}, 1.0);

@@ -44,7 +44,7 @@ void PermissionChecker::refresh()
         m_screen = PermissionStatus::granted;
         m_screenNeedsRestart = false;
     } else {
-        // Nobody tells a refused request from one that was never made.
+        // The sound server does not tell a refused request from one that was never made.
         m_screen = m_hasRequestedScreen ? PermissionStatus::denied : PermissionStatus::unknown;
     }
     Q_EMIT changed();

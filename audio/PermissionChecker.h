@@ -28,7 +28,7 @@ public:
 
     PermissionStatus mic() const { return m_mic; }
 
-    /// Of capturing what the machine plays.
+    /// The permission to capture what the machine plays.
     PermissionStatus screen() const { return m_screen; }
 
     /// Whether a granted access would only count after a restart: from a refused request until the

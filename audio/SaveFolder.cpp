@@ -80,7 +80,7 @@ std::expected<void, Error> createSaveFolder(const RecordingSettings &settings)
 {
     const QString folder = settings.saveDirectory.toLocalFile();
     auto error = makePrivateFolder(folder);
-    // With the rights that opening a file will have.
+    // Ask with the effective rights, which opening a file will use.
     if (!error &&
         faccessat(AT_FDCWD, QFile::encodeName(folder).constData(), W_OK | X_OK, AT_EACCESS) != 0)
         error.assign(errno, std::generic_category());

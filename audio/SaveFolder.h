@@ -12,7 +12,7 @@
 #include <chrono>
 #include <expected>
 
-/// What one recording is made with.
+/// The settings of one recording.
 struct RecordingSettings {
     QUrl saveDirectory; ///< the folder that receives the files; made when it is missing
     AudioQuality quality = AudioQuality::high;
@@ -53,7 +53,7 @@ std::expected<void, Error> createSaveFolder(const RecordingSettings &settings);
 /// are not among the listed files.
 RecordingFiles recordingFiles(const RecordingSettings &settings, const QDateTime &now);
 
-/// What the names of the two tracks end with.
+/// The endings of the names of the two tracks.
 constexpr QLatin1String systemTrackEnding(".system.m4a");
 constexpr QLatin1String micTrackEnding(".mic.m4a");
 

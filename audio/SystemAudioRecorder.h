@@ -62,7 +62,7 @@ private:
     const std::shared_ptr<PeakMeter> m_meter;
     std::function<void(const QString &)> m_onStopWithError;
 
-    // Of the running capture; the stream goes before the track that it delivers to.
+    // These belong to the running capture; the stream goes before the track that it delivers to.
     std::unique_ptr<SystemTrack> m_track;
     std::unique_ptr<CaptureStream> m_stream;
     QUrl m_outputURL;

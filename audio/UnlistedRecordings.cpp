@@ -18,7 +18,7 @@ constexpr Logger logger("audio");
 /// The clock of a file server may differ, and some file systems count in steps of two seconds.
 constexpr int tolerableSeconds = 60;
 
-/// Of two lengths, which may be rounded apart.
+/// Seconds by which two equal lengths may differ after rounding.
 constexpr double tolerableDifference = 0.001;
 
 /// Whether the mix of \p files is there, and as long as the tracks that have not been removed yet.

@@ -12,7 +12,7 @@
 /// ones, never a mixture. Any thread; one writer for each path. Blocks until the disk has the file.
 namespace AtomicFile
 {
-/// What happens to a file that stands at the path.
+/// The fate of a file that stands at the path.
 enum class Old {
     replaced,
     keptAside, ///< whatever it is (a folder, a pipe), it is renamed to the path with ".old" added

@@ -22,7 +22,7 @@ void writeToJournal(const char *category, Logger::Level level, const QByteArray 
     sd_journal_send("MESSAGE=%s", message.constData(), "PRIORITY=%d", priority, "SUBSYSTEM=%s",
                     Logger::subsystem, "CATEGORY=%s", category, nullptr);
 }
-/// What comes from outside must not steer the terminal.
+/// Control characters from outside must not steer the terminal.
 QByteArray withoutControls(QByteArray text)
 {
     std::ranges::replace_if(text, [](char c) { return (c >= 0 && c < ' ') || c == '\x7f'; }, '?');

@@ -46,7 +46,7 @@ public:
     /// Never to be logged, shown, or put on a command line.
     std::optional<QString> token() const;
 
-    /// Of the account; none also where the service gave none.
+    /// The address of the account; none also where the service gave none.
     std::optional<QString> email() const;
 
     /// The last failed sign-in or refused session, for the user. Nothing clears it.

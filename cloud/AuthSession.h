@@ -15,5 +15,5 @@ struct AuthSession {
 /// Compact JSON.
 QString encoded(const AuthSession &session);
 
-/// None where \p text is not such a session or its token cannot be used.
+/// The session that encoded() wrote; none where \p text is no session or its token cannot be used.
 std::optional<AuthSession> decodedSession(const QString &text);

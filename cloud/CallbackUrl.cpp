@@ -89,7 +89,7 @@ std::optional<QString> percentDecoded(QStringView text)
         bytes += *byte;
         text = text.sliced(3);
     }
-    // As it is: a byte order mark is a character of the value.
+    // Decode without removing a byte order mark, which is a character of the value.
     QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
     QString decoded = decode(bytes);
     if (decode.hasError())

@@ -25,7 +25,7 @@ bool isHuge(const QByteArray &token)
     return parts.hasMatch() && result.ec == std::errc::result_out_of_range;
 }
 
-/// Where the string ends that begins at \p start, or the text.
+/// The end of the string that begins at \p start, or of the text.
 qsizetype endOfString(const QByteArray &text, qsizetype start)
 {
     qsizetype end = start + 1;
@@ -34,7 +34,7 @@ qsizetype endOfString(const QByteArray &text, qsizetype start)
     return std::min(end + 1, text.size());
 }
 
-/// Where the run of the characters of a number ends that begins at \p start.
+/// The end of the run of a number's characters that begins at \p start.
 qsizetype endOfNumber(const QByteArray &text, qsizetype start)
 {
     qsizetype end = start;

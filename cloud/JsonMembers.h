@@ -13,14 +13,14 @@
 
 /// A JSON object with all that is in it, read as strictly as the list of recordings: valid UTF-8,
 /// no half of a surrogate pair, at most 1024 levels. A mark of the byte order in front is forgiven.
-/// Of two members with one name the first counts.
+/// The first of two members with one name counts.
 class JsonDocument
 {
 public:
     /// A number beyond all that the parser knows makes nothing unreadable: it becomes a fraction.
     static std::expected<JsonDocument, DecodingError> parse(const QByteArray &text);
 
-    /// As long as the document lives.
+    /// The view is valid as long as the document lives.
     simdjson::dom::object root() const { return m_root; }
 
 private:
@@ -40,14 +40,14 @@ public:
 
     QString text(const char *name);
 
-    /// None where the member is absent or null.
+    /// The text of a member; none where it is absent or null.
     std::optional<QString> optionalText(const char *name);
 
     /// The same for what is kept and shown: a longer text than isShort() allows is no such text.
     QString shortText(const char *name);
     std::optional<QString> optionalShortText(const char *name);
 
-    // None where the member is not as it has to be.
+    // These return none where the member is not as it has to be.
     std::optional<simdjson::dom::object> object(const char *name);
     std::optional<simdjson::dom::array> array(const char *name);
 

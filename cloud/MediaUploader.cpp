@@ -49,7 +49,7 @@ QCoro::Task<MediaUploader::Uploaded> MediaUploader::uploadWith(MediaUploader upl
     if (!known)
         co_return std::unexpected(known.error());
     if (!known->isEmpty()) {
-        // As the service sent it: it was asked for this recording only.
+        // Take the identifier as the service sent it, because it was asked for this recording only.
         UploadedMeeting existing{.id = known->first().id, .audioUrl = {}};
         uploader.m_logger.info("meeting already exists id="_L1 + existing.id);
         co_return existing;

@@ -58,7 +58,7 @@ private:
     static QCoro::Task<Uploaded> uploadWith(MediaUploader uploader, UploadRequest request,
                                             QString token);
 
-    // None of these touches the object after its first wait.
+    // These tasks do not touch the object after their first wait: it may be gone by then.
     QCoro::Task<std::expected<SignUploadResponse, ServiceFailure>>
     requestSignedURL(QString filename, QString token) const;
     QCoro::Task<std::expected<void, ServiceFailure>> putToOSS(QUrl fileURL,

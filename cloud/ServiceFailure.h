@@ -9,7 +9,7 @@
 #include <utility>
 #include <variant>
 
-/// What the service answered instead of doing what was asked.
+/// A reply of the service that is a refusal or cannot be used.
 class UploadError
 {
 public:

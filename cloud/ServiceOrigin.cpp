@@ -15,7 +15,7 @@ std::unexpected<Error> wronglyConfigured(const QString &reason)
     return std::unexpected(Error(u"服务地址配置有误："_s + reason));
 }
 
-/// What follows the host in \p address.
+/// The path, query and fragment of \p address.
 QString afterHost(const QString &address)
 {
     const QString rest = address.sliced(address.indexOf("://"_L1) + 3);

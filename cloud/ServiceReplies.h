@@ -9,7 +9,7 @@
 
 #include <expected>
 
-/// What the answer to each upload call means. Pure functions; any thread.
+/// Readers of the replies to the upload calls. Pure functions; any thread.
 ///
 /// The token was refused only where an authenticated call answers 401; a stored object's 401 is
 /// about its signed address. What is not HTTP at all never gets here: it is a transport error.

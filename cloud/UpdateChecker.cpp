@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-/// What is longer is no version. It would be shown, logged and compared on the main thread.
+/// A longer text is no version; it would be shown, logged and compared on the main thread.
 constexpr qsizetype maxVersionLength = 100;
 
 std::optional<qint64> integer(QByteArrayView piece)

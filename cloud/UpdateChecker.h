@@ -41,7 +41,7 @@ public:
         bool operator==(const Status &) const = default;
     };
 
-    /// What the checker works with; everything must outlive it.
+    /// The parts that the checker works with; all of them must outlive it.
     struct Dependencies {
         HttpSession &http;
         Workspace &workspace;
@@ -55,7 +55,8 @@ public:
 
     const Status &status() const { return m_status; }
 
-    /// Of the last reply that could be read; none where that had none, or more than 100 characters.
+    /// The notes of the last reply that could be read; none where it had none, or more than 100
+    /// characters.
     const std::optional<QString> &latestVersion() const { return m_latestVersion; }
 
     /// When the last reply was read.

@@ -48,7 +48,7 @@ public:
     double elapsed() const { return m_elapsed; }
     QString elapsedFormatted() const;
 
-    /// Which sources the next recording has.
+    /// The sources of the next recording.
     bool systemAudioOn() const { return m_systemAudioOn; }
     void setSystemAudioOn(bool enabled);
     bool micOn() const { return m_micOn; }

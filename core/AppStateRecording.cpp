@@ -232,7 +232,7 @@ bool AppState::listRecovered(const UnlistedRecording &recording,
     list().removeIf(isOfIt);
     const RecentSession entry = makeEntry(recovered);
     if (isTooShort) {
-        // Nothing says that a finished one is not a file that the user has put there.
+        // A finished file that is too short is kept: the user may have put it there.
         if (!recording.isFinished)
             QFile::remove(recovered.file.toLocalFile());
     } else {

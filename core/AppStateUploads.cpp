@@ -252,7 +252,8 @@ QCoro::Task<> AppState::reconcileOnce()
     if (!self)
         co_return; // the application is closing
     if (!meetings) {
-        // Nobody asked for it, so nobody is told; the next one tries again.
+        // A failure stays silent: the user did not ask for this, and the next reconcile tries
+        // again.
         if (meetings.error().isUnauthorized() && m_auth)
             m_auth->handleUnauthorized(*usedToken);
         co_return;

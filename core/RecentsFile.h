@@ -42,7 +42,7 @@ public:
         bool operator==(const Identity &) const = default;
     };
 
-    /// What stood on the disk.
+    /// The list as it was read from the disk.
     struct Loaded {
         QList<RecentSession> sessions;
         QString path;
@@ -80,7 +80,7 @@ private:
     std::expected<void, Error> putInPlace(const Draft &draft);
 
     const Clock &m_clock;
-    /// What is contained in the list in memory.
+    /// The file whose content the list in memory contains.
     struct Stored {
         std::optional<Identity> file;
         quint64 number = 0;

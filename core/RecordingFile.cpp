@@ -11,7 +11,7 @@ namespace
 {
 const auto identifierPrefix = u"mac-file-"_s;
 
-/// Where the dot of the extension stands; the length of the name where there is none.
+/// The index of the extension's dot, or the length of the name where there is none.
 qsizetype extensionDot(const QString &fileName)
 {
     const qsizetype dot = fileName.lastIndexOf(u'.');

@@ -24,7 +24,7 @@ public:
     explicit RecordingJournal(const QString &path);
     ~RecordingJournal();
 
-    /// Of earlier runs, one a folder.
+    /// The entries that earlier runs left, one a folder.
     const QList<Entry> &left() const { return m_left; }
 
     /// Every recording in \p folder that an earlier run left is in the list on the disk.

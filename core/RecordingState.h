@@ -1,4 +1,4 @@
 #pragma once
 
-/// What the recorder is doing. Toggling is ignored while it starts or stops.
+/// The activity of the recorder. Toggling is ignored while it starts or stops.
 enum class RecordingState { idle, recording, starting, stopping };

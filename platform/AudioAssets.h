@@ -84,7 +84,7 @@ public:
                                                const QString &outputPath) = 0;
 
     /// An export of \p composition to \p outputPath as 48 kHz stereo AAC in an MPEG-4 audio file.
-    /// Null when the encoder cannot be made.
+    /// The export is null when the encoder cannot be made.
     virtual std::unique_ptr<ExportSession> makeExport(const MixComposition &composition,
                                                       const QString &outputPath) = 0;
 

@@ -2,7 +2,7 @@
 
 #include <QCoroTask>
 
-/// What the desktop has decided about the microphone.
+/// The desktop's decision about the microphone.
 enum class MicrophoneAuthorization { notDetermined, restricted, denied, authorized };
 
 /// Whether the program may record. Main thread.
@@ -11,7 +11,7 @@ class CaptureAccess
 public:
     virtual ~CaptureAccess() = default;
 
-    /// What was decided before; asks nobody.
+    /// The decision that was made before; asks nobody.
     virtual MicrophoneAuthorization microphoneAuthorization() const = 0;
 
     /// Asks for the microphone. Whether it is granted.

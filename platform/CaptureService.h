@@ -15,7 +15,7 @@ struct CaptureTarget {
     quint32 id = 0;
 };
 
-/// What a capture delivers.
+/// The format that a capture delivers.
 struct CaptureFormat {
     int sampleRate = 48000; ///< frames per second
     int channelCount = 2;

@@ -11,7 +11,7 @@ class Defaults
 public:
     virtual ~Defaults() = default;
 
-    /// None when the key is missing or holds another type.
+    /// The stored value; none when the key is missing or holds another type.
     virtual std::optional<QString> string(const QString &key) const = 0;
     virtual std::optional<bool> boolean(const QString &key) const = 0;
 

@@ -47,7 +47,7 @@ private:
     QString m_bodyFile;
 };
 
-/// What the other side answered. Any status is a reply, redirects included: none is followed.
+/// The answer of the other side. Any status is a reply, redirects included: none is followed.
 class HttpReply
 {
 public:
@@ -98,7 +98,7 @@ private:
     QString m_technicalText;
 };
 
-/// What became of a request.
+/// The outcome of a request.
 using HttpOutcome = std::expected<HttpReply, TransportError>;
 
 /// The one HTTP session of the process. Any number of requests at once; main thread.

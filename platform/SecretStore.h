@@ -15,7 +15,8 @@ public:
     /// Stores \p value as a new item.
     virtual void add(const QString &service, const QString &account, const QString &value) = 0;
 
-    /// None when there is no such item, when it cannot be had, or when it is not valid UTF-8.
+    /// The value of the item; none when there is no such item, when it cannot be had, or when it is
+    /// not valid UTF-8.
     virtual std::optional<QString> find(const QString &service, const QString &account) = 0;
 
     /// The answer to the last find(), also where that gave up waiting for it, for instance because

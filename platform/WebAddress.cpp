@@ -25,7 +25,7 @@ bool isLoopbackHost(const QString &host)
     return loopback.match(host).hasMatch();
 }
 
-/// None: there is no port in the address.
+/// The port; none where the address has none.
 bool isPossiblePort(const QString &port)
 {
     if (port.isNull())

@@ -17,7 +17,7 @@ public:
     /// failures, are ignored.
     virtual void openAddress(const QString &address) = 0;
 
-    /// The same for the page of a sign-in, which returns by an address of the program's own scheme.
+    /// Opens the page of a sign-in, which returns by an address of the program's own scheme.
     /// \p obstructed is called with the name of another program where that takes such addresses,
     /// and with nothing where no browser could be opened.
     virtual void openSignInPage(const QString &address,

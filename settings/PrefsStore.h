@@ -60,7 +60,7 @@ public:
     const QString &saveLocation() const { return m_saveLocation; }
     void setSaveLocation(const QString &path);
 
-    /// What the user wants; whether the desktop obeyed is not known.
+    /// The user's wish; whether the desktop obeyed is not known.
     bool launchAtLogin() const { return m_launchAtLogin; }
     void setLaunchAtLogin(bool enabled);
 

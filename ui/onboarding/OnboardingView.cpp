@@ -143,7 +143,7 @@ void OnboardingView::followSession()
     refresh();
 }
 
-// Who has answered a request for a permission before needs no welcome.
+// A user who has answered a request for a permission before needs no welcome.
 void OnboardingView::autoAdvanceFromStep1IfReady()
 {
     const bool isReady = std::ranges::any_of(

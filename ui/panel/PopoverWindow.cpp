@@ -78,7 +78,7 @@ void PopoverWindow::toggleBeside(const std::optional<QRect> &icon)
 
 bool PopoverWindow::event(QEvent *event)
 {
-    // Who becomes active instead is known only in a moment.
+    // Which window becomes active instead is known only after this event.
     if (event->type() == QEvent::WindowDeactivate)
         QTimer::singleShot(0, this, &PopoverWindow::hideIfLeft);
     if (event->type() == QEvent::Show)

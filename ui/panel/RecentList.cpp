@@ -62,7 +62,8 @@ void RecentList::measure()
     m_total = std::max(0, m_total - gap);
 }
 
-/// What is wrapped takes too long to lay out ten thousand times at every change.
+/// The heights of wrapped texts are kept: laying out ten thousand of them at every change takes too
+/// long.
 int RecentList::heightOf(const RecentSession &session)
 {
     const int width = m_viewport->width();
@@ -112,7 +113,7 @@ void RecentList::place()
     }
 }
 
-/// Who has a row keeps it.
+/// An entry that is already shown keeps its widget, so that focus and hover stay.
 void RecentList::assignRows(const QList<qsizetype> &wanted)
 {
     QHash<QUuid, RecentRow *> rows;

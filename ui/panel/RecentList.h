@@ -34,7 +34,7 @@ protected:
     void wheelEvent(QWheelEvent *event) override;
 
 private:
-    /// Where an entry lies; it ends shortly above the next one.
+    /// The place of an entry in the whole list; the entry ends shortly above the next one.
     struct Slot {
         QUuid id;
         int top = 0;

@@ -19,10 +19,10 @@ class RecentRow : public DrawnButton
 public:
     explicit RecentRow(QWidget *parent = nullptr);
 
-    /// What the second line says.
+    /// The text of the second line.
     static QString subtitle(const RecentSession &session);
 
-    /// In pixels, of a row that is \p width pixels wide.
+    /// The height in pixels of a row that is \p width pixels wide.
     static int heightFor(const RecentSession &session, int width);
 
     const RecentSession &session() const { return m_session; }

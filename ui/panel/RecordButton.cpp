@@ -234,7 +234,7 @@ QPixmap RecordButton::draw(const Face &face)
     return pixmap;
 }
 
-// Only now: when the style polishes a button, it takes this away.
+// Ask for hover events after polishing, because the style takes the attribute away then.
 void RecordButton::showEvent(QShowEvent *)
 {
     setAttribute(Qt::WA_OpaquePaintEvent);

@@ -47,7 +47,8 @@ protected:
     void paintEvent(QPaintEvent *event) override;
 
 private:
-    /// What stands still, and is the costliest to draw.
+    /// The parts of the button that stand still are kept as a picture: they are the costliest to
+    /// draw.
     struct Face {
         Look look = Look::disabled;
         bool isDown = false;

@@ -16,7 +16,7 @@ constexpr double gap = 2;
 constexpr Timeline::Frames liveInterval{3};
 constexpr Timeline::Frames idleInterval{10};
 
-// What is no number counts as silence.
+// A level that is not a number counts as silence.
 double share(double value)
 {
     return std::isnan(value) ? 0 : std::clamp(value, 0.0, 1.0);

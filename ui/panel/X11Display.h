@@ -9,7 +9,7 @@
 /// The few questions that are asked of an X11 display beside the toolkit. Each waits for the
 /// server's answer: microseconds. Main thread.
 
-/// Null without X11.
+/// The toolkit's connection to the X server; null without X11.
 xcb_connection_t *connectionToX11();
 
 xcb_window_t rootWindow(xcb_connection_t *connection);

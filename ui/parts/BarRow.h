@@ -1,6 +1,6 @@
 #pragma once
 
-/// Where a bar stands in its row, in pixels at scale 1.
+/// The place of a bar in its row, in pixels at scale 1.
 struct BarSpan {
     double left;
     double width;

@@ -26,7 +26,7 @@ bool isShown(const QColor &color)
     return color.alpha() > 0;
 }
 
-/// Of the symbol.
+/// The side of the square that the symbol fills, in pixels at scale 1.
 double side(const ButtonFace &face)
 {
     return face.symbol.isEmpty() ? 0.0 : symbolSide(face.symbolPoints);
@@ -113,7 +113,7 @@ bool PlainButton::event(QEvent *event)
 
 void PlainButton::keyPressEvent(QKeyEvent *event)
 {
-    // Where it stands in a list, the list moves.
+    // A list around the button uses these keys to move on.
     if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down)
         event->ignore();
     else

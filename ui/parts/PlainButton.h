@@ -37,7 +37,7 @@ public:
 
     const QString &title() const { return m_title; }
 
-    /// Also what a screen reader says.
+    /// Sets the title, which a screen reader says as well.
     void setTitle(const QString &title);
 
     /// A text in front of the title in a colour of its own.

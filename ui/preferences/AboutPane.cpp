@@ -59,7 +59,7 @@ QString updateLabel(Kind kind)
     Q_UNREACHABLE();
 }
 
-/// With room for the spinner in front while a check is under way.
+/// The title leaves room for the spinner in front while a check is under way.
 ButtonFace updateFace(bool isChecking)
 {
     const QMargins sides(isChecking ? 14 + spinnerRoom : 14, 6, 14, 6);

@@ -6,7 +6,7 @@ class AuthClient;
 class PlainButton;
 class TextLabel;
 
-/// Who is signed in, and the way in or out. Main thread.
+/// Tells who is signed in, and offers to sign in or out. Main thread.
 class AccountPane : public QWidget
 {
     Q_OBJECT

@@ -4,7 +4,7 @@
 
 class PrefsStore;
 
-/// What belongs nowhere else. Main thread.
+/// The settings that belong to no other pane. Main thread.
 class GeneralPane : public QWidget
 {
     Q_OBJECT

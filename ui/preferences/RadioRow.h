@@ -13,7 +13,7 @@ public:
     /// \p remark follows the title; without a text there is none.
     explicit RadioRow(const QString &title, const PillLook &remark = {}, QWidget *parent = nullptr);
 
-    /// It can be seen, but not chosen.
+    /// Greys the row out: it can be seen, but not chosen.
     void disable();
 
     QSize sizeHint() const override;

@@ -34,7 +34,7 @@ ClassicTray::~ClassicTray()
         qGuiApp->removeNativeEventFilter(this);
 }
 
-// Whoever takes over a manager's selection tells it on the root window, where the toolkit listens.
+// A new manager of the selection announces itself on the root window, where the toolkit listens.
 bool ClassicTray::nativeEventFilter(const QByteArray &kind, void *message, qintptr *)
 {
     if (kind != "xcb_generic_event_t")

@@ -139,7 +139,7 @@ PopoverWindow &StatusBarController::popover()
     auto *const view = new PopoverView(m_appState, m_auth, m_workspace, m_origin);
     m_popover = std::make_unique<PopoverWindow>(view);
     connect(view, &PopoverView::minimiseRequested, m_popover.get(), &QWidget::hide);
-    // Whoever draws the menu may do so without taking the focus.
+    // A desktop may draw the menu without taking the focus from the panel, which then stays open.
     connect(&m_menu, &QMenu::aboutToShow, m_popover.get(), &QWidget::hide);
     for (QAction *const command : m_menu.actions()) {
         if (command->shortcut().isEmpty())
@@ -153,7 +153,8 @@ PopoverWindow &StatusBarController::popover()
 
 void StatusBarController::handleClick(QSystemTrayIcon::ActivationReason reason)
 {
-    // Those that came with the last input are from long ago where the desktop shows the icon.
+    // Ask for the current key state: the click arrives over D-Bus, and the toolkit's remembered
+    // modifiers are stale.
     switch (iconClick(reason, QGuiApplication::queryKeyboardModifiers())) {
     case IconClick::nothing:
         return;
@@ -235,7 +236,7 @@ void StatusBarController::refreshMessage()
         m_icon->showMessage(u"Parlovance"_s, text, m_icon->icon());
 }
 
-/// Only a tray of the older kind knows.
+/// The place of the icon is known only in a tray of the older kind.
 std::optional<QRect> StatusBarController::iconPlace() const
 {
     const QRect place = m_icon ? m_icon->geometry() : QRect();

@@ -170,7 +170,8 @@ void StatusMenu::refillRecents()
             menuLine(session.title, metrics) + u"  ·  "_s + menuLine(session.duration, metrics);
         QAction *const item = m_recents->addAction(isExported ? exportedText(line) : ownText(line));
         item->setEnabled(session.isUploaded());
-        // Not its place in the list, which may change while the menu is open.
+        // The action keeps the identifier: the entry's place in the list may change while the menu
+        // is open.
         connect(item, &QAction::triggered, this,
                 [this, id = session.id] { Q_EMIT recentRequested(id); });
     }

@@ -34,7 +34,7 @@ QCoro::Task<int> AlertBox::present(QString title, QString text, QStringList butt
         answered->addResult(static_cast<int>(choices.indexOf(clicked)));
         answered->finish();
     });
-    // Not open(): that is modal to the window it belongs to, and it belongs to none.
+    // The box is shown and not opened: open() would be modal to a parent window, and there is none.
     box->setWindowModality(Qt::ApplicationModal);
     box->show();
     box->raise();

@@ -50,7 +50,7 @@ void FixedWindow::keyPressEvent(QKeyEvent *event)
         QWidget::keyPressEvent(event);
 }
 
-// Otherwise the toolkit gives the keyboard to the first button, which nobody has asked for.
+// Take the keyboard, or else the toolkit gives it to the first button, which nobody has asked for.
 void FixedWindow::showEvent(QShowEvent *event)
 {
     if (!focusWidget())

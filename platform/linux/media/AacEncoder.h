@@ -13,7 +13,7 @@
 /// One access unit of an AAC stream: 1024 frames.
 using AacPacket = std::vector<std::byte>;
 
-/// What a decoder and a container need to know of an AAC stream.
+/// The description of an AAC stream that a decoder and a container need.
 struct AacFormat {
     int sampleRate = 48000; ///< frames per second
     int channelCount = 2;
@@ -40,7 +40,7 @@ public:
     AacEncoder &operator=(AacEncoder &&) noexcept;
     ~AacEncoder();
 
-    /// What is encoded, with what a decoder has to know of it.
+    /// The description of the stream that is encoded.
     AacFormat format() const;
 
     /// Encodes any number of whole frames; packets come out as they are ready.

@@ -15,7 +15,7 @@ using namespace Qt::StringLiterals;
 
 namespace
 {
-/// What the file has to be found as.
+/// Copies all packets, and returns the facts that the finished file must show.
 std::expected<TrackFacts, Error> copyPackets(FragmentReader &from, M4aMuxer &to,
                                              const std::stop_token &stop)
 {

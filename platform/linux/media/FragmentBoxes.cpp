@@ -6,7 +6,7 @@
 
 namespace
 {
-// Which fields there are (ISO/IEC 14496-12, 8.8.7 and 8.8.8).
+// The flags that tell which fields a box has (ISO/IEC 14496-12, 8.8.7 and 8.8.8).
 constexpr quint32 defaultBaseIsMoof = 0x020000;
 constexpr quint32 defaultDurationPresent = 0x000008;
 constexpr quint32 dataOffsetPresent = 0x000001;

@@ -18,7 +18,7 @@ struct SoundFragment {
 };
 void writeFragment(BoxWriter &out, const SoundFragment &fragment);
 
-/// What the index of a fragment says.
+/// The content of a fragment's index.
 struct FragmentIndex {
     qint64 startFrame = 0; ///< with the encoder's delay
     qint64 frameCount = 0;

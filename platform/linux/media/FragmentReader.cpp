@@ -136,7 +136,7 @@ std::expected<bool, Error> FragmentReader::readFragment()
     return true;
 }
 
-/// What is left behind the last complete fragment is the beginning of one more, or nothing.
+/// Fails unless the bytes behind the last complete fragment are the beginning of one more, or none.
 std::expected<bool, Error> FragmentReader::readEnd(qint64 start)
 {
     m_packets.clear();

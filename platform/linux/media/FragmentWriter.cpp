@@ -55,7 +55,8 @@ std::expected<void, Error> FragmentWriter::addPacket(std::span<const std::byte> 
 {
     if (m_error)
         return std::unexpected(*m_error);
-    // Only now, so that one packet is always left for finish(), which knows how long it is.
+    // Write before the packet is added, so that one is always left for finish(), which knows how
+    // long it is.
     if (m_sizes.size() >= packetsPerFragment(m_format)) {
         if (const auto written = writePending(aacFrameLength); !written)
             return written;
@@ -160,7 +161,7 @@ std::expected<void, Error> FragmentWriter::syncWhenDue()
     return keep(m_file.syncData());
 }
 
-/// Nothing is accepted after the first failure.
+/// Remembers the first failure, after which nothing is accepted.
 std::expected<void, Error> FragmentWriter::keep(std::expected<void, Error> result)
 {
     if (!result)

@@ -48,10 +48,10 @@ struct Libav {
 /// silent from then on: their failures reach us as return values.
 std::expected<void, Error> loadLibav();
 
-/// Only after loadLibav() has succeeded.
+/// The loaded functions; call this only after loadLibav() has succeeded.
 const Libav &libav();
 
-/// What libav calls \p error, a negative return value.
+/// The library's text for \p error, a negative return value.
 QString libavErrorText(int error);
 
 struct LibavDeleter {

@@ -8,7 +8,7 @@
 /// The number of the only track.
 inline constexpr quint32 soundTrackID = 1;
 
-/// What the index of a plain file says about its sound, which is in one piece.
+/// The description of a plain file's sound, which is in one piece, for its index.
 struct SoundIndex {
     const AacFormat &format;
     std::span<const quint32> packetSizes; ///< bytes

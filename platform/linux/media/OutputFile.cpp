@@ -38,7 +38,7 @@ auto uninterrupted(Call call)
     return result;
 }
 
-/// What a call that syncs has returned. A file system that cannot sync has nothing to report.
+/// The outcome of a call that syncs. A file system that cannot sync has nothing to report.
 std::expected<void, Error> synced(int result)
 {
     if (result < 0 && errno != EINVAL && errno != ENOSYS)
@@ -176,7 +176,7 @@ bool OutputFile::isAt(const QString &path) const
     struct stat there = {};
     if (::fstat(m_descriptor.get(), &ours) < 0)
         return true;
-    // Where it cannot be told, the file is not given up.
+    // An error other than a missing file does not prove that the file is gone.
     if (::lstat(QFile::encodeName(path).constData(), &there) < 0)
         return errno != ENOENT && errno != ENOTDIR;
     return ours.st_dev == there.st_dev && ours.st_ino == there.st_ino;

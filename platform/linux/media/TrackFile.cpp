@@ -24,7 +24,7 @@ bool isAudio(const AVStream *stream)
     return stream->codecpar->codec_type == AVMEDIA_TYPE_AUDIO;
 }
 
-/// What a track whose description is damaged looks like.
+/// Whether the stream may be an audio track whose description is damaged.
 bool isUnknown(const AVStream *stream)
 {
     return stream->codecpar->codec_type == AVMEDIA_TYPE_DATA ||

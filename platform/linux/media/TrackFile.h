@@ -7,10 +7,10 @@
 
 #include <expected>
 
-/// What there is to know of a closed file without reading its sound.
+/// The facts of a closed file that are known without reading its sound.
 struct TrackFacts {
     int audioTrackCount = 0;
-    // Of the first audio track.
+    // The rest describes the first audio track.
     int sampleRate = 0; ///< frames per second
     int channelCount = 0;
     qint64 frameCount = 0; ///< as it is heard, at its own rate
@@ -25,7 +25,7 @@ std::expected<TrackFacts, Error> inspectTrack(const QString &path);
 /// Opens a file that has an index as MPEG-4 file.
 std::expected<LibavInput, Error> openIndexedFile(const QString &path);
 
-/// Null when there is none.
+/// The first audio track of \p file; null when there is none.
 const AVStream *firstAudioTrack(const AVFormatContext &file);
 
 /// Length of \p track, one of openIndexedFile(), as it is heard, in frames at its own rate.

@@ -12,7 +12,7 @@ bool DecodedSound::place(qint64 position, std::span<const float> stereo)
     const auto frames = static_cast<qint64>(stereo.size()) / 2;
     if (position > end() + longestHole)
         return false;
-    // Only here, because it costs moving the rest to the front.
+    // Drop what was taken only here, because that moves the rest to the front.
     m_samples.erase(m_samples.begin(), m_samples.begin() + m_taken);
     m_taken = 0;
     if (position > end()) {

@@ -81,7 +81,7 @@ std::unique_ptr<MixAhead> FileAudioAssets::mixAhead(const QString &first, const 
     };
     if (fits(firstTrack) && fits(secondTrack))
         return std::make_unique<LiveMix>(std::move(firstTrack), std::move(secondTrack), outputPath);
-    // Nobody follows the one that there is: it need not keep its packets.
+    // A single track has no follower and must not keep its packets for one.
     for (const auto &track : {firstTrack, secondTrack}) {
         if (track)
             track->lose();

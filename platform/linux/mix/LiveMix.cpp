@@ -238,7 +238,8 @@ LiveMix::LiveMix(std::shared_ptr<LiveTrack> first, std::shared_ptr<LiveTrack> se
 
 LiveMix::~LiveMix()
 {
-    // It ends a thread and may remove a file: not while the main thread waits.
+    // Ending the work joins a thread and may remove a file, for which the main thread must not
+    // wait.
     inBackground([work = std::move(m_work)]() mutable { work.reset(); });
 }
 

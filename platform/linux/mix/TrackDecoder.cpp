@@ -71,7 +71,7 @@ std::expected<TrackDecoder, Error> TrackDecoder::create(const AacFormat &format)
 
 std::expected<void, Error> TrackDecoder::decode(const AVPacket &packet, DecodedSound &sound)
 {
-    // Set where the file ends in the middle of a packet.
+    // The library sets this flag where the file ends in the middle of a packet.
     if (packet.flags & AV_PKT_FLAG_CORRUPT)
         return failed(AVERROR_INVALIDDATA);
     return send(&packet, sound);

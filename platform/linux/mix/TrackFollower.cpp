@@ -34,7 +34,8 @@ std::expected<TrackFollower, Error> TrackFollower::create(std::shared_ptr<LiveTr
 std::expected<bool, Error> TrackFollower::prepare(qint64 frames, std::chrono::milliseconds patience)
 {
     while (!m_frameCount && m_sound.available() < frames + heldBack) {
-        // Asked before the packets: what came before the end must not be overlooked.
+        // Ask for the state before the packets, so that no packet that came before the end is
+        // overlooked.
         const LiveTrack::State state = m_track->state();
         const auto packet = m_track->next(patience);
         if (packet) {

@@ -17,7 +17,7 @@ constexpr std::chrono::milliseconds refusalTime{300};
 /// How long we read what a store says after it has taken a file.
 constexpr std::chrono::seconds thanksLimit{2};
 
-/// Of all headers of a reply, those of the provisional ones before it included.
+/// The most bytes of all headers of a reply, those of the provisional replies before it included.
 constexpr size_t headerLimitBytes = 256 * 1024;
 
 CurlTransfer *transfer(void *self)
@@ -92,10 +92,10 @@ HttpOutcome CurlTransfer::outcome(CURLcode code)
     return HttpReply(status(), std::move(m_reply));
 }
 
-/// What an error page repeats of the request must not get to where its text is shown or kept.
+/// Hides the token: an error page may repeat the request, and its text is shown and logged.
 void CurlTransfer::concealCredentials()
 {
-    // What is shorter is no secret, and stands in many a text by chance.
+    // A shorter text is no secret, and stands in many a page by chance.
     constexpr qsizetype shortestSecret = 8;
     for (const HttpRequest::Header &header : m_request.headers()) {
         const QByteArray credentials = header.value.mid(header.value.indexOf(' ') + 1);
@@ -185,7 +185,7 @@ uint64_t CurlTransfer::movedBytes() const
 
 size_t CurlTransfer::takeReply(const char *data, size_t size)
 {
-    // What a store says when it has taken a file is for nobody, however long it is.
+    // Nobody reads what a store says after it has taken a file, however long it is.
     if (m_file && isSuccess())
         return size;
     const qsizetype kept =

@@ -23,7 +23,7 @@ public:
     CurlTransfer(const CurlTransfer &) = delete;
     CurlTransfer &operator=(const CurlTransfer &) = delete;
 
-    /// By what the session knows the request again.
+    /// The number by which the session knows the request again.
     uint64_t number() const { return m_number; }
 
     /// Opens the file and sets the handle up; nothing is sent yet.
@@ -31,7 +31,7 @@ public:
 
     CURL *easy() const { return m_easy.get(); }
 
-    /// What to report when curl has ended with \p code.
+    /// The outcome to report when curl has ended with \p code.
     HttpOutcome outcome(CURLcode code);
 
     /// Goes on with an upload that was held back for what comes in.

@@ -51,7 +51,7 @@ void CurlTransfer::setConnection()
     const QByteArray authority = m_settings.trustedAuthority.toLocal8Bit();
     if (!authority.isEmpty())
         curl_easy_setopt(curl, CURLOPT_CAINFO, authority.constData());
-    // Otherwise the proxies that the environment names.
+    // Every other address goes through the proxies that the environment names.
     if (m_address.isLoopback())
         curl_easy_setopt(curl, CURLOPT_PROXY, "");
 

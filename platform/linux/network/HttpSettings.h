@@ -6,12 +6,12 @@
 
 #include <chrono>
 
-/// What holds for every request of a session.
+/// The limits of every request of a session.
 struct HttpSettings {
     /// Without a byte in either direction for this long, a request ends.
     std::chrono::milliseconds idleLimit = std::chrono::seconds(60);
 
-    /// Of a reply's body; more ends the request.
+    /// The most bytes of a reply's body; one more ends the request.
     qsizetype replyLimitBytes = 8 * 1024 * 1024;
 
     WebAddress::LoopbackHttp loopbackHttp = WebAddress::LoopbackHttp::refused;

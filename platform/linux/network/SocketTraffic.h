@@ -13,7 +13,7 @@ public:
     void add(int socket) { m_sockets.push_back(socket); }
     void remove(int socket) { std::erase(m_sockets, socket); }
 
-    // Of the sockets still open.
+    // The counts of the sockets that are still open.
     uint64_t acknowledgedBytes() const;
     uint64_t receivedBytes() const;
 

@@ -41,7 +41,8 @@ std::optional<quint64> AudioGraph::defaultMicrophone() const
 
 std::optional<quint64> AudioGraph::microphoneNamed(const QString &name) const
 {
-    // Of several that share a name always the same one, whatever the order of the table.
+    // Of several devices with one name take the oldest, so that the choice does not depend on the
+    // table's order.
     std::optional<quint64> oldest;
     for (const Node &node : m_nodes) {
         if (isMicrophone(node) && node.name == name)

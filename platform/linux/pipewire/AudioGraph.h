@@ -32,10 +32,10 @@ public:
     /// \p name may be that of an output, whose monitor is the default where there is no microphone.
     void setDefaultSource(const QString &name) { m_defaultSource = name; }
 
-    /// What the user chose, which need not be there.
+    /// Sets the name of the device that the user chose, which need not be there.
     void setConfiguredSource(const QString &name) { m_configuredSource = name; }
 
-    /// What can be captured.
+    /// The outputs that can be captured.
     QList<CaptureTarget> sinks() const;
 
     /// The serial of the default microphone. None where the default is not a microphone, and the

@@ -23,7 +23,7 @@ constexpr MediaTime patience = 5s;
 /// Another microphone is there within milliseconds; a missing one is told after this.
 constexpr MediaTime absenceDelay = 1s;
 
-/// What is done to the sound is logged when nothing was for this long: a gap is one line.
+/// Changes to the sound are logged once none came for this long, so that a gap is one line.
 constexpr MediaTime settledDelay = 1s;
 
 /// A stream is linked within milliseconds. One that is not, because the session manager was busy or

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-/// What the sound server told about the samples of one cycle of its graph.
+/// The sound server's description of the samples of one cycle of its graph.
 struct CapturedCycle {
     MediaTime now{0};   ///< start of the cycle
     quint64 ticks = 0;  ///< position of the clock that drives the graph, in 1/rate seconds
@@ -31,7 +31,7 @@ struct CapturedCycle {
 class CyclePlacer
 {
 public:
-    /// What to do before the samples of a cycle are appended.
+    /// The silence or the cut that goes before the samples of a cycle.
     struct Placement {
         qint64 silence = 0; ///< frames of silence to put in front
         qint64 cut = 0;     ///< frames to leave out at the head of the cycle

@@ -83,7 +83,7 @@ void FineResampler::convert(const float *samples, int frames, std::vector<float>
 
 double FineResampler::pendingFrames() const
 {
-    // Asked for in a finer base, because the delay is a fraction of a frame.
+    // Ask for the delay in a finer base, because it is a fraction of a frame.
     constexpr int fraction = 1000;
     const auto delay =
         swr_get_delay(m_context.get(), static_cast<int64_t>(m_sampleRate) * fraction);

@@ -15,7 +15,7 @@ public:
     static std::unique_ptr<FineResampler> create(int sampleRate, int channelCount,
                                                  std::span<const float> history);
 
-    /// What a create() wants to know of the past.
+    /// The frames of the past that create() wants to know.
     static constexpr std::size_t historyFrames = 64;
 
     /// Positive: the sound becomes longer. Counts from the next append().

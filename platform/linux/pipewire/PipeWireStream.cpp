@@ -17,7 +17,7 @@ namespace
 {
 constexpr Logger logger("audio");
 
-/// What the session manager says when there is no device at the moment; the stream stays usable.
+/// The session manager's message when there is no device at the moment; the stream stays usable.
 constexpr std::string_view noDevice = "no node available";
 
 /// Longer than any burst after the server was held up. Outside of it a driver's clock is not ours.
@@ -199,7 +199,7 @@ void PipeWireStream::capture() noexcept
     const std::span<const float> samples = samplesOf(*buffer->buffer);
     const auto channels = static_cast<std::size_t>(m_settings.channelCount);
     const std::size_t frames = samples.size() / channels;
-    // Only here the stream's time is that of the buffer in hand.
+    // Ask for the stream's time here, where it is that of the buffer in hand.
     if (frames > 0 && pw_stream_get_time_n(m_stream.get(), &time, sizeof time) == 0) {
         const MediaTime age = m_settings.microphone ? ageOf(time) : MediaTime(0);
         const CapturedCycle cycle{plausible(MediaTime(time.now)), time.ticks, time.rate.denom,

@@ -11,7 +11,7 @@
 #include <mutex>
 #include <optional>
 
-/// What a stream records.
+/// The source and the format of a stream.
 struct PipeWireStreamSettings {
     /// The serial of a microphone. None: what the default output plays, whichever that is.
     std::optional<quint64> microphone;

@@ -10,7 +10,7 @@
 class PowerMeter
 {
 public:
-    /// What is read when there is no sound.
+    /// The power that is read when there is no sound.
     static constexpr float floorDecibels = -160.0F;
 
     /// Takes sound that arrived at \p arrival. A buffer with a sample that is not a number is left

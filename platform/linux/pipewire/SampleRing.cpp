@@ -6,7 +6,7 @@
 
 namespace
 {
-/// What waits as a rule fits here; touched before the data thread comes.
+/// Samples that usually wait fit here; the memory is touched before the data thread comes.
 constexpr std::size_t usualSamples = 1U << 15U;
 
 using Header = std::array<float, SampleRing::headerSamples>;
@@ -34,7 +34,7 @@ std::span<float> SampleRing::untilWrap(std::size_t begin, std::size_t count) con
     return {m_memory.get() + place, std::min(count, m_capacity - place)};
 }
 
-/// Where the next begins.
+/// Copies \p samples to \p begin and returns where the next ones begin.
 std::size_t SampleRing::copyIn(std::size_t begin, std::span<const float> samples) noexcept
 {
     const auto first = untilWrap(begin, samples.size());
@@ -48,7 +48,8 @@ bool SampleRing::write(const CapturedCycle &cycle, std::span<const float> sample
     const std::size_t written = m_written.load(std::memory_order_relaxed);
     std::size_t taken = m_taken.load(std::memory_order_acquire);
     if (taken == written) {
-        // Nothing waits, so that the worker touches neither counter nor memory.
+        // With nothing waiting the worker touches neither counter nor memory, and the ring can
+        // start at its front.
         taken = (written + m_capacity - 1) / m_capacity * m_capacity;
         m_taken.store(taken, std::memory_order_relaxed);
     }
@@ -67,7 +68,8 @@ bool SampleRing::write(const CapturedCycle &cycle, std::span<const float> sample
 
 std::optional<CapturedCycle> SampleRing::take(std::vector<float> &samples)
 {
-    // In this order: the data thread moves what was taken past what was written before it writes.
+    // Read the counters in this order: the data thread moves the taken one past the written one
+    // before it writes.
     const std::size_t written = m_written.load(std::memory_order_acquire);
     std::size_t begin = m_taken.load(std::memory_order_relaxed);
     if (begin >= written)

@@ -18,7 +18,7 @@
 class SampleRing
 {
 public:
-    /// What a cycle takes besides its samples, in samples.
+    /// The room of a cycle besides its samples, in samples.
     static constexpr std::size_t headerSamples = sizeof(CapturedCycle) / sizeof(float);
 
     /// Room for ten seconds at 48 kHz, however short the cycles are (the shortest has 32 frames).

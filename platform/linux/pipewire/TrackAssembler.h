@@ -19,7 +19,7 @@ class TrackAssembler
 public:
     using Output = std::function<void(const AudioBuffer &)>;
 
-    /// What was done to the sound so far, in frames of the track.
+    /// The changes to the sound so far, in frames of the track.
     struct Record {
         qint64 silence = 0;
         qint64 cut = 0;

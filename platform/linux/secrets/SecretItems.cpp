@@ -94,7 +94,7 @@ auto withFreshService(const Call &call)
     return isWorthAnother ? attempt(call, isWorthAnother) : std::nullopt;
 }
 
-/// None where the service cannot be asked.
+/// The items that match; none where the service cannot be asked.
 std::optional<Items> search(const SecretItems::Key &key, int flags)
 {
     const Attributes attributes = attributesOf(key);

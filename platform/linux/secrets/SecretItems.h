@@ -10,7 +10,7 @@
 namespace SecretItems
 {
 
-/// What an item is found by. UTF-8, without NUL.
+/// The attributes by which an item is found. UTF-8, without NUL.
 struct Key {
     std::string service;
     std::string account;

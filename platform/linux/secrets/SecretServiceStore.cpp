@@ -17,13 +17,13 @@ SecretItems::Key keyOf(const QString &service, const QString &account)
     return {service.toStdString(), account.toStdString()};
 }
 
-/// Where the settings remember that the item was removed.
+/// The key under which the settings remember that the item was removed.
 QString markOf(const QString &service, const QString &account)
 {
     return "secrets.removed."_L1 + service + u'.' + account;
 }
 
-/// None when \p bytes are not valid UTF-8.
+/// The text of \p bytes; none when they are not valid UTF-8.
 std::optional<QString> textOf(const std::string &bytes)
 {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);

@@ -19,7 +19,7 @@ constexpr int answerLimitMilliseconds = 10'000;
 /// For a user whom the portal asks which browser to take.
 constexpr std::chrono::minutes responseLimit{10};
 
-/// Of the portal's requests: neither done nor cancelled by the user.
+/// The portal's response code of a request that was neither done nor cancelled by the user.
 constexpr uint endedOtherwise = 2;
 } // namespace
 
@@ -54,7 +54,7 @@ void BrowserOpening::askPortal()
     auto *const watcher =
         new QDBusPendingCallWatcher(bus.asyncCall(message, answerLimitMilliseconds), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-        // Who took the message and is silent may still do what it says; a page is not opened twice.
+        // A silent portal may still open the page, which must not be opened twice.
         if (watcher->isError() && watcher->error().type() != QDBusError::NoReply)
             runCommand();
         else

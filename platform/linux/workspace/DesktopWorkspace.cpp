@@ -38,7 +38,7 @@ void callOrOpen(const QDBusMessage &message, const QString &target)
         QDBusConnection::sessionBus().asyncCall(message, answerLimitMilliseconds);
     auto *const watcher = new QDBusPendingCallWatcher(call);
     QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher, [watcher, target] {
-        // Who took the message and is silent may still do what it says.
+        // A silent file manager may still do what it was asked for, which must not happen twice.
         if (watcher->isError() && watcher->error().type() != QDBusError::NoReply)
             startApart({u"xdg-open"_s, target});
         watcher->deleteLater();
