@@ -87,7 +87,7 @@ function(parlovance_test name)
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 120)
   endif()
-  add_executable(${name} ${ARG_SOURCES})
+  add_executable(${name} ${ARG_SOURCES} ${PROJECT_SOURCE_DIR}/tests/support/Environment.cpp)
   parlovance_flags(${name})
   if(Qt6_VERSION VERSION_GREATER_EQUAL 6.5)
     target_compile_options(${name} PRIVATE -Wno-conversion) # the toolkit's own QTRY_COMPARE earns it
